@@ -1,0 +1,130 @@
+#include "devhost/kaehost/apply.h"
+
+#include <iostream>
+#include <optional>
+
+#include "devhost/kaehost/plugin.h"
+#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/tunables.h"
+#include "devhost/libe/document.h"
+#include "devhost/libe/request.h"
+
+namespace devhost {
+namespace {
+
+// Sets kaehost's own lines apart from the plug-in's.
+std::ostream& Say() { return std::cout << "kaehost: "; }
+
+// An empty line and then a line of our own. The plug-in's passes begin with an empty line too, so
+// there is none at the end of what kaehost says.
+std::ostream& SayNext() { return std::cout << '\n', Say(); }
+
+void MakeCoreFilesWritable() {
+  const std::vector<std::string> core_files = {"/proc/sys/net/core/rmem_max",
+                                               "/proc/sys/net/core/wmem_max"};
+  for (const std::string& path : MakeWritable(core_files)) {
+    Say() << path << " is read-only here; a scratch file stands in for it\n";
+  }
+}
+
+// Answers what do_Configure threw, if it did not come back.
+std::optional<std::string> Configure(const Layer& layer, Request* request,
+                                     const Document& document) try {
+  layer.configure->do_Configure(request, document.contents());
+  return std::nullopt;
+} catch (...) {
+  return Thrown();
+}
+
+// Answers whether the reply is success.
+bool SayReply(const Request& request) {
+  Say() << "reply: ";
+  switch (request.reply()) {
+    case Reply::kNone:
+      std::cout << "none; the layer left the request unanswered\n";
+      break;
+    case Reply::kSuccess:
+      std::cout << "success\n";
+      break;
+    case Reply::kError:
+      std::cout << "error: " << request.error() << ": " << request.detail() << '\n';
+      break;
+  }
+  if (request.answered_again()) {
+    Say() << "the layer replied more than once; only its first reply counts\n";
+  }
+  return request.reply() == Reply::kSuccess;
+}
+
+// Delivers one document; answers whether the layer answered it with success and came back.
+bool Deliver(const Document& document, const std::string& name, const Layer& layer) {
+  SayNext() << "request: " << name << std::endl;
+  const Tunables before = ReadTunables();
+  Request request;
+  const std::optional<std::string> thrown = Configure(layer, &request, document);
+  std::cout << '\n';
+  if (thrown) {
+    Say() << "the layer's do_Configure threw: " << *thrown << '\n';
+  }
+  const bool success = SayReply(request);
+  const std::vector<Change> changes = Compare(before, ReadTunables());
+  if (changes.empty()) {
+    Say() << "the request changed no tunable\n";
+  } else {
+    Say() << "the request changed:\n";
+    PrintTable(std::cout, changes);
+  }
+  return success && !thrown;
+}
+
+// Answers whether do_Release came back; what it threw is told.
+bool Release(const Layer& layer) try {
+  SayNext() << "releasing the layer" << std::endl;
+  layer.release->do_Release();
+  SayNext() << "layer released; ";
+  return true;
+} catch (...) {
+  SayNext() << "the layer's do_Release threw: " << Thrown() << '\n';
+  Say();
+  return false;
+}
+
+bool SayWhetherRestored(const Tunables& before) {
+  const std::vector<Change> changes = Compare(before, ReadTunables());
+  if (changes.empty()) {
+    std::cout << "every tunable is back at its value\n";
+    return true;
+  }
+  std::cout << "not back at their values:\n";
+  PrintTable(std::cout, changes);
+  return false;
+}
+
+}  // namespace
+
+ExitStatus Apply(const ApplyOptions& options) {
+  std::vector<Document> documents;
+  for (const std::string& path : options.documents) {
+    documents.push_back(Document::Read(path));
+  }
+
+  EnterPrivateNamespace();
+  Say() << "in a private namespace; the machine's own tunables are out of reach\n";
+  if (!options.as_is) {
+    MakeCoreFilesWritable();
+  }
+  const Tunables before = ReadTunables();
+
+  const Plugin plugin(options.plugin);
+  const std::string name_and_version = plugin.name() + ", version " + plugin.version();
+  Say() << "plug-in " << name_and_version << std::endl;
+  const Layer layer = plugin.NewLayer();
+  bool success = true;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    success = Deliver(documents[i], options.documents[i], layer) && success;
+  }
+  success = Release(layer) && success;
+  return SayWhetherRestored(before) && success ? kDone : kFailed;
+}
+
+}  // namespace devhost

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "host/kae.h"
+
+namespace devhost {
+
+// A plug-in that does not load or makes no layer; what() is a sentence that names the file.
+class PluginError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Says what the exception being handled is, whatever a plug-in may have thrown.
+std::string Thrown();
+
+// A layer with the callbacks that a host needs of it. The pointers are two faces of one object,
+// which destroys itself in do_Release.
+struct Layer {
+  kaeCPLayer::ConfigureCB* configure;
+  kaeCPLayer::ReleaseCB* release;
+};
+
+// A loaded plug-in. It is cleaned up and unloaded with this object, which must outlive its layers
+// and whatever the plug-in throws.
+class Plugin {
+ public:
+  // Loads the library at `path` and initialises the plug-in. Throws PluginError.
+  explicit Plugin(const std::string& path);
+  ~Plugin();
+  Plugin(const Plugin&) = delete;
+  Plugin& operator=(const Plugin&) = delete;
+
+  // What the plug-in answers. They throw PluginError.
+  std::string name() const;
+  std::string version() const;
+
+  // Answers a new layer, to be ended by its do_Release. Throws PluginError.
+  Layer NewLayer() const;
+
+ private:
+  struct Unload {
+    void operator()(void* library) const;
+  };
+
+  // Answers what `operation` answers; whatever it throws becomes a PluginError that names it.
+  template <class Operation>
+  auto Call(const char* name, Operation operation) const;
+
+  std::string path_;
+  std::unique_ptr<void, Unload> library_;
+  kaePlugin* plugin_ = nullptr;
+};
+
+}  // namespace devhost

@@ -1,0 +1,92 @@
+#include "devhost/kaehost/sandbox.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace devhost {
+namespace {
+
+// Where the scratch files lie until they are bound: a folder of /proc that nobody misses meanwhile.
+constexpr const char* kScratchFolder = "/proc/fs";
+constexpr const char* kScratchFile = "/proc/fs/scratch";
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw NamespaceError(
+      "no private namespace to be had: " + why +
+      "; enable user namespaces (sysctl user.max_user_namespaces, user.max_net_namespaces and "
+      "user.max_mnt_namespaces above 0 and, where they exist, kernel.unprivileged_userns_clone=1 "
+      "and kernel.apparmor_restrict_unprivileged_userns=0) or run as root");
+}
+
+void WriteProcFile(const std::string& path, const std::string& text) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0 || write(fd, text.data(), text.size()) < 0) {
+    Refuse(path + ": " + std::strerror(errno));
+  }
+  close(fd);
+}
+
+bool RefusesToBeWritten(const std::string& path) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const int error = errno;
+  close(fd);
+  return fd < 0 && error != ENOENT;
+}
+
+// The file system in memory is mounted only while the file is bound, and the bind keeps the file:
+// nothing is left behind, and no folder of the machine needs to be writable.
+void LayScratchFileOver(const std::string& path) {
+  std::ifstream original(path);
+  const std::string text((std::istreambuf_iterator<char>(original)), {});
+  const bool laid = mount("tmpfs", kScratchFolder, "tmpfs", 0, nullptr) == 0 &&
+                    (std::ofstream(kScratchFile) << text).flush() &&
+                    mount(kScratchFile, path.c_str(), "none", MS_BIND, nullptr) == 0;
+  const int error = errno;
+  umount2(kScratchFolder, MNT_DETACH);
+  if (!laid) {
+    throw NamespaceError(path + " is read-only here, and no scratch file can be laid over it: " +
+                         std::strerror(error) + "; --as-is does without");
+  }
+}
+
+}  // namespace
+
+void EnterPrivateNamespace() {
+  const std::string uid = std::to_string(geteuid());
+  const std::string gid = std::to_string(getegid());
+  if (unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) == 0) {
+    WriteProcFile("/proc/self/setgroups", "deny");
+    WriteProcFile("/proc/self/uid_map", "0 " + uid + " 1");
+    WriteProcFile("/proc/self/gid_map", "0 " + gid + " 1");
+  } else {
+    const std::string with_user_namespace = std::strerror(errno);
+    if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
+      Refuse("unshare: " + with_user_namespace +
+             "; without a user namespace: " + std::strerror(errno));
+    }
+  }
+  // All that is mounted from here on lies below /proc, and must stay ours.
+  if (mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
+    Refuse(std::string("making /proc private: ") + std::strerror(errno));
+  }
+}
+
+std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
+  std::vector<std::string> emulated;
+  for (const std::string& path : paths) {
+    if (RefusesToBeWritten(path)) {
+      LayScratchFileOver(path);
+      emulated.push_back(path);
+    }
+  }
+  return emulated;
+}
+
+}  // namespace devhost

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace devhost {
+
+// No private namespace is to be had, or not one in which a plug-in can be tried; what() says why
+// and what to do.
+class NamespaceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Moves the calling process into a private user, network and mount namespace, or, where a new user
+// namespace is refused to root (inside a chroot), into a network and mount namespace. From then on
+// /proc/sys/net belongs to this process and its children alone: the machine's own tunables are out
+// of reach. The process must have one thread only. Throws NamespaceError.
+void EnterPrivateNamespace();
+
+// Answers those of the kernel files `paths` that exist but refuse to be written, after laying a
+// writable scratch file with the same contents over each. Needs a private namespace. Throws
+// NamespaceError.
+std::vector<std::string> MakeWritable(const std::vector<std::string>& paths);
+
+}  // namespace devhost

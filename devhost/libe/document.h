@@ -1,0 +1,79 @@
+#pragma once
+
+#include <deque>
+#include <stdexcept>
+#include <string>
+
+#include "host/kaml.h"
+
+struct _xmlNode;  // NOLINT(bugprone-reserved-identifier): the parser's own name
+
+// One node of a document, owned by its Document.
+struct kaml_content {
+  int type;
+  const char* name;  // interned; null for what is no element
+  std::string text;  // empty for what is no text
+  kaml_content* next = nullptr;
+  kaml_content* first_child = nullptr;
+  kaml_content* last_child = nullptr;
+};
+
+namespace devhost {
+
+// The types of contents. The contract with plug-ins fixes the first two; to a plug-in all others
+// are alike.
+enum ContentType {
+  kText = 0,
+  kElement = 1,
+  kComment = 2,
+  kProcessingInstruction = 3,
+  kEntityReference = 4,
+};
+
+// A document that cannot be read or is no well-formed XML; what() is a sentence that names the file
+// and, for XML, the line.
+class DocumentError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// A document as a plug-in receives it: a list of top-level contents, each an element with children,
+// a text, or something of another kind. It owns its contents; they live as long as it does, also
+// when it is moved, which leaves an empty document behind. For one thread at a time.
+class Document {
+ public:
+  Document() = default;
+  Document(Document&&) = default;
+  Document& operator=(Document&&) = default;
+
+  // Reads the XML file at `path`. Throws DocumentError.
+  //
+  // An element's name is taken as it is written, a prefix included; attributes and namespace
+  // declarations are not part of the document. Character references, the five predefined entities
+  // and CDATA become text. White space between elements is a text like any other. Comments,
+  // processing instructions and references to declared entities are contents of other kinds:
+  // nothing is substituted for them, and nothing is fetched from outside the file. The document
+  // type declaration is no content.
+  static Document Read(const std::string& path);
+
+  // Adds a content at the end of `parent`'s children, or of the top level when `parent` is null,
+  // and answers it. Names are interned, texts copied.
+  kaml_content* AddElement(kaml_content* parent, const char* name);
+  kaml_content* AddText(kaml_content* parent, const char* text);
+  kaml_content* AddOther(kaml_content* parent, int type);
+
+  // Answers the first top-level content, null for an empty document.
+  const kaml_content* contents() const {
+    return contents_.empty() ? nullptr : contents_.front().first_child;
+  }
+
+ private:
+  kaml_content* Add(kaml_content* parent, kaml_content content);
+  void AddNodes(kaml_content* parent, const _xmlNode* first);
+
+  // The first one, unseen from outside, is the parent of the top level. A flat list, so that
+  // freeing the deepest tree does not recurse; a deque, so that contents stay where they are.
+  std::deque<kaml_content> contents_;
+};
+
+}  // namespace devhost
