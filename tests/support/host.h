@@ -1,0 +1,63 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/kae.h"
+#include "host/kaml.h"
+
+// A document node of the recording host. It belongs to the host and lives until ResetHost().
+struct kaml_content {
+  int type;
+  const char* name;
+  std::string text;
+  kaml_content* next = nullptr;
+  kaml_content* contents = nullptr;
+};
+
+// The host that the tests run the plug-in in: a libe.so that records what it is asked for, in
+// order, and fails on demand. Not for several threads.
+namespace recording_host {
+
+constexpr int kText = 0;
+constexpr int kElement = 1;
+
+struct Reply {
+  bool success;
+  kaml_content* body;
+  std::string error;
+  std::string detail;
+};
+
+// Keeps every reply, and prints each on standard output as a line in braces, so that its place
+// among the plug-in's lines is seen: {success} or {error "ERROR" "DETAIL"}.
+class Request : public kaeRequest {
+ public:
+  std::vector<Reply> replies;
+  bool answer = true;  // what the next reply is answered with
+};
+
+// Every call of a host function since ResetHost(), as "kaml_intern tcp_sack", "kaml_cont_type",
+// "kaeCPLayer()", "~kaeCPLayer", "~kaePlugin", "SendSuccess", "SendError".
+std::vector<std::string>& Calls();
+
+// Lets the `n`-th call of kaml_intern from now on throw std::bad_alloc, once.
+void FailIntern(int n);
+
+// Forgets calls, failures and contents; interned names stay.
+void ResetHost();
+
+// Builders of contents; none of them counts as a call. Lists are linked in the order given.
+const char* Intern(const std::string& text);
+kaml_content* Node(int type, const char* name, std::vector<kaml_content*> contents = {});
+kaml_content* Element(const std::string& name, std::vector<kaml_content*> contents = {});
+kaml_content* Text(const std::string& text);
+kaml_content* List(std::vector<kaml_content*> contents);
+
+// A "tcp-settings" element.
+kaml_content* Settings(std::vector<kaml_content*> contents = {});
+
+// An element that holds one text.
+kaml_content* Value(const std::string& name, const std::string& text);
+
+}  // namespace recording_host
