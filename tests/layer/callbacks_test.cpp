@@ -1,0 +1,164 @@
+// The callbacks through which the host drives a layer.
+
+#include "tests/layer/request_fixture.h"
+
+namespace {
+
+using recording_host::Calls;
+using recording_host::Element;
+using recording_host::Intern;
+using recording_host::kElement;
+using recording_host::kText;
+using recording_host::List;
+using recording_host::Node;
+using recording_host::Settings;
+using recording_host::Text;
+using recording_host::Value;
+
+// --- do_Configure ---
+
+TEST_F(RequestTest, AnswersNoContentWithSuccessAndDoesNothingElse) {
+  const auto layer = NewLayer();
+  EXPECT_TRUE(Configure(*layer, nullptr));
+  EXPECT_EQ(output.Take(), kSuccess);
+  ExpectNothingWritten();
+}
+
+TEST_F(RequestTest, AnswersSuccessWithoutABody) {
+  const auto layer = NewLayer();
+  Configure(*layer, nullptr);
+  Configure(*layer, Settings());
+  ASSERT_EQ(request.replies.size(), 2U);
+  EXPECT_EQ(request.replies[0].body, nullptr);
+  EXPECT_EQ(request.replies[1].body, nullptr);
+}
+
+TEST_F(RequestTest, HandsOnWhatTheHostAnswersToTheSuccessReply) {
+  const auto layer = NewLayer();
+  for (const bool answer : {true, false}) {
+    request.answer = answer;
+    EXPECT_EQ(Configure(*layer, nullptr), answer);
+    EXPECT_EQ(Configure(*layer, Settings()), answer);
+    EXPECT_EQ(Configure(*layer, Text("text")), answer);
+  }
+}
+
+TEST_F(RequestTest, PassesOverTopLevelContentsThatAreNoElements) {
+  const auto layer = NewLayer();
+  for (const int type : {kText, 2, 3, -1, 4711}) {
+    EXPECT_TRUE(Configure(*layer, Node(type, Intern("tcp-settings"), {Value("tcp_sack", "0")})));
+    EXPECT_EQ(output.Take(), kSuccess) << type;
+  }
+  ExpectNothingWritten();
+}
+
+TEST_F(RequestTest, FindsTheSettingsBehindOtherTopLevelContents) {
+  const auto layer = NewLayer();
+  EXPECT_TRUE(Configure(*layer, List({Text("\n"), Node(2, nullptr), Settings(), Text("\n")})));
+  EXPECT_EQ(output.Take(), kReceivedLine + WriteLines(StartValues()) + kSuccess);
+}
+
+TEST_F(RequestTest, LeavesAForeignElementUnanswered) {
+  const auto layer = NewLayer();
+  for (const char* name : {"tcp_settings", "TCP-SETTINGS", "tcp-setting", "tcp_sack", ""}) {
+    EXPECT_FALSE(Configure(*layer, Element(name, {Value("tcp_sack", "0")}))) << name;
+    EXPECT_EQ(output.Take(), "") << name;
+  }
+  EXPECT_TRUE(request.replies.empty());
+  ExpectNothingWritten();
+}
+
+TEST_F(RequestTest, TakesAnElementForForeignWhoseNameIsEqualInTextOnly) {
+  const auto layer = NewLayer();
+  const std::string copy = "tcp-settings";
+  EXPECT_FALSE(Configure(*layer, Node(kElement, copy.c_str(), {Value("tcp_sack", "0")})));
+  EXPECT_EQ(output.Take(), "");
+  EXPECT_TRUE(request.replies.empty());
+}
+
+TEST_F(RequestTest, HasAppliedWhatStandsBeforeAForeignElementAndNothingBehindIt) {
+  const auto layer = NewLayer();
+  EXPECT_FALSE(Configure(*layer, List({Settings({Value("tcp_sack", "0")}), Element("other"),
+                                       Settings({Value("tcp_frto", "0")})})));
+  EXPECT_EQ(output.Take(), kReceivedLine + SettingLine("tcp_sack", "0") +
+                               WriteLines(With({
+                                   {"tcp_sack", "0"}
+  })));
+  EXPECT_TRUE(request.replies.empty());
+  ExpectFiles(With({
+      {"tcp_sack", "0"}
+  }));
+}
+
+TEST_F(RequestTest, AppliesEachOfTwoSettingsElementsAndRepliesOnce) {
+  const auto layer = NewLayer();
+  EXPECT_TRUE(Configure(
+      *layer, List({Settings({Value("tcp_sack", "0")}), Settings({Value("tcp_frto", "7")})})));
+  EXPECT_EQ(output.Take(), kReceivedLine + SettingLine("tcp_sack", "0") +
+                               WriteLines(With({
+                                   {"tcp_sack", "0"}
+  })) +
+                               kReceivedLine + SettingLine("tcp_frto", "7") +
+                               WriteLines(With({{"tcp_sack", "0"}, {"tcp_frto", "7"}})) + kSuccess);
+  EXPECT_EQ(request.replies.size(), 1U);
+}
+
+TEST_F(RequestTest, StopsAtTheElementThatMetAFileError) {
+  const auto layer = NewLayer();
+  tree.MakeFolder("core/rmem_max");
+  EXPECT_FALSE(Configure(*layer, List({Settings(), Settings({Value("tcp_frto", "7")})})));
+  ASSERT_EQ(request.replies.size(), 1U);
+  EXPECT_FALSE(request.replies[0].success);
+  EXPECT_THAT(output.Take(), testing::Not(testing::HasSubstr("tcp_frto = 7")));
+}
+
+TEST_F(RequestTest, AnswersFalseAfterAFileErrorWhateverTheHostAnswered) {
+  const auto layer = NewLayer();
+  tree.MakeFolder("core/rmem_max");
+  for (const bool answer : {true, false}) {
+    request.answer = answer;
+    EXPECT_FALSE(Configure(*layer, Settings()));
+  }
+}
+
+// --- Start and stop ---
+
+TEST_F(RequestTest, DoesNothingToStartOrStop) {
+  const auto layer = NewLayer();
+  Calls().clear();
+  layer->do_Start();
+  layer->do_Stop();
+  layer->do_Stop();
+  layer->do_Start();
+  EXPECT_EQ(output.Take(), "");
+  EXPECT_TRUE(Calls().empty());
+  ExpectNothingWritten();
+  for (const auto& [name, value] : StartValues()) {
+    EXPECT_EQ(layer->Find(name).GetValue(), value) << name;
+  }
+}
+
+// --- do_Release ---
+
+TEST_F(RequestTest, WritesTheSnapshotBackAndFreesTheLayerOnRelease) {
+  auto* layer = NewLayer().release();
+  Configure(*layer, Settings({Value("tcp_sack", "0")}));
+  output.Take();
+  Calls().clear();
+  layer->do_Release();
+  EXPECT_EQ(output.Take(), kToPreviousLines + WriteLines(KernelValues()));
+  ExpectFiles(KernelValues());
+  EXPECT_EQ(Calls(), (std::vector<std::string>{"~kaeCPLayer"}));
+}
+
+TEST_F(RequestTest, FreesTheLayerThoughItsWritesFail) {
+  auto* layer = NewLayer().release();
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    tree.MakeLoop(setting.file);
+  }
+  Calls().clear();
+  layer->do_Release();
+  EXPECT_EQ(Calls(), (std::vector<std::string>{"~kaeCPLayer"}));
+}
+
+}  // namespace

@@ -1,0 +1,200 @@
+// A layer's construction and destruction.
+
+#include <cstddef>
+#include <new>
+
+#include "settings/CTCPCoreSetting.h"
+#include "settings/CTCPSettingContainer.h"
+#include "tests/layer/fixture.h"
+#include "tests/support/allocations.h"
+
+namespace {
+
+using recording_host::Calls;
+
+// The size of one entry of the settings map in memory.
+constexpr std::size_t kMapNode = sizeof(std::_Rb_tree_node<std::pair<const char* const, void*>>);
+
+std::size_t LiveSettings() {
+  return Allocations::Live(sizeof(CTCPSetting)).size() +
+         Allocations::Live(sizeof(CTCPSettingContainer)).size();
+}
+
+TEST_F(LayerTest, InternsItsRootNameFirstAndThenTheCatalogueInItsOrder) {
+  const OpenLayer layer;
+  std::vector<std::string> expected = {"kaeCPLayer()", "kaml_intern tcp-settings"};
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    expected.push_back(std::string("kaml_intern ") + setting.name);
+  }
+  EXPECT_EQ(Calls(), expected);
+  EXPECT_EQ(layer.root_element_name_, recording_host::Intern("tcp-settings"));
+}
+
+TEST_F(LayerTest, InternsTheRootNameBeforeAnySettingExists) {
+  const Allocations watch;
+  recording_host::FailIntern(1);
+  EXPECT_THROW(new OpenLayer, std::bad_alloc);
+  EXPECT_EQ(Allocations::OfSize(sizeof(CTCPSetting)).size(), 0U);
+}
+
+TEST_F(LayerTest, AllocatesEachSettingBeforeItsNameIsInterned) {
+  const Allocations watch;
+  const OpenLayer layer;
+  const auto blocks = Allocations::OfSize(sizeof(CTCPSetting));
+  ASSERT_EQ(blocks.size(), 53U);
+  EXPECT_EQ(Calls().at(blocks[0].host_calls), "kaml_intern rmem_max");
+  EXPECT_EQ(Calls().at(blocks[52].host_calls), "kaml_intern tcp_port_max");
+}
+
+TEST_F(LayerTest, AddsTheChildrenToTheirContainerAfterTheLastOneIsStored) {
+  const Allocations watch;
+  const OpenLayer layer;
+  std::vector<std::string> after;  // the last name interned when a list of children first grew
+  for (const Allocations::Block& block : Allocations::OfSize(sizeof(void*))) {
+    after.push_back(Calls().at(block.host_calls - 1));
+  }
+  EXPECT_EQ(after,
+            (std::vector<std::string>{"kaml_intern tcp_mem_high", "kaml_intern tcp_rmem_max",
+                                      "kaml_intern tcp_wmem_max", "kaml_intern tcp_port_max"}));
+}
+
+TEST_F(LayerTest, TakesTheSnapshotThenThePreviousValuesThenTheDefaults) {
+  const OpenLayer layer;
+  EXPECT_EQ(output.Take(), SnapshotLines(KernelValues()) + kToPreviousLines);
+  for (const auto& [name, value] : StartValues()) {
+    EXPECT_EQ(layer.Find(name).GetValue(), value) << name;
+  }
+}
+
+TEST_F(LayerTest, WritesNothingToTheKernelAtConstruction) {
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    tree.Write(setting.file, "7 8\n");
+  }
+  const OpenLayer layer;
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    EXPECT_EQ(tree.Read(setting.file), "7 8\n") << setting.file;
+  }
+}
+
+TEST_F(LayerTest, IsConstructedThoughNoFileCanBeRead) {
+  Values errors;
+  Values defaults;
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    tree.MakeMissing(setting.file);
+    defaults[setting.name] = setting.default_value;
+    if (*setting.container == '\0') {
+      errors[setting.name] = "error opening stream for read -  file [/proc/sys/net/" +
+                             std::string(setting.file) + "]; error: No such file or directory\n";
+    }
+  }
+  const OpenLayer layer;
+  EXPECT_EQ(output.Take(), SnapshotLines(defaults, errors) + kToPreviousLines);
+}
+
+TEST_F(LayerTest, DeletesEverySettingExactlyOnceAndWritesAndPrintsNothing) {
+  const Allocations watch;
+  auto* layer = new OpenLayer;
+  EXPECT_EQ(LiveSettings(), 57U);
+  output.Take();
+  tree.Write("ipv4/tcp_sack", "untouched");
+  delete layer;
+  EXPECT_EQ(LiveSettings(), 0U);
+  EXPECT_EQ(Allocations::Live(kMapNode).size(), 0U);
+  EXPECT_EQ(output.Take(), "");
+  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "untouched");
+  EXPECT_EQ(Calls().back(), "~kaeCPLayer");
+}
+
+// Tells of its own end, to which it brings the base's state and the settings that are left.
+struct TellingSetting : CTCPSetting {
+  explicit TellingSetting(int* destroyed)
+      : CTCPSetting("name", "0", "file", nullptr, nullptr), destroyed_(destroyed) {}
+  ~TellingSetting() override { *destroyed_ += Calls().back() == "~kaeCPLayer" ? 1000 : 1; }
+  int* destroyed_;
+};
+
+TEST_F(LayerTest, DestroysSettingsThroughTheirVirtualDestructorBeforeItsBase) {
+  int destroyed = 0;
+  auto layer = NewLayer();
+  layer->Empty();
+  const char keys[3] = {};
+  for (const char& key : keys) {
+    layer->settings_[&key] = new TellingSetting(&destroyed);
+  }
+  layer.reset();
+  EXPECT_EQ(destroyed, 3);
+}
+
+TEST_F(LayerTest, PassesOverANullEntryWhenItIsDestroyed) {
+  int destroyed = 0;
+  auto layer = NewLayer();
+  layer->Empty();
+  const char keys[2] = {};
+  layer->settings_[&keys[0]] = nullptr;
+  layer->settings_[&keys[1]] = new TellingSetting(&destroyed);
+  layer.reset();
+  EXPECT_EQ(destroyed, 1);
+}
+
+// The settings stored so far stay behind when a constructor fails: that is the order of things
+// here, and the test puts them away itself.
+TEST_F(LayerTest, KeepsTheSettingsThatAFailedConstructionHadStored) {
+  struct Case {
+    int failing_intern;
+    std::size_t settings_left;
+  };
+  for (const auto& [failing_intern, settings_left] : {
+           Case{1,  0 },
+           Case{2,  0 },
+           Case{3,  1 },
+           Case{24, 22},
+           Case{25, 23},
+           Case{26, 24},
+           Case{58, 56}
+  }) {
+    const Allocations watch;
+    Calls().clear();
+    recording_host::FailIntern(failing_intern);
+    EXPECT_THROW(new OpenLayer, std::bad_alloc) << failing_intern;
+    EXPECT_EQ(Calls().back(), "~kaeCPLayer") << failing_intern;
+    EXPECT_EQ(LiveSettings(), settings_left) << failing_intern;
+    EXPECT_EQ(Allocations::Live(kMapNode).size(), 0U) << failing_intern;
+    EXPECT_EQ(Allocations::Live(sizeof(OpenLayer)).size(), 0U) << failing_intern;
+    for (const std::size_t size : {sizeof(CTCPSetting), sizeof(CTCPSettingContainer)}) {
+      for (const Allocations::Block& block : Allocations::Live(size)) {
+        delete static_cast<CTCPSetting*>(block.address);
+      }
+    }
+  }
+  EXPECT_EQ(output.Take(), "");
+}
+
+TEST_F(LayerTest, CanBeConstructedAfterAFailedConstruction) {
+  recording_host::FailIntern(1);
+  EXPECT_THROW(new OpenLayer, std::bad_alloc);
+  const OpenLayer layer;
+  EXPECT_EQ(layer.settings_.size(), 57U);
+}
+
+TEST_F(LayerTest, BuildsItsOwnSettingsAndItsOwnSnapshotForEachLayer) {
+  const auto first = NewLayer();
+  tree.Write("ipv4/tcp_sack", "changed\n");
+  const auto second = NewLayer();
+  EXPECT_STREQ(first->Find("tcp_sack").GetPrevValue(), KernelValues()["tcp_sack"].c_str());
+  EXPECT_STREQ(second->Find("tcp_sack").GetPrevValue(), "changed");
+  for (const auto& [key, setting] : first->settings_) {
+    EXPECT_NE(second->settings_.at(key), setting) << key;
+  }
+  first->Find("tcp_frto").SetValue("5");
+  EXPECT_STREQ(second->Find("tcp_frto").GetValue(), KernelValues()["tcp_frto"].c_str());
+}
+
+TEST_F(LayerTest, HasItsMapBeforeItsRootName) {
+  const auto layer = NewLayer();
+  EXPECT_LT(static_cast<const void*>(&layer->settings_),
+            static_cast<const void*>(&layer->root_element_name_));
+  EXPECT_EQ(sizeof(kaTCPLayer),
+            5 * sizeof(void*) + sizeof(std::map<const char*, CTCPSetting*>) + sizeof(const char*));
+}
+
+}  // namespace
