@@ -1,0 +1,155 @@
+// Where everything lies that a host reaches by position alone, as code compiled elsewhere does.
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <map>
+
+#include "tests/plugin/elf_file.h"
+#include "tests/plugin/loaded_plugin.h"
+#include "tests/support/slots.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::size_t kWord = sizeof(void*);
+
+// A table of virtual operations is headed by the offset to the whole object and the type.
+constexpr std::ptrdiff_t kHeader = 2;
+
+// With a virtual base also by its offset and one more for each of its two operations.
+constexpr std::ptrdiff_t kVirtualBaseHeader = kHeader + 3;
+
+void* At(void* object, std::size_t word) { return static_cast<char*>(object) + word * kWord; }
+
+void** TableOf(void* object) { return *static_cast<void***>(object); }
+
+// The tables of an object's class lie one behind the other.
+std::ptrdiff_t WordsOfTables(const std::string& symbol) {
+  return static_cast<std::ptrdiff_t>(FindSymbol(symbol).size / kWord);
+}
+
+// The offset of the virtual base comes before the header.
+std::ptrdiff_t VirtualBaseOffset(void* object) {
+  return reinterpret_cast<std::ptrdiff_t>(TableOf(object)[-kHeader - 1]);
+}
+
+using HostWords = std::array<std::uintptr_t, 3>;
+
+HostWords HostWordsOf(void* plugin) {
+  HostWords words;
+  std::memcpy(words.data(), At(plugin, 1), sizeof words);
+  return words;
+}
+
+// Checks that slot i of the table at `object` holds the i-th of these functions, nothing for "".
+// Equal functions may share one address.
+void ExpectSlots(const LoadedLibrary& library, void* object,
+                 const std::vector<std::string>& functions) {
+  std::map<void*, std::vector<std::string>> names;
+  names[nullptr] = {""};
+  for (const Symbol& symbol : Symbols("--defined-only")) {
+    names[library.base() + symbol.address].push_back(symbol.name);
+  }
+  for (std::size_t slot = 0; slot < functions.size(); ++slot) {
+    EXPECT_THAT(names[TableOf(object)[slot]], Contains(functions[slot])) << "slot " << slot;
+  }
+}
+
+using PluginLayout = PluginLayerTest;
+using LayerLayout = PluginLayerTest;
+
+TEST_F(PluginLayout, BeginsWithTheTablePointerAndTheHostsWords) {
+  EXPECT_THAT(HostWordsOf(object()), ElementsAre(0, 0, 1));
+}
+
+TEST_F(PluginLayout, LeavesTheHostsWordsToTheHost) {
+  const HostWords words = {7, 8, 9};
+  std::memcpy(At(object(), 1), words.data(), sizeof words);
+  As<kaePlugin>().GetName();
+  As<kaePlugin>().GetVersion();
+  As<kaePlugin>().InitPlugin();
+  NewLayer();
+  As<kaePlugin>().CleanupPlugin();
+  EXPECT_EQ(HostWordsOf(object()), words);
+}
+
+TEST_F(PluginLayout, HasTheFactoryAfterTheHostsWordsAndThenEnds) {
+  EXPECT_EQ(&As<kaeCPLayerFactory>(), At(object(), 4));
+  EXPECT_EQ(sizeof(kaeVersionInfo), kWord);
+  EXPECT_EQ(sizeof(kaePlugin), 4 * kWord);
+  EXPECT_EQ(sizeof(kaeCPLayerFactory), kWord);
+  EXPECT_EQ(sizeof(kaeCPPlugin), 5 * kWord);
+  EXPECT_EQ(FindSymbol("_ZL17kae_plugin_object").size, 5 * kWord);
+}
+
+TEST_F(PluginLayout, HasItsOperationsInOrder) {
+  ExpectSlots(library, object(),
+              {"_ZNK11kaTCPPlugin7GetNameB5cxx11Ev", "_ZNK11kaTCPPlugin10GetVersionB5cxx11Ev",
+               "_ZN11kaTCPPluginD1Ev", "_ZN11kaTCPPluginD0Ev", "_ZN11kaTCPPlugin10InitPluginEv",
+               "_ZN11kaTCPPlugin13CleanupPluginEv", "_ZN11kaTCPPlugin11GetNewLayerEv"});
+  EXPECT_EQ(TableOf(At(object(), 4)) - TableOf(object()), 7 + kVirtualBaseHeader);
+}
+
+// Its first two slots are those of the version info, which the plug-in part carries for both.
+TEST_F(PluginLayout, HasTheFactorysOwnOperationInItsThirdSlot) {
+  ExpectSlots(library, At(object(), 4), {"", "", "_ZThn32_N11kaTCPPlugin11GetNewLayerEv"});
+  EXPECT_EQ(WordsOfTables("_ZTV11kaTCPPlugin"), 7 + 3 + 2 * kVirtualBaseHeader);
+}
+
+TEST_F(PluginLayout, AnswersByPosition) {
+  EXPECT_EQ(CallSlot<std::string>(object(), 0), "TCP");
+  EXPECT_EQ(CallSlot<std::string>(object(), 1), "001.000");
+  CallSlot<void>(object(), 5);
+  EXPECT_TRUE(CallSlot<bool>(object(), 4));
+  EXPECT_EQ(output.Take(), "");
+  EXPECT_THAT(recording_host::Calls(), IsEmpty());
+  EXPECT_NE(Layer(CallSlot<kaeCPLayer*>(object(), 6)), nullptr);
+}
+
+TEST_F(PluginLayout, AnswersByPositionThroughTheFactory) {
+  void* factory = At(object(), 4);
+  void* version_info = static_cast<char*>(factory) + VirtualBaseOffset(factory);
+  EXPECT_EQ(CallSlot<std::string>(version_info, 0), "TCP");
+  EXPECT_EQ(CallSlot<std::string>(version_info, 1), "001.000");
+  EXPECT_NE(Layer(CallSlot<kaeCPLayer*>(factory, 2)), nullptr);
+}
+
+TEST_F(LayerLayout, HasItsBasesInOrder) {
+  const Layer layer = NewLayer();
+  EXPECT_EQ(dynamic_cast<void*>(layer.get()), layer.get());
+  EXPECT_EQ(dynamic_cast<kaeCPLayer::ConfigureCB*>(layer.get()), At(layer.get(), 1));
+  EXPECT_EQ(dynamic_cast<kaeCPLayer::ReleaseCB*>(layer.get()), At(layer.get(), 2));
+  EXPECT_EQ(dynamic_cast<kaeCPLayer::StartCB*>(layer.get()), At(layer.get(), 3));
+  EXPECT_EQ(dynamic_cast<kaeCPLayer::StopCB*>(layer.get()), At(layer.get(), 4));
+}
+
+TEST_F(LayerLayout, HasItsOperationsInOrder) {
+  const Layer layer = NewLayer();
+  ExpectSlots(
+      library, layer.get(),
+      {"_ZN10kaTCPLayerD1Ev", "_ZN10kaTCPLayerD0Ev",
+       "_ZN10kaTCPLayer12do_ConfigureEP10kaeRequestPK12kaml_content", "_ZN10kaTCPLayer8do_StartEv",
+       "_ZN10kaTCPLayer7do_StopEv", "_ZN10kaTCPLayer10do_ReleaseEv"});
+  EXPECT_EQ(TableOf(At(layer.get(), 1)) - TableOf(layer.get()), 6 + kHeader);
+}
+
+TEST_F(LayerLayout, HasOneOperationInEachCallbackInterface) {
+  const Layer layer = NewLayer();
+  ExpectSlots(library, At(layer.get(), 1),
+              {"_ZThn8_N10kaTCPLayer12do_ConfigureEP10kaeRequestPK12kaml_content"});
+  ExpectSlots(library, At(layer.get(), 2), {"_ZThn16_N10kaTCPLayer10do_ReleaseEv"});
+  ExpectSlots(library, At(layer.get(), 3), {"_ZThn24_N10kaTCPLayer8do_StartEv"});
+  ExpectSlots(library, At(layer.get(), 4), {"_ZThn32_N10kaTCPLayer7do_StopEv"});
+  for (std::size_t word = 1; word < 4; ++word) {
+    EXPECT_EQ(TableOf(At(layer.get(), word + 1)) - TableOf(At(layer.get(), word)), 1 + kHeader);
+  }
+  EXPECT_EQ(WordsOfTables("_ZTV10kaTCPLayer"), 6 + kHeader + 4 * (1 + kHeader));
+}
+
+}  // namespace
