@@ -1,0 +1,17 @@
+// Changes tunables and leaves them changed after its release.
+
+#include "tests/devhost/broken/working_plugin.h"
+
+class Layer : public WorkingLayer {
+ public:
+  bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
+    WriteTunable("ipv4/tcp_sack", "0");
+    WriteTunable("ipv4/ip_local_port_range", "40000 50000");
+    WriteTunable("ipv4/ip_local_reserved_ports", "8080");
+    WriteTunable("core/somaxconn", "128");
+    return request->SendSuccess(nullptr);
+  }
+};
+
+static PluginOf<Layer> plugin;
+kaePlugin* this_kae_plugin = &plugin;

@@ -1,0 +1,135 @@
+#include "tests/devhost/kaehost.h"
+
+#include <grp.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <system_error>
+
+namespace {
+
+constexpr unsigned kTimeLimit = 60;  // seconds
+constexpr unsigned kNobody = 65534;
+
+[[noreturn]] void Throw(const std::string& what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+// A file without a name that takes what a process prints.
+class OutputFile {
+ public:
+  OutputFile() : fd_(memfd_create("output", MFD_CLOEXEC)) {}
+  ~OutputFile() { close(fd_); }
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  int fd() const { return fd_; }
+
+  std::string Text() const {
+    std::string text(static_cast<std::size_t>(lseek(fd_, 0, SEEK_END)), '\0');
+    if (pread(fd_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+      Throw("reading back the output");
+    }
+    return text;
+  }
+
+ private:
+  const int fd_;
+};
+
+// Ends this process, whatever happens: it is a copy of the test's own.
+[[noreturn]] void Become(std::vector<std::string> arguments, const OutputFile& out,
+                         const OutputFile& err, const std::function<void()>& prepare) noexcept {
+  alarm(kTimeLimit);
+  dup2(out.fd(), STDOUT_FILENO);
+  dup2(err.fd(), STDERR_FILENO);
+  if (prepare) {
+    prepare();
+  }
+  std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
+  for (std::string& argument : arguments) {
+    argv.push_back(argument.data());
+  }
+  argv.push_back(nullptr);
+  execv(argv[0], argv.data());
+  _exit(127);
+}
+
+void Write(const char* path, const std::string& text) {
+  if (!(std::ofstream(path) << text).flush()) {
+    Throw(path);
+  }
+}
+
+// Moves the process into a new user namespace as the user `user` of it; false where there is none.
+bool EnterUserNamespace(unsigned user) {
+  const std::string uid = std::to_string(geteuid());
+  const std::string gid = std::to_string(getegid());
+  if (unshare(CLONE_NEWUSER) != 0) {
+    return false;
+  }
+  Write("/proc/self/setgroups", "deny");
+  Write("/proc/self/uid_map", std::to_string(user) + ' ' + uid + " 1");
+  Write("/proc/self/gid_map", std::to_string(user) + ' ' + gid + " 1");
+  return true;
+}
+
+// Limits may be set in a user namespace of one's own only; where there is none, an ordinary user
+// gets no namespace anyway.
+void ForbidNamespacesTo(unsigned user) {
+  if (!EnterUserNamespace(user)) {
+    BecomeOrdinaryUser();
+    return;
+  }
+  Write("/proc/sys/user/max_user_namespaces", "0");
+  Write("/proc/sys/user/max_net_namespaces", "0");
+}
+
+}  // namespace
+
+Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>& prepare) {
+  arguments.insert(arguments.begin(), KAEHOST);
+  const OutputFile out;
+  const OutputFile err;
+  const pid_t child = fork();
+  if (child == 0) {
+    Become(std::move(arguments), out, err, prepare);
+  }
+  int status = 0;
+  if (child < 0 || waitpid(child, &status, 0) != child) {
+    Throw("running kaehost");
+  }
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.Text(), err.Text()};
+}
+
+std::string TestPlugin(const std::string& name) { return TEST_PLUGINS "/" + name + ".so"; }
+
+bool HasUserNamespaces() {
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(unshare(CLONE_NEWUSER) == 0 ? 0 : 1);
+  }
+  int status = 0;
+  return waitpid(child, &status, 0) == child && status == 0;
+}
+
+bool HasReadOnlyCoreFiles() { return access("/proc/sys/net/core/rmem_max", F_OK) == 0; }
+
+void BecomeOrdinaryUser() {
+  if (EnterUserNamespace(kNobody)) {
+    return;
+  }
+  if (setgroups(0, nullptr) != 0 || setgid(kNobody) != 0 || setuid(kNobody) != 0) {
+    Throw("becoming an ordinary user");
+  }
+}
+
+void ForbidNamespacesToRoot() { ForbidNamespacesTo(0); }
+
+void ForbidNamespacesToOrdinaryUser() { ForbidNamespacesTo(kNobody); }

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// The command kaehost as it was built, and the surroundings that it may find itself in.
+
+// What became of a run.
+struct Outcome {
+  int status;  // as a shell shows it: 128 and the signal's number for what a signal ended
+  std::string out;
+  std::string err;
+};
+
+// Runs kaehost with `arguments` to its end, or for a minute at most. `prepare` is run in the new
+// process before kaehost takes its place there.
+Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>& prepare = {});
+
+// Answers the path of one of the plug-ins of the folder broken/, as it was built.
+std::string TestPlugin(const std::string& name);
+
+// Whether a new user namespace is to be had here; inside a chroot none is.
+bool HasUserNamespaces();
+
+// Whether core/rmem_max and core/wmem_max are there, read-only, in a private namespace; older
+// kernels show no such files, and then a request meets no obstacle.
+bool HasReadOnlyCoreFiles();
+
+// For `prepare`: makes the process one of an ordinary user, which loses its last capability when
+// kaehost takes its place.
+void BecomeOrdinaryUser();
+
+// For `prepare`: forbids further namespaces to the process, which is root's or an ordinary user's.
+// Where there are no user namespaces it is an ordinary user's in any case.
+void ForbidNamespacesToRoot();
+void ForbidNamespacesToOrdinaryUser();

@@ -1,0 +1,100 @@
+// The private namespace, seen from inside: this process is in one, and moves copies of itself into
+// further ones.
+
+#include "devhost/kaehost/sandbox.h"
+
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "tests/devhost/kaehost.h"
+#include "tests/support/tunable_tree.h"
+
+using devhost::MakeWritable;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string Mounts() { return Content("/proc/self/mountinfo"); }
+
+// Whether an ordinary user who enters a namespace is root there. For a process of its own.
+bool MakesAnOrdinaryUserRoot() try {
+  BecomeOrdinaryUser();
+  devhost::EnterPrivateNamespace();
+  return geteuid() == 0 && getegid() == 0;
+} catch (const devhost::NamespaceError&) {
+  return false;
+}
+
+// Whether mounts below /proc reach other mount namespaces, or theirs this one.
+bool SharesProc() {
+  std::ifstream mounts("/proc/self/mountinfo");
+  for (std::string line; std::getline(mounts, line);) {
+    const bool is_shared =
+        line.find(" shared:") != std::string::npos || line.find(" master:") != std::string::npos;
+    if (is_shared && line.find(" /proc") != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Whether a shared /proc is shared no more in a namespace. For a process of its own.
+bool StopsSharing() {
+  mount("none", "/proc", "none", MS_REC | MS_SHARED, nullptr);
+  const bool shared_before = SharesProc();
+  devhost::EnterPrivateNamespace();
+  return shared_before && !SharesProc();
+}
+
+}  // namespace
+
+TEST(PrivateNamespace, MakesAnOrdinaryUserItsRoot) {
+  EXPECT_EXIT(_exit(MakesAnOrdinaryUserRoot() == HasUserNamespaces() ? 0 : 1),
+              testing::ExitedWithCode(0), "");
+}
+
+TEST(PrivateNamespace, SharesNoMountsWithTheOutside) {
+  EXPECT_EXIT(_exit(StopsSharing() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(MakeWritable, LaysAFileWithTheSameContentsOverAReadOnlyOne) {
+  TunableTree tree;
+  tree.Write("core/rmem_max", "212992\n");
+  tree.MakeReadOnly("core/rmem_max");
+  const std::string path = "/proc/sys/net/core/rmem_max";
+  EXPECT_THAT(MakeWritable({path}), ElementsAre(path));
+  EXPECT_EQ(Content(path), "212992\n");
+  std::ofstream(path) << "5";
+  EXPECT_EQ(Content(path), "5");
+}
+
+TEST(MakeWritable, LeavesWritableAndMissingFilesAlone) {
+  TunableTree tree;
+  tree.Write("ipv4/tcp_sack", "1\n");
+  const std::string mounts = Mounts();
+  EXPECT_THAT(MakeWritable({"/proc/sys/net/ipv4/tcp_sack", "/proc/sys/net/ipv4/nowhere"}),
+              IsEmpty());
+  EXPECT_EQ(Content("/proc/sys/net/ipv4/tcp_sack"), "1\n");
+  EXPECT_EQ(Mounts(), mounts);
+}
+
+TEST(MakeWritable, LeavesNothingMountedButTheFileItself) {
+  TunableTree tree;
+  tree.Write("core/rmem_max", "1");
+  tree.MakeReadOnly("core/rmem_max");
+  MakeWritable({"/proc/sys/net/core/rmem_max"});
+  EXPECT_THAT(Mounts(), HasSubstr("/scratch /proc/sys/net/core/rmem_max "));
+  EXPECT_THAT(Mounts(), Not(HasSubstr(" /proc/fs ")));
+}
