@@ -31,7 +31,6 @@ std::string DefaultPlugin() {
 }
 
 int Fail(ExitStatus status, const std::string& sentence) {
-  std::cout.flush();
   std::cerr << "kaehost: " << sentence << '\n';
   return status;
 }

@@ -13,10 +13,11 @@ class NamespaceError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Moves the calling process into a private user, network and mount namespace, or, where a new user
-// namespace is refused to root (inside a chroot), into a network and mount namespace. From then on
-// /proc/sys/net belongs to this process and its children alone: the machine's own tunables are out
-// of reach. The process must have one thread only. Throws NamespaceError.
+// Moves the calling process into a private user, network and mount namespace, as its root, or,
+// where a new user namespace is refused to root (inside a chroot), into a network and mount
+// namespace. From then on /proc/sys/net belongs to this process and its children alone: the
+// machine's own tunables are out of reach. The process must have one thread only. Throws
+// NamespaceError.
 void EnterPrivateNamespace();
 
 // Answers those of the kernel files `paths` that exist but refuse to be written, after laying a

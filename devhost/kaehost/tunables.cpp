@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <iterator>
 #include <ostream>
 #include <set>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -16,6 +16,17 @@ namespace {
 std::string TextOf(const Tunables& tunables, const std::string& name) {
   const auto found = tunables.find(name);
   return found != tunables.end() ? found->second : std::string();
+}
+
+// A file's text without its last newline; empty for a file that only takes writes.
+std::string ReadText(const fs::path& path) {
+  std::ostringstream content;
+  content << std::ifstream(path).rdbuf();
+  std::string text = content.str();
+  if (text.ends_with('\n')) {
+    text.pop_back();
+  }
+  return text;
 }
 
 // A file's text as one cell of a table.
@@ -31,18 +42,9 @@ Tunables ReadTunables() {
   Tunables tunables;
   for (const char* folder : {"ipv4", "core"}) {
     for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
-      std::ifstream file;
       if (entry.is_regular_file()) {
-        file.open(entry.path());
+        tunables[entry.path().lexically_relative(root)] = ReadText(entry.path());
       }
-      std::string text((std::istreambuf_iterator<char>(file)), {});
-      if (!file.is_open() || file.bad()) {
-        continue;  // a folder, or a file that only takes writes
-      }
-      if (text.ends_with('\n')) {
-        text.pop_back();
-      }
-      tunables[entry.path().lexically_relative(root)] = std::move(text);
     }
   }
   return tunables;

@@ -17,8 +17,9 @@ struct Change {
   std::string after;
 };
 
-// Reads every readable tunable under /proc/sys/net/ipv4 and /proc/sys/net/core, as the calling
-// thread's network namespace shows them. Texts come without their last newline.
+// Reads every tunable under /proc/sys/net/ipv4 and /proc/sys/net/core, as the calling thread's
+// network namespace shows them. Texts come without their last newline, and empty where a file
+// refuses to be read.
 Tunables ReadTunables();
 
 // Answers what differs, in the order of the tunables' paths.

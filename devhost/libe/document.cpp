@@ -51,6 +51,32 @@ int OpenFile(const std::string& path) {
   return fd;
 }
 
+// Recursion follows the document's depth, which the parser limits to some 256.
+void AddNodes(Document* document, kaml_content* parent, const xmlNode* first) {
+  for (const xmlNode* node = first; node != nullptr; node = node->next) {
+    switch (node->type) {
+      case XML_ELEMENT_NODE:
+        AddNodes(document, document->AddElement(parent, NameAsWritten(*node).c_str()),
+                 node->children);
+        break;
+      case XML_TEXT_NODE:
+        document->AddText(parent, Chars(node->content));
+        break;
+      case XML_COMMENT_NODE:
+        document->AddOther(parent, kComment);
+        break;
+      case XML_PI_NODE:
+        document->AddOther(parent, kProcessingInstruction);
+        break;
+      case XML_ENTITY_REF_NODE:
+        document->AddOther(parent, kEntityReference);
+        break;
+      default:  // the document type declaration, which is no content
+        break;
+    }
+  }
+}
+
 }  // namespace
 
 Document Document::Read(const std::string& path) {
@@ -66,33 +92,8 @@ Document Document::Read(const std::string& path) {
                         ": cannot be read as XML: " + error.text);
   }
   Document document;
-  document.AddNodes(nullptr, xml->children);
+  AddNodes(&document, nullptr, xml->children);
   return document;
-}
-
-// Recursion follows the document's depth, which the parser limits to some 256.
-void Document::AddNodes(kaml_content* parent, const xmlNode* first) {
-  for (const xmlNode* node = first; node != nullptr; node = node->next) {
-    switch (node->type) {
-      case XML_ELEMENT_NODE:
-        AddNodes(AddElement(parent, NameAsWritten(*node).c_str()), node->children);
-        break;
-      case XML_TEXT_NODE:
-        AddText(parent, Chars(node->content));
-        break;
-      case XML_COMMENT_NODE:
-        AddOther(parent, kComment);
-        break;
-      case XML_PI_NODE:
-        AddOther(parent, kProcessingInstruction);
-        break;
-      case XML_ENTITY_REF_NODE:
-        AddOther(parent, kEntityReference);
-        break;
-      default:  // the document type declaration, which is no content
-        break;
-    }
-  }
 }
 
 kaml_content* Document::AddElement(kaml_content* parent, const char* name) {

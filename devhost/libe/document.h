@@ -6,8 +6,6 @@
 
 #include "host/kaml.h"
 
-struct _xmlNode;  // NOLINT(bugprone-reserved-identifier): the parser's own name
-
 // One node of a document, owned by its Document.
 struct kaml_content {
   int type;
@@ -69,7 +67,6 @@ class Document {
 
  private:
   kaml_content* Add(kaml_content* parent, kaml_content content);
-  void AddNodes(kaml_content* parent, const _xmlNode* first);
 
   // The first one, unseen from outside, is the parent of the top level. A flat list, so that
   // freeing the deepest tree does not recurse; a deque, so that contents stay where they are.
