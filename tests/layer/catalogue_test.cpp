@@ -123,6 +123,20 @@ TEST_F(LayerTest, KeysEachSettingByItsNameConstantWhichIsNotTheInternedName) {
   }
 }
 
+// Constants apart would lie as a compiler pleases, and the passes' order with them.
+TEST_F(LayerTest, HasAllItsNameConstantsInOneTable) {
+  const auto layer = NewLayer();
+  std::vector<std::ptrdiff_t> steps;
+  const char* previous = nullptr;
+  for (const auto& [key, setting] : layer->settings_) {
+    if (previous != nullptr) {
+      steps.push_back(key - previous);
+    }
+    previous = key;
+  }
+  EXPECT_THAT(steps, testing::Each(steps.front()));
+}
+
 TEST_F(LayerTest, ComparesKeysAsAddresses) {
   const auto layer = NewLayer();
   for (const ExpectedSetting& setting : ExpectedCatalogue()) {

@@ -53,5 +53,8 @@ std::streamsize CapturedStream::xsputn(const char* text, std::streamsize size) {
 
 int CapturedStream::sync() {
   pieces_.emplace_back();
+  if (on_write_) {
+    on_write_("");
+  }
   return 0;
 }

@@ -23,8 +23,8 @@ class CapturedOutput {
 };
 
 // Takes what is written to std::cout, apart from what C functions write to standard output, for as
-// long as it lives. `on_write` is called with everything that has come since the last flush, after
-// each piece of it.
+// long as it lives. `on_write` is called after each piece and each flush, with everything that has
+// come since the last flush.
 class CapturedStream : private std::streambuf {
  public:
   explicit CapturedStream(std::function<void(const std::string&)> on_write = {});

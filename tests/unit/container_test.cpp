@@ -81,6 +81,14 @@ TEST_F(Container, IgnoresAFourthValue) {
   EXPECT_EQ(PreviousValues(), (Values{"4096", "87380", "174760"}));
 }
 
+TEST_F(Container, ReadsNoChildFromAStreamThatHadFailedBefore) {
+  std::istringstream stream("4096 87380 174760");
+  stream.setstate(std::ios::failbit);
+  rmem.ReadValue(stream);
+  EXPECT_EQ(PreviousValues(), (Values{"1", "2", "3"}));
+  EXPECT_TRUE(stream.fail());
+}
+
 TEST_F(Container, KeepsAllPreviousValuesWhenTheFileIsEmpty) {
   EXPECT_TRUE(Read("") & std::ios::failbit);
   EXPECT_EQ(PreviousValues(), (Values{"1", "2", "3"}));
