@@ -33,6 +33,10 @@ class OpenLayer : public kaTCPLayer {
 
   // Deletes every setting, so that the map is empty.
   void Empty();
+
+  // Holds two settings alone, "tcp_rmem_default" with the value "2" and behind it its container
+  // "tcp_rmem_min" with the value "1".
+  void HoldAChildBeforeItsContainer();
 };
 
 // Values by setting name.

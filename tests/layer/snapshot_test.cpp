@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <iterator>
 
-#include "settings/CTCPSettingContainer.h"
 #include "tests/layer/fixture.h"
 
 namespace {
@@ -143,15 +142,7 @@ TEST_F(LayerTest, IgnoresTheSurplusWordsOfAFile) {
 
 TEST_F(LayerTest, ShowsAChildThatComesBeforeItsContainerAsItWasBefore) {
   const auto layer = NewLayer();
-  layer->Empty();
-  const char keys[2] = {};
-  auto* container = new CTCPSettingContainer("tcp_rmem_min", "1", "tcp_rmem", nullptr);
-  auto* child = new CTCPSetting("tcp_rmem_default", "2", "tcp_rmem", nullptr, container);
-  container->AddChild(child);
-  layer->settings_ = {
-      {&keys[0], child    },
-      {&keys[1], container}
-  };
+  layer->HoldAChildBeforeItsContainer();
   tree.Write("ipv4/tcp_rmem", "8 9\n");
   layer->GetPreviousSettings();
   EXPECT_EQ(output.Take(),
@@ -159,7 +150,7 @@ TEST_F(LayerTest, ShowsAChildThatComesBeforeItsContainerAsItWasBefore) {
             "tcp_rmem_default = 2\n"
             "tcp_rmem_min = 8\n"
             "reading config done\n");
-  EXPECT_STREQ(child->GetPrevValue(), "9");
+  EXPECT_STREQ(layer->Find("tcp_rmem_default").GetPrevValue(), "9");
 }
 
 TEST_F(LayerTest, KeepsNulBytesOfAValueThoughTheyEndItsLine) {

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "settings/CTCPSettingContainer.h"
 #include "tests/layer/fixture.h"
 
 namespace {
@@ -140,15 +139,7 @@ TEST_F(LayerTest, WritesAFileThatDidNotExistWhereTheFileSystemLetsItBeCreated) {
 
 TEST_F(LayerTest, ShowsAChildAtItsOwnPlaceThoughItComesBeforeItsContainer) {
   const auto layer = NewLayer();
-  layer->Empty();
-  const char keys[2] = {};
-  auto* container = new CTCPSettingContainer("tcp_rmem_min", "1", "tcp_rmem", nullptr);
-  auto* child = new CTCPSetting("tcp_rmem_default", "2", "tcp_rmem", nullptr, container);
-  container->AddChild(child);
-  layer->settings_ = {
-      {&keys[0], child    },
-      {&keys[1], container}
-  };
+  layer->HoldAChildBeforeItsContainer();
   EXPECT_TRUE(layer->WriteConfig(&request));
   EXPECT_EQ(output.Take(),
             "\nwriting config...\ntcp_rmem_default = 2\ntcp_rmem_min = 1\nconfig done\n");
