@@ -1,9 +1,10 @@
 // The catalogue of settings, and the life of a layer from construction to destruction.
 
+#include "layer/kaTCPLayer.h"
+
 #include <iterator>
 
 #include "host/kaml.h"
-#include "layer/kaTCPLayer.h"
 #include "settings/CTCPCoreSetting.h"
 #include "settings/CTCPSetting.h"
 #include "settings/CTCPSettingContainer.h"

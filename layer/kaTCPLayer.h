@@ -68,7 +68,7 @@ class kaTCPLayer : public kaeCPLayer,
   // Writes every top-level setting to its file; a missing file is skipped. With a request, the
   // first file that cannot be opened ends the pass: rollback, error reply, false. Without one (a
   // null pointer, which is how a rollback writes) it is only printed, and the result is true. What
-  // becomes of a write after a good open is not looked at.
+  // becomes of a write after a good open is not looked at. `request` is neither kept nor freed.
   bool WriteConfig(kaeRequest* request);
 
   // Ends a pass that failed on `path`: prints the error that errno holds on entry, rolls back,

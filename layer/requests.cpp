@@ -1,9 +1,10 @@
 // Requests: from a document to the settings' values, and the reply. What the host calls.
 
+#include "layer/kaTCPLayer.h"
+
 #include <iostream>
 
 #include "host/kaml.h"
-#include "layer/kaTCPLayer.h"
 #include "settings/CTCPSetting.h"
 
 namespace {

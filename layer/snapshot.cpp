@@ -1,12 +1,13 @@
 // The snapshot: the values that the kernel had when the layer was created.
 
+#include "layer/kaTCPLayer.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 
-#include "layer/kaTCPLayer.h"
 #include "settings/CTCPSetting.h"
 
 namespace {
@@ -35,7 +36,7 @@ bool kaTCPLayer::GetPreviousSettings() {
       std::cout << "error opening stream for read -  file [" << path
                 << "]; error: " << std::strerror(errno) << std::endl;
     } else if (!stream.good()) {
-      // Not reached where a stream that opened is good, as with the libraries in use.
+      // The standard libraries in use give a stream that opened as good; another may not.
       std::cout << "stream not good for i/o -  file [" << path
                 << "]; error: " << std::strerror(errno) << std::endl;
     } else {

@@ -1,12 +1,13 @@
 // Writing the settings to the kernel, and the rollback when a file cannot be opened.
 
+#include "layer/kaTCPLayer.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 
-#include "layer/kaTCPLayer.h"
 #include "settings/CTCPSetting.h"
 
 namespace {
@@ -40,7 +41,7 @@ bool kaTCPLayer::WriteConfig(kaeRequest* request) {
                   << "]; error: " << std::strerror(error) << std::endl;
       }
     } else if (!stream.good()) {
-      // Not reached where a stream that opened is good, as with the libraries in use.
+      // The standard libraries in use give a stream that opened as good; another may not.
       std::cout << "stream not good for i/o - file [" << path
                 << "]; error: " << std::strerror(errno) << std::endl;
       if (request != nullptr) {

@@ -1,5 +1,7 @@
 // The callbacks through which the host drives a layer.
 
+#include <new>
+
 #include "tests/layer/request_fixture.h"
 
 namespace {
@@ -162,6 +164,39 @@ TEST_F(RequestTest, FreesTheLayerThoughItsWritesFail) {
   Calls().clear();
   layer->do_Release();
   EXPECT_EQ(Calls(), (std::vector<std::string>{"~kaeCPLayer"}));
+}
+
+// Tells of its own end and of that of its storage.
+struct TellingLayer : kaTCPLayer {
+  explicit TellingLayer(std::vector<std::string>* ends) : ends_(ends) {}
+  ~TellingLayer() override { ends_->emplace_back("destroyed"); }
+  static void operator delete(TellingLayer* layer, std::destroying_delete_t) {
+    auto* ends = layer->ends_;
+    layer->~TellingLayer();
+    ::operator delete(layer);
+    ends->emplace_back("freed");
+  }
+  std::vector<std::string>* ends_;
+};
+
+TEST_F(RequestTest, EndsThroughItsVirtualDestructorAndFreesItsStorageOnRelease) {
+  std::vector<std::string> ends;
+  (new TellingLayer(&ends))->do_Release();
+  EXPECT_THAT(ends, testing::ElementsAre("destroyed", "freed"));
+}
+
+TEST_F(RequestTest, LooksAtNothingBehindAForeignElementOrAFileError) {
+  const auto layer = NewLayer();
+  const std::vector<std::string> foreign = {"kaml_cont_type", "kaml_cont_type", "kaml_elem_name"};
+  kaml_content* document = List({Element("other"), Settings()});
+  Calls().clear();
+  Configure(*layer, document);
+  EXPECT_EQ(Calls(), foreign);
+  tree.MakeFolder("core/rmem_max");
+  document = List({Settings(), Settings()});
+  Calls().clear();
+  Configure(*layer, document);
+  EXPECT_EQ(Calls().back(), "SendError");
 }
 
 }  // namespace

@@ -154,18 +154,47 @@ ssize_t Look(void* cookie, const char* text, size_t size) {
   return static_cast<ssize_t>(size);
 }
 
+// Lets `lookout` see what comes by printf, for as long as it lives.
+class Watched {
+ public:
+  explicit Watched(Lookout& lookout) : saved_(stdout) {
+    stdout = fopencookie(&lookout, "w",
+                         {.read = nullptr, .write = Look, .seek = nullptr, .close = nullptr});
+    setvbuf(stdout, nullptr, _IONBF, 0);
+  }
+  ~Watched() {
+    fclose(stdout);
+    stdout = saved_;
+  }
+  Watched(const Watched&) = delete;
+  Watched& operator=(const Watched&) = delete;
+
+ private:
+  FILE* saved_;
+};
+
 TEST_F(LayerTest, PrintsAValuesLineBeforeItsFileIsClosed) {
   const auto layer = NewLayer();
   Lookout lookout{&tree, "tcp_sack = "};
-  FILE* saved = stdout;
-  stdout = fopencookie(&lookout, "w",
-                       {.read = nullptr, .write = Look, .seek = nullptr, .close = nullptr});
-  setvbuf(stdout, nullptr, _IONBF, 0);
-  layer->WriteConfig(nullptr);
-  fclose(stdout);
-  stdout = saved;
+  {
+    const Watched watched(lookout);
+    layer->WriteConfig(nullptr);
+  }
   EXPECT_EQ(lookout.seen, "");  // emptied by the open, not yet filled by the close
   EXPECT_EQ(tree.Read("ipv4/tcp_sack"), StartValues()["tcp_sack"]);
+}
+
+// A text that no buffer holds is in the file as soon as it is written.
+TEST_F(LayerTest, PrintsAValuesLineAfterItsTextIsWritten) {
+  const std::string text(1 << 20, '7');
+  const auto layer = NewLayer();
+  layer->Find("tcp_sack").SetValue(text.c_str());
+  Lookout lookout{&tree, "tcp_sack = "};
+  {
+    const Watched watched(lookout);
+    layer->WriteConfig(nullptr);
+  }
+  EXPECT_TRUE(lookout.seen == text) << lookout.seen.size();
 }
 
 }  // namespace

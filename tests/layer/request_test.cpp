@@ -124,7 +124,6 @@ TEST_F(RequestTest, PassesOverAnUnknownElementSilently) {
 
 TEST_F(RequestTest, MatchesNoSettingByANameThatIsEqualInTextOnly) {
   const std::string copy = "tcp_sack";
-  const auto layer = NewLayer();
   ExpectServed({Node(kElement, copy.c_str(), {Text("0")})}, "", {});
 }
 
