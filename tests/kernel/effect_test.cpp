@@ -34,9 +34,9 @@ TEST_F(EffectTest, NewConnectionsDoWithoutAnOptionFromARequestToTheRelease) {
     const char* name;
     int option;
   } cases[] = {
-      {"tcp_timestamps",     TCPI_OPT_TIMESTAMPS},
-      {"tcp_sack",           TCPI_OPT_SACK      },
-      {"tcp_window_scaling", TCPI_OPT_WSCALE    },
+      {"tcp_timestamps", TCPI_OPT_TIMESTAMPS},
+      {"tcp_sack", TCPI_OPT_SACK},
+      {"tcp_window_scaling", TCPI_OPT_WSCALE},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -51,8 +51,8 @@ TEST_F(EffectTest, NewConnectionsDoWithoutAnOptionFromARequestToTheRelease) {
 
 TEST_F(EffectTest, NewConnectionsDoWithoutAllOptionsAtOnce) {
   const Named named = {
-      {"tcp_timestamps",     "0"},
-      {"tcp_sack",           "0"},
+      {"tcp_timestamps", "0"},
+      {"tcp_sack", "0"},
       {"tcp_window_scaling", "0"},
   };
   auto layer = NewLayer();
@@ -108,13 +108,13 @@ TEST_F(EffectTest, NewSocketsTakeTheirBuffersAndTimesFromARequestToTheRelease) {
     int option;
     int expected;
   } cases[] = {
-      {"tcp_rmem_default",     "98304", SOL_SOCKET,  SO_RCVBUF,     98304},
-      {"tcp_wmem_default",     "32768", SOL_SOCKET,  SO_SNDBUF,     32768},
-      {"tcp_keepalive_time",   "601",   IPPROTO_TCP, TCP_KEEPIDLE,  601  },
-      {"tcp_keepalive_intvl",  "31",    IPPROTO_TCP, TCP_KEEPINTVL, 31   },
-      {"tcp_keepalive_probes", "4",     IPPROTO_TCP, TCP_KEEPCNT,   4    },
-      {"tcp_syn_retries",      "2",     IPPROTO_TCP, TCP_SYNCNT,    2    },
-      {"tcp_fin_timeout",      "17",    IPPROTO_TCP, TCP_LINGER2,   17   },
+      {"tcp_rmem_default", "98304", SOL_SOCKET, SO_RCVBUF, 98304},
+      {"tcp_wmem_default", "32768", SOL_SOCKET, SO_SNDBUF, 32768},
+      {"tcp_keepalive_time", "601", IPPROTO_TCP, TCP_KEEPIDLE, 601},
+      {"tcp_keepalive_intvl", "31", IPPROTO_TCP, TCP_KEEPINTVL, 31},
+      {"tcp_keepalive_probes", "4", IPPROTO_TCP, TCP_KEEPCNT, 4},
+      {"tcp_syn_retries", "2", IPPROTO_TCP, TCP_SYNCNT, 2},
+      {"tcp_fin_timeout", "17", IPPROTO_TCP, TCP_LINGER2, 17},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

@@ -28,9 +28,7 @@ bool BareKernelTest::Configure(BuiltLayer& layer, const Named& named) {
 
 bool BareKernelTest::Configure(BuiltLayer& layer, const std::string& name,
                                const std::string& value) {
-  const Named named = {
-      {name, value}
-  };
+  const Named named = {{name, value}};
   return Configure(layer, named);
 }
 

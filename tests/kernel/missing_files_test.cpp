@@ -24,7 +24,7 @@ TEST_F(MissingFilesTest, ARequestSkipsThemAndSucceeds) {
 
 TEST_F(MissingFilesTest, ARequestThatNamesOneSkipsItAndSetsTheOthers) {
   const Named named = {
-      {"tcp_bic",  "0"},
+      {"tcp_bic", "0"},
       {"tcp_sack", "0"},
   };
   const Values values = FirstRequest(Snapshot(), named);

@@ -59,7 +59,7 @@ std::string FailureLines(const Named& named, const Values& values, const Values&
 TEST_F(ReadOnlyCoreFilesTest,
        ARequestThatMeetsAReadOnlyCoreFileRollsBackAndThenAnswersWithAnError) {
   const Named named = {
-      {"tcp_sack",        "0" },
+      {"tcp_sack", "0"},
       {"tcp_fin_timeout", "20"},
   };
   const Values snapshot = Snapshot();
@@ -102,7 +102,7 @@ TEST_F(UncoveredCoreFileTest, AFailedRequestAlsoUndoesAnEarlierOneThatSucceeded)
 
 TEST_F(KernelTest, AFailedRequestTakesBackWhatItHadWrittenBeforeTheRefusedFile) {
   const Named named = {
-      {"tcp_dsack",          "0"},
+      {"tcp_dsack", "0"},
       {"tcp_window_scaling", "0"},
   };
   const Values snapshot = Snapshot();

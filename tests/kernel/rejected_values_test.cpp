@@ -13,24 +13,24 @@ struct Rejected {
 };
 
 constexpr Rejected kRejected[] = {
-    {"tcp_sack",           "junk",        "ipv4/tcp_sack"           },
-    {"tcp_sack",           "-1",          "ipv4/tcp_sack"           },
-    {"tcp_sack",           "256",         "ipv4/tcp_sack"           },
-    {"tcp_syn_retries",    "0",           "ipv4/tcp_syn_retries"    },
-    {"tcp_syn_retries",    "128",         "ipv4/tcp_syn_retries"    },
-    {"tcp_app_win",        "32",          "ipv4/tcp_app_win"        },
-    {"tcp_keepalive_time", "99999999999", "ipv4/tcp_keepalive_time" },
-    {"tcp_fin_timeout",    "15s",         "ipv4/tcp_fin_timeout"    },
-    {"tcp_fin_timeout",    "1.5",         "ipv4/tcp_fin_timeout"    },
-    {"tcp_rmem_min",       "6000,60000",  "ipv4/tcp_rmem"           },
-    {"tcp_port_min",       "61000",       "ipv4/ip_local_port_range"},
-    {"tcp_port_max",       "65536",       "ipv4/ip_local_port_range"},
+    {"tcp_sack", "junk", "ipv4/tcp_sack"},
+    {"tcp_sack", "-1", "ipv4/tcp_sack"},
+    {"tcp_sack", "256", "ipv4/tcp_sack"},
+    {"tcp_syn_retries", "0", "ipv4/tcp_syn_retries"},
+    {"tcp_syn_retries", "128", "ipv4/tcp_syn_retries"},
+    {"tcp_app_win", "32", "ipv4/tcp_app_win"},
+    {"tcp_keepalive_time", "99999999999", "ipv4/tcp_keepalive_time"},
+    {"tcp_fin_timeout", "15s", "ipv4/tcp_fin_timeout"},
+    {"tcp_fin_timeout", "1.5", "ipv4/tcp_fin_timeout"},
+    {"tcp_rmem_min", "6000,60000", "ipv4/tcp_rmem"},
+    {"tcp_port_min", "61000", "ipv4/ip_local_port_range"},
+    {"tcp_port_max", "65536", "ipv4/ip_local_port_range"},
 };
 
 // Written before all the rejected ones, and after all but the port range.
 const Named kTaken = {
-    {"tcp_abort_on_overflow", "1" },
-    {"tcp_ipfrag_time",       "20"},
+    {"tcp_abort_on_overflow", "1"},
+    {"tcp_ipfrag_time", "20"},
 };
 
 class RejectedValuesTest : public KernelTest {
@@ -77,9 +77,9 @@ TEST_F(RejectedValuesTest, ReplaceNoValueOfAnEarlierRequestEither) {
 
 TEST_F(RejectedValuesTest, DoNotKeepTheWordsBeforeThemFromBeingTaken) {
   const Named named = {
-      {"tcp_rmem_min",     "6000" },
+      {"tcp_rmem_min", "6000"},
       {"tcp_rmem_default", "60000"},
-      {"tcp_rmem_max",     "junk" },
+      {"tcp_rmem_max", "junk"},
   };
   const std::string kept = Words(found.at("ipv4/tcp_rmem")).at(2);
   auto layer = NewLayer();

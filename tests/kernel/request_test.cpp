@@ -31,13 +31,9 @@ std::vector<std::string> PresentFiles() {
 
 TEST_F(KernelTest, ARequestWritesPlainSettingsAndWholeContainersIntoTheRealFiles) {
   const Named named = {
-      {"tcp_keepalive_time", "600"   },
-      {"tcp_wmem_min",       "8192"  },
-      {"tcp_wmem_default",   "32768" },
-      {"tcp_wmem_max",       "262144"},
-      {"tcp_ipfrag_time",    "20"    },
-      {"tcp_port_min",       "20000" },
-      {"tcp_port_max",       "29999" },
+      {"tcp_keepalive_time", "600"}, {"tcp_wmem_min", "8192"},  {"tcp_wmem_default", "32768"},
+      {"tcp_wmem_max", "262144"},    {"tcp_ipfrag_time", "20"}, {"tcp_port_min", "20000"},
+      {"tcp_port_max", "29999"},
   };
   auto layer = NewLayer();
   EXPECT_TRUE(Configure(*layer, named));

@@ -82,14 +82,10 @@ TEST_F(RequestTest, HasAppliedWhatStandsBeforeAForeignElementAndNothingBehindIt)
   const auto layer = NewLayer();
   EXPECT_FALSE(Configure(*layer, List({Settings({Value("tcp_sack", "0")}), Element("other"),
                                        Settings({Value("tcp_frto", "0")})})));
-  EXPECT_EQ(output.Take(), kReceivedLine + SettingLine("tcp_sack", "0") +
-                               WriteLines(With({
-                                   {"tcp_sack", "0"}
-  })));
+  EXPECT_EQ(output.Take(),
+            kReceivedLine + SettingLine("tcp_sack", "0") + WriteLines(With({{"tcp_sack", "0"}})));
   EXPECT_TRUE(request.replies.empty());
-  ExpectFiles(With({
-      {"tcp_sack", "0"}
-  }));
+  ExpectFiles(With({{"tcp_sack", "0"}}));
 }
 
 TEST_F(RequestTest, AppliesEachOfTwoSettingsElementsAndRepliesOnce) {
@@ -97,10 +93,8 @@ TEST_F(RequestTest, AppliesEachOfTwoSettingsElementsAndRepliesOnce) {
   EXPECT_TRUE(Configure(
       *layer, List({Settings({Value("tcp_sack", "0")}), Settings({Value("tcp_frto", "7")})})));
   EXPECT_EQ(output.Take(), kReceivedLine + SettingLine("tcp_sack", "0") +
-                               WriteLines(With({
-                                   {"tcp_sack", "0"}
-  })) +
-                               kReceivedLine + SettingLine("tcp_frto", "7") +
+                               WriteLines(With({{"tcp_sack", "0"}})) + kReceivedLine +
+                               SettingLine("tcp_frto", "7") +
                                WriteLines(With({{"tcp_sack", "0"}, {"tcp_frto", "7"}})) + kSuccess);
   EXPECT_EQ(request.replies.size(), 1U);
 }

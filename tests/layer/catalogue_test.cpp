@@ -106,11 +106,7 @@ TEST_F(LayerTest, Holds2CoreSettings4ContainersAnd51PlainOnesOfWhich7AreChildren
   }
   EXPECT_EQ(layer->settings_.size(), 57U);
   EXPECT_EQ(count, (std::map<std::string, int>{
-                       {"core",      2 },
-                       {"container", 4 },
-                       {"plain",     44},
-                       {"child",     7 }
-  }));
+                       {"core", 2}, {"container", 4}, {"plain", 44}, {"child", 7}}));
 }
 
 TEST_F(LayerTest, KeysEachSettingByItsNameConstantWhichIsNotTheInternedName) {

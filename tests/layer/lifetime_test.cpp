@@ -143,15 +143,9 @@ TEST_F(LayerTest, KeepsTheSettingsThatAFailedConstructionHadStored) {
     int failing_intern;
     std::size_t settings_left;
   };
-  for (const auto& [failing_intern, settings_left] : {
-           Case{1,  0 },
-           Case{2,  0 },
-           Case{3,  1 },
-           Case{24, 22},
-           Case{25, 23},
-           Case{26, 24},
-           Case{58, 56}
-  }) {
+  for (const auto& [failing_intern, settings_left] :
+       {Case{1, 0}, Case{2, 0}, Case{3, 1}, Case{24, 22}, Case{25, 23}, Case{26, 24},
+        Case{58, 56}}) {
     const Allocations watch;
     Calls().clear();
     recording_host::FailIntern(failing_intern);

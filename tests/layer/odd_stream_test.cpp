@@ -43,9 +43,9 @@ TEST_F(LayerTest, TellsAnOddStreamInTheSnapshotByItsFlag) {
     std::ios::iostate flag;
     const char* head;
   } cases[] = {
-      {std::ios::badbit,  "error opening stream for read -  file [/proc/sys/net/ipv4/"},
+      {std::ios::badbit, "error opening stream for read -  file [/proc/sys/net/ipv4/"},
       {std::ios::failbit, "error opening stream for read -  file [/proc/sys/net/ipv4/"},
-      {std::ios::eofbit,  "stream not good for i/o -  file [/proc/sys/net/ipv4/"      },
+      {std::ios::eofbit, "stream not good for i/o -  file [/proc/sys/net/ipv4/"},
   };
   for (const auto& c : cases) {
     const OddStream odd(TunableTree::Path("ipv4/tcp_sack"), c.flag);

@@ -41,21 +41,15 @@ TEST_F(RequestTest, AnswersFalseForAnElementThatMetAFileError) {
 TEST_F(RequestTest, WritesTheWholeCatalogueForSettingsWithoutChildren) { ExpectServed({}, "", {}); }
 
 TEST_F(RequestTest, TellsAndStoresEachValueInTheDocumentsOrder) {
-  ExpectServed(
-      {
-          Value("tcp_sack", "0"), Value("rmem_max", "5"), Value("tcp_rmem_max", "6")
-  },
-      SettingLine("tcp_sack", "0") + SettingLine("rmem_max", "5") +
-          SettingLine("tcp_rmem_max", "6"),
-      {{"tcp_sack", "0"}, {"rmem_max", "5"}, {"tcp_rmem_max", "6"}});
+  ExpectServed({Value("tcp_sack", "0"), Value("rmem_max", "5"), Value("tcp_rmem_max", "6")},
+               SettingLine("tcp_sack", "0") + SettingLine("rmem_max", "5") +
+                   SettingLine("tcp_rmem_max", "6"),
+               {{"tcp_sack", "0"}, {"rmem_max", "5"}, {"tcp_rmem_max", "6"}});
 }
 
 TEST_F(RequestTest, LetsTheLastOfTwoValuesForOneSettingWin) {
-  ExpectServed(
-      {
-          Value("tcp_sack", "0"), Value("tcp_sack", "2")
-  },
-      SettingLine("tcp_sack", "0") + SettingLine("tcp_sack", "2"), {{"tcp_sack", "2"}});
+  ExpectServed({Value("tcp_sack", "0"), Value("tcp_sack", "2")},
+               SettingLine("tcp_sack", "0") + SettingLine("tcp_sack", "2"), {{"tcp_sack", "2"}});
 }
 
 TEST_F(RequestTest, PassesOverAnEmptyElementSilently) {
@@ -63,11 +57,7 @@ TEST_F(RequestTest, PassesOverAnEmptyElementSilently) {
 }
 
 TEST_F(RequestTest, SetsAnEmptyValueFromAnEmptyText) {
-  ExpectServed(
-      {
-          Value("tcp_sack", "")
-  },
-      SettingLine("tcp_sack", ""), {{"tcp_sack", ""}});
+  ExpectServed({Value("tcp_sack", "")}, SettingLine("tcp_sack", ""), {{"tcp_sack", ""}});
 }
 
 TEST_F(RequestTest, TellsAnElementWhoseFirstChildIsNoText) {
@@ -83,24 +73,17 @@ TEST_F(RequestTest, TellsAnUnknownElementWhoseFirstChildIsNoText) {
 }
 
 TEST_F(RequestTest, IgnoresTheChildrenBehindTheFirst) {
-  ExpectServed(
-      {
-          Element("tcp_sack", {Text("5"), Text("6"), Element("b"), Node(2, nullptr)}
-           )
-  },
-      SettingLine("tcp_sack", "5"), {{"tcp_sack", "5"}});
+  ExpectServed({Element("tcp_sack", {Text("5"), Text("6"), Element("b"), Node(2, nullptr)})},
+               SettingLine("tcp_sack", "5"), {{"tcp_sack", "5"}});
 }
 
 TEST_F(RequestTest, TellsEachContentBetweenTheElementsByItsName) {
-  ExpectServed(
-      {
-          Text("\n  "), Value("tcp_sack", "0"), Text("\n"), Node(2, Intern("#comment")),
-          Node(-7, Intern("other kind"))
-  },
-      "Unknown element: #text\n" + SettingLine("tcp_sack", "0") +
-          "Unknown element: #text\nUnknown element: #comment\n"
-          "Unknown element: other kind\n",
-      {{"tcp_sack", "0"}});
+  ExpectServed({Text("\n  "), Value("tcp_sack", "0"), Text("\n"), Node(2, Intern("#comment")),
+                Node(-7, Intern("other kind"))},
+               "Unknown element: #text\n" + SettingLine("tcp_sack", "0") +
+                   "Unknown element: #text\nUnknown element: #comment\n"
+                   "Unknown element: other kind\n",
+               {{"tcp_sack", "0"}});
 }
 
 TEST_F(RequestTest, TellsATextThatBearsASettingsNameAsUnknown) {
@@ -108,12 +91,9 @@ TEST_F(RequestTest, TellsATextThatBearsASettingsNameAsUnknown) {
 }
 
 TEST_F(RequestTest, PrintsANullNameAsAnEmptyOneAndEveryLineAfterIt) {
-  ExpectServed(
-      {
-          Node(kText, nullptr), Value("tcp_sack", "0"), Node(2, nullptr)
-  },
-      "Unknown element: \n" + SettingLine("tcp_sack", "0") + "Unknown element: \n",
-      {{"tcp_sack", "0"}});
+  ExpectServed({Node(kText, nullptr), Value("tcp_sack", "0"), Node(2, nullptr)},
+               "Unknown element: \n" + SettingLine("tcp_sack", "0") + "Unknown element: \n",
+               {{"tcp_sack", "0"}});
 }
 
 TEST_F(RequestTest, PassesOverAnUnknownElementSilently) {
@@ -151,31 +131,20 @@ TEST_F(RequestTest, StoresATextExactlyAsItComes) {
   for (const char* text :
        {" 1 ", "\n0\n", "99999999999999999999", "-1", "abc", "%s%d%n", "1 2 3"}) {
     GivenKernelValues();
-    ExpectServed(
-        {
-            Value("tcp_sack", text)
-    },
-        SettingLine("tcp_sack", text), {{"tcp_sack", text}});
+    ExpectServed({Value("tcp_sack", text)}, SettingLine("tcp_sack", text), {{"tcp_sack", text}});
   }
 }
 
 TEST_F(RequestTest, StoresATextOfAnyLength) {
   const std::string text(1 << 20, '7');
-  ExpectServed(
-      {
-          Value("tcp_sack", text)
-  },
-      SettingLine("tcp_sack", text), {{"tcp_sack", text}});
+  ExpectServed({Value("tcp_sack", text)}, SettingLine("tcp_sack", text), {{"tcp_sack", text}});
 }
 
 TEST_F(RequestTest, KeepsTheValuesOfEarlierRequests) {
   const auto layer = NewLayer();
   Configure(*layer, Settings({Value("tcp_sack", "5"), Value("tcp_frto", "6")}));
   Configure(*layer, Settings({Value("tcp_frto", "7")}));
-  ExpectFiles(With({
-      {"tcp_sack", "5"},
-      {"tcp_frto", "7"}
-  }));
+  ExpectFiles(With({{"tcp_sack", "5"}, {"tcp_frto", "7"}}));
 }
 
 TEST_F(RequestTest, AsksTheHostForNothingMoreThanItNeedsAndInThisOrder) {
@@ -209,10 +178,7 @@ TEST_F(RequestTest, ServesADocumentOfAHundredThousandElements) {
     contents.push_back(Element("tcp_sack"));
   }
   contents.push_back(Value("tcp_sack", "0"));
-  ExpectServed(contents, SettingLine("tcp_sack", "0"),
-               {
-                   {"tcp_sack", "0"}
-  });
+  ExpectServed(contents, SettingLine("tcp_sack", "0"), {{"tcp_sack", "0"}});
 }
 
 }  // namespace

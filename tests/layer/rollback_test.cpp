@@ -31,15 +31,12 @@ TEST_F(LayerTest, EndsARequestsPassAtTheFirstFailureRollsBackAndThenReplies) {
   const auto layer = NewLayer();
   tree.MakeFolder("ipv4/tcp_sack");
   EXPECT_FALSE(layer->WriteConfig(&request));
-  EXPECT_EQ(
-      output.Take(),
-      LinesBefore("tcp_sack", StartValues()) + FailedLine("ipv4/tcp_sack", "Is a directory") +
-          kToPreviousLines +
-          WriteLines(KernelValues(),
-                     {
-                         {"tcp_sack", kNotOpened + "ipv4/tcp_sack]; error: Is a directory\n"}
-  }) +
-          ErrorReply("ipv4/tcp_sack", "Is a directory"));
+  EXPECT_EQ(output.Take(),
+            LinesBefore("tcp_sack", StartValues()) + FailedLine("ipv4/tcp_sack", "Is a directory") +
+                kToPreviousLines +
+                WriteLines(KernelValues(),
+                           {{"tcp_sack", kNotOpened + "ipv4/tcp_sack]; error: Is a directory\n"}}) +
+                ErrorReply("ipv4/tcp_sack", "Is a directory"));
   ExpectFiles(KernelValues());
 }
 
@@ -89,10 +86,8 @@ TEST_F(LayerTest, SkipsMissingFilesInTheRollbackToo) {
       output.Take(),
       testing::EndsWith(
           WriteLines(KernelValues(),
-                     {
-                         {"tcp_ecn",  "file [/proc/sys/net/ipv4/tcp_ecn" + kMissing         },
-                         {"tcp_sack", kNotOpened + "ipv4/tcp_sack]; error: Is a directory\n"}
-  }) +
+                     {{"tcp_ecn", "file [/proc/sys/net/ipv4/tcp_ecn" + kMissing},
+                      {"tcp_sack", kNotOpened + "ipv4/tcp_sack]; error: Is a directory\n"}}) +
           ErrorReply("ipv4/tcp_sack", "Is a directory")));
 }
 

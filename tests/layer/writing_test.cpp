@@ -76,11 +76,9 @@ TEST_F(LayerTest, SkipsAMissingFileWithANoticeWithAndWithoutARequest) {
   const auto layer = NewLayer();
   for (kaeRequest* with : {static_cast<kaeRequest*>(&request), static_cast<kaeRequest*>(nullptr)}) {
     EXPECT_TRUE(layer->WriteConfig(with));
-    EXPECT_EQ(output.Take(),
-              WriteLines(StartValues(),
-                         {
-                             {"tcp_sack", "file [/proc/sys/net/ipv4/tcp_sack" + kMissing}
-    }));
+    EXPECT_EQ(
+        output.Take(),
+        WriteLines(StartValues(), {{"tcp_sack", "file [/proc/sys/net/ipv4/tcp_sack" + kMissing}}));
     ExpectFiles(StartValues());
   }
   EXPECT_TRUE(request.replies.empty());
@@ -92,13 +90,11 @@ TEST_F(LayerTest, ShowsTheChildrenOfAFileThatIsMissingOrFails) {
   tree.MakeLoop("ipv4/tcp_wmem");
   EXPECT_TRUE(layer->WriteConfig(nullptr));
   EXPECT_EQ(output.Take(),
-            WriteLines(StartValues(),
-                       {
-                           {"tcp_rmem_min", "file [/proc/sys/net/ipv4/tcp_rmem" + kMissing},
-                           {"tcp_wmem_min",
-                            kNotOpened + "ipv4/tcp_wmem]; error: Too many levels of symbolic "
-                                         "links\n"                                        }
-  }));
+            WriteLines(
+                StartValues(),
+                {{"tcp_rmem_min", "file [/proc/sys/net/ipv4/tcp_rmem" + kMissing},
+                 {"tcp_wmem_min", kNotOpened + "ipv4/tcp_wmem]; error: Too many levels of symbolic "
+                                               "links\n"}}));
 }
 
 TEST_F(LayerTest, TellsAFailureAndGoesOnWithoutARequest) {
@@ -109,14 +105,11 @@ TEST_F(LayerTest, TellsAFailureAndGoesOnWithoutARequest) {
   EXPECT_TRUE(layer->WriteConfig(nullptr));
   EXPECT_EQ(
       output.Take(),
-      WriteLines(
-          StartValues(),
-          {
-              {"rmem_max",     kNotOpened + "core/rmem_max]; error: Is a directory\n"          },
-              {"tcp_sack",     kNotOpened + "ipv4/tcp_sack]; error: Read-only file system\n"   },
-              {"tcp_port_min", kNotOpened + "ipv4/ip_local_port_range]; error: Too many levels "
-                                            "of symbolic links\n"}
-  }));
+      WriteLines(StartValues(),
+                 {{"rmem_max", kNotOpened + "core/rmem_max]; error: Is a directory\n"},
+                  {"tcp_sack", kNotOpened + "ipv4/tcp_sack]; error: Read-only file system\n"},
+                  {"tcp_port_min", kNotOpened + "ipv4/ip_local_port_range]; error: Too many levels "
+                                                "of symbolic links\n"}}));
   EXPECT_EQ(tree.Read("ipv4/tcp_stdurg"), StartValues()["tcp_stdurg"]);
 }
 
