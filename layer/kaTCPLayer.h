@@ -81,7 +81,7 @@ class kaTCPLayer : public kaeCPLayer,
   // --- Snapshot and starting values ---
 
   // Reads every top-level setting's file into its previous value. A file that cannot be opened is
-  // printed and leaves the default. Always true.
+  // printed and leaves its settings as they were, with their defaults. Always true.
   bool GetPreviousSettings();
 
   // Every value becomes its previous value; no file is touched.

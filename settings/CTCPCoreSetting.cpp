@@ -1,5 +1,5 @@
 #include "settings/CTCPCoreSetting.h"
 
 std::string CTCPCoreSetting::GetProcPath() const {
-  return "/proc/sys/net/core/" + proc_file_name();
+  return "/proc/sys/net/core/" + GetProcFileName();
 }

@@ -54,7 +54,7 @@ class CTCPSetting {
 
  protected:
   // The tunable's file name without its directory.
-  const std::string& proc_file_name() const { return proc_file_name_; }
+  const std::string& GetProcFileName() const { return proc_file_name_; }
 
  private:
   std::string name_;

@@ -12,12 +12,19 @@
 namespace devhost {
 namespace {
 
+// Standard output with a state of kaehost's own: what a plug-in does to std::cout, a failed state
+// or a format, must not silence or bend what is told of it.
+std::ostream& Out() {
+  static std::ostream out(std::cout.rdbuf());
+  return out;
+}
+
 // Sets kaehost's own lines apart from the plug-in's.
-std::ostream& Say() { return std::cout << "kaehost: "; }
+std::ostream& Say() { return Out() << "kaehost: "; }
 
 // An empty line and then a line of our own. The plug-in's passes begin with an empty line too, so
 // there is none at the end of what kaehost says.
-std::ostream& SayNext() { return std::cout << '\n', Say(); }
+std::ostream& SayNext() { return Out() << '\n', Say(); }
 
 void MakeCoreFilesWritable() {
   const std::vector<std::string> core_files = {"/proc/sys/net/core/rmem_max",
@@ -41,13 +48,13 @@ bool SayReply(const Request& request) {
   Say() << "reply: ";
   switch (request.reply()) {
     case Reply::kNone:
-      std::cout << "none; the layer left the request unanswered\n";
+      Out() << "none; the layer left the request unanswered\n";
       break;
     case Reply::kSuccess:
-      std::cout << "success\n";
+      Out() << "success\n";
       break;
     case Reply::kError:
-      std::cout << "error: " << request.error() << ": " << request.detail() << '\n';
+      Out() << "error: " << request.error() << ": " << request.detail() << '\n';
       break;
   }
   if (request.answered_again()) {
@@ -62,7 +69,7 @@ bool Deliver(const Document& document, const std::string& name, const Layer& lay
   const Tunables before = ReadTunables();
   Request request;
   const std::optional<std::string> thrown = Configure(layer, &request, document);
-  std::cout << '\n';
+  Out() << '\n';
   if (thrown) {
     Say() << "the layer's do_Configure threw: " << *thrown << '\n';
   }
@@ -72,7 +79,7 @@ bool Deliver(const Document& document, const std::string& name, const Layer& lay
     Say() << "the request changed no tunable\n";
   } else {
     Say() << "the request changed:\n";
-    PrintTable(std::cout, changes);
+    PrintTable(Out(), changes);
   }
   return success && !thrown;
 }
@@ -92,11 +99,11 @@ bool Release(const Layer& layer) try {
 bool SayWhetherRestored(const Tunables& before) {
   const std::vector<Change> changes = Compare(before, ReadTunables());
   if (changes.empty()) {
-    std::cout << "every tunable is back at its value\n";
+    Out() << "every tunable is back at its value\n";
     return true;
   }
-  std::cout << "not back at their values:\n";
-  PrintTable(std::cout, changes);
+  Out() << "not back at their values:\n";
+  PrintTable(Out(), changes);
   return false;
 }
 
@@ -115,6 +122,7 @@ ExitStatus Apply(const ApplyOptions& options) {
   }
   const Tunables before = ReadTunables();
 
+  std::cout.flush();  // what has been told must not go under with a plug-in that fails to load
   const Plugin plugin(options.plugin);
   const std::string name_and_version = plugin.name() + ", version " + plugin.version();
   Say() << "plug-in " << name_and_version << std::endl;

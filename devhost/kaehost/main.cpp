@@ -5,8 +5,11 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "devhost/kaehost/apply.h"
 #include "devhost/kaehost/plugin.h"
@@ -52,10 +55,27 @@ void FillClosedStandardStreams() {
   close(fd);
 }
 
+// Lives while the plug-in may be running.
+struct Applying {
+  Applying() { there_is_one = true; }
+  ~Applying() { there_is_one = false; }
+  static inline bool there_is_one = false;
+};
+
+// A plug-in that ends the process must not end it with success.
+void FailIfApplying() {
+  if (Applying::there_is_one) {
+    std::fflush(stdout);
+    std::fputs("kaehost: the plug-in ended the process\n", stderr);
+    _exit(kFailed);
+  }
+}
+
 int Run(const ApplyOptions& options) {
+  std::atexit(FailIfApplying);
+  const Applying applying;
   const ExitStatus status = Apply(options);
-  std::cout.flush();
-  if (std::ferror(stdout) != 0) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return Fail(kFailed, "standard output cannot be written; what it shows is not all");
   }
   return status;

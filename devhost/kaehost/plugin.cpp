@@ -26,7 +26,8 @@ std::string Thrown() {
   try {
     throw;
   } catch (const std::exception& error) {
-    return error.what();
+    const char* text = error.what();
+    return text != nullptr ? text : "an exception without a text";
   } catch (...) {
     return "something that is no std::exception";
   }

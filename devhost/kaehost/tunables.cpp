@@ -32,6 +32,7 @@ std::string ReadText(const fs::path& path) {
 // A file's text as one cell of a table.
 std::string Cell(std::string text) {
   std::replace(text.begin(), text.end(), '\t', ' ');
+  std::replace(text.begin(), text.end(), '\n', ' ');
   return text.empty() ? "(empty)" : text;
 }
 

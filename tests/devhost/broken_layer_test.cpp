@@ -26,9 +26,9 @@ constexpr const char* kReleased =
 
 class BrokenLayer : public testing::Test {
  protected:
-  Outcome ApplyWith(const std::string& plugin) const {
+  Outcome ApplyWith(const std::string& plugin, const std::string& complaint = "") const {
     Outcome run = Kaehost({"apply", document_, "--plugin", TestPlugin(plugin)});
-    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.err, complaint);
     return run;
   }
 
@@ -126,4 +126,27 @@ TEST_F(BrokenLayer, ThatRestoresNothingIsAFailureWithATableOfWhatIsNotBack) {
   EXPECT_THAT(run.out, HasSubstr("kaehost: the request changed:\n" + table + "\nkaehost: rel"));
   EXPECT_THAT(run.out, EndsWith("kaehost: layer released; not back at their values:\n" + table +
                                 "[CleanupPlugin]\n[plug-in destroyed]\n"));
+}
+
+TEST_F(BrokenLayer, ThatEndsTheProcessIsAFailure) {
+  const Outcome run = ApplyWith("exits", "kaehost: the plug-in ended the process\n");
+  EXPECT_EQ(run.status, 1);
+}
+
+TEST_F(BrokenLayer, ThatSpoilsStandardOutputCannotSilenceKaehost) {
+  const Outcome run = ApplyWith("spoils_output");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(AfterTheRequest(run), std::string("\n"
+                                              "kaehost: reply: success\n"
+                                              "kaehost: the request changed no tunable\n") +
+                                      kReleased);
+}
+
+TEST_F(BrokenLayer, OfAPluginThatChangesTunablesBeforeAnyRequestIsAFailure) {
+  const Outcome run = ApplyWith("changes_when_loaded");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not back at their values:\n"
+                                 "  tunable               before  after\n"
+                                 "  ipv4/tcp_fin_timeout  60      15\n"
+                                 "  ipv4/tcp_sack         1       0\n"));
 }

@@ -130,6 +130,12 @@ void BecomeOrdinaryUser() {
   }
 }
 
+void ForbidUserNamespacesToRoot() {
+  if (EnterUserNamespace(0)) {
+    Write("/proc/sys/user/max_user_namespaces", "0");
+  }
+}
+
 void ForbidNamespacesToRoot() { ForbidNamespacesTo(0); }
 
 void ForbidNamespacesToOrdinaryUser() { ForbidNamespacesTo(kNobody); }

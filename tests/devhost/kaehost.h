@@ -33,5 +33,6 @@ void BecomeOrdinaryUser();
 
 // For `prepare`: forbids further namespaces to the process, which is root's or an ordinary user's.
 // Where there are no user namespaces it is an ordinary user's in any case.
+void ForbidUserNamespacesToRoot();
 void ForbidNamespacesToRoot();
 void ForbidNamespacesToOrdinaryUser();

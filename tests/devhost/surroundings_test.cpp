@@ -109,6 +109,12 @@ TEST_F(Surroundings, FolderForTemporaryFilesIsNotNeeded) {
   EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
 }
 
+TEST_F(Surroundings, RootNeedsNoUserNamespace) {
+  const Outcome run = Apply(ForbidUserNamespacesToRoot);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
+}
+
 TEST_F(Surroundings, NoNamespaceForRootIsToldWithWhatToEnable) {
   const Outcome run = Apply(ForbidNamespacesToRoot);
   EXPECT_EQ(run.status, 77);

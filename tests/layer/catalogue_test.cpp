@@ -187,7 +187,7 @@ TEST_F(LayerTest, JoinsTheDefaultsOfTcpMemInTheOrderLowPressureHigh) {
   EXPECT_EQ(layer->Find("tcp_mem_low").GetWriteValue(), "49152 65536 98304");
 }
 
-TEST_F(LayerTest, NamesTheFileIpfragTimeByItsOwnElementAlone) {
+TEST_F(LayerTest, NamesIpfragTimeByItsOwnElementAndTheJoinedFilesByNoneOfTheirOwn) {
   const auto layer = NewLayer();
   EXPECT_TRUE(
       Configure(*layer, Settings({Value("tcp_ipfrag_time", "30"), Value("ipfrag_time", "1"),

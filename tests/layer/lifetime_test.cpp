@@ -1,9 +1,10 @@
 // A layer's construction and destruction.
 
 #include <cstddef>
+#include <map>
 #include <new>
+#include <utility>
 
-#include "settings/CTCPCoreSetting.h"
 #include "settings/CTCPSettingContainer.h"
 #include "tests/layer/fixture.h"
 #include "tests/support/allocations.h"
@@ -105,46 +106,52 @@ TEST_F(LayerTest, DeletesEverySettingExactlyOnceAndWritesAndPrintsNothing) {
   EXPECT_EQ(Calls().back(), "~kaeCPLayer");
 }
 
-// Tells of its own end, to which it brings the base's state and the settings that are left.
+// Tells the host of its own end, so that its place in the order is seen.
 struct TellingSetting : CTCPSetting {
-  explicit TellingSetting(int* destroyed)
-      : CTCPSetting("name", "0", "file", nullptr, nullptr), destroyed_(destroyed) {}
-  ~TellingSetting() override { *destroyed_ += Calls().back() == "~kaeCPLayer" ? 1000 : 1; }
-  int* destroyed_;
+  explicit TellingSetting(const char* name) : CTCPSetting(name, "0", "file", nullptr, nullptr) {}
+  ~TellingSetting() override { Calls().push_back(std::string("~") + GetName()); }
 };
 
-TEST_F(LayerTest, DestroysSettingsThroughTheirVirtualDestructorBeforeItsBase) {
-  int destroyed = 0;
+TEST_F(LayerTest, DestroysSettingsThroughTheirVirtualDestructorInMapOrderBeforeItsBase) {
   auto layer = NewLayer();
   layer->Empty();
   const char keys[3] = {};
-  for (const char& key : keys) {
-    layer->settings_[&key] = new TellingSetting(&destroyed);
-  }
+  layer->settings_[&keys[2]] = new TellingSetting("third");
+  layer->settings_[&keys[0]] = new TellingSetting("first");
+  layer->settings_[&keys[1]] = new TellingSetting("second");
+  Calls().clear();
   layer.reset();
-  EXPECT_EQ(destroyed, 3);
+  EXPECT_THAT(Calls(), testing::ElementsAre("~first", "~second", "~third", "~kaeCPLayer"));
 }
 
 TEST_F(LayerTest, PassesOverANullEntryWhenItIsDestroyed) {
-  int destroyed = 0;
   auto layer = NewLayer();
   layer->Empty();
   const char keys[2] = {};
   layer->settings_[&keys[0]] = nullptr;
-  layer->settings_[&keys[1]] = new TellingSetting(&destroyed);
+  layer->settings_[&keys[1]] = new TellingSetting("second");
+  Calls().clear();
   layer.reset();
-  EXPECT_EQ(destroyed, 1);
+  EXPECT_THAT(Calls(), testing::ElementsAre("~second", "~kaeCPLayer"));
 }
 
 // The settings stored so far stay behind when a constructor fails: that is the order of things
-// here, and the test puts them away itself.
+// here, and the tests put them away themselves.
+void PutAwayWhatIsLeft() {
+  for (const std::size_t size : {sizeof(CTCPSetting), sizeof(CTCPSettingContainer)}) {
+    for (const Allocations::Block& block : Allocations::Live(size)) {
+      delete static_cast<CTCPSetting*>(block.address);
+    }
+  }
+}
+
 TEST_F(LayerTest, KeepsTheSettingsThatAFailedConstructionHadStored) {
   struct Case {
     int failing_intern;
     std::size_t settings_left;
   };
   for (const auto& [failing_intern, settings_left] :
-       {Case{1, 0}, Case{2, 0}, Case{3, 1}, Case{24, 22}, Case{25, 23}, Case{26, 24},
+       {Case{1, 0}, Case{2, 0}, Case{3, 1}, Case{4, 2}, Case{24, 22}, Case{25, 23}, Case{26, 24},
         Case{58, 56}}) {
     const Allocations watch;
     Calls().clear();
@@ -152,15 +159,39 @@ TEST_F(LayerTest, KeepsTheSettingsThatAFailedConstructionHadStored) {
     EXPECT_THROW(new OpenLayer, std::bad_alloc) << failing_intern;
     EXPECT_EQ(Calls().back(), "~kaeCPLayer") << failing_intern;
     EXPECT_EQ(LiveSettings(), settings_left) << failing_intern;
+    EXPECT_EQ(Allocations::OfSize(kMapNode).size(), settings_left)
+        << failing_intern << ": each is stored before the next is made";
     EXPECT_EQ(Allocations::Live(kMapNode).size(), 0U) << failing_intern;
     EXPECT_EQ(Allocations::Live(sizeof(OpenLayer)).size(), 0U) << failing_intern;
-    for (const std::size_t size : {sizeof(CTCPSetting), sizeof(CTCPSettingContainer)}) {
-      for (const Allocations::Block& block : Allocations::Live(size)) {
-        delete static_cast<CTCPSetting*>(block.address);
-      }
-    }
+    PutAwayWhatIsLeft();
   }
   EXPECT_EQ(output.Take(), "");
+}
+
+// From the interning of the root name to the last file of the snapshot.
+TEST_F(LayerTest, LetsExhaustedMemoryPassWhereverTheConstructionMeetsIt) {
+  Calls().reserve(100);
+  bool met = true;
+  for (std::size_t n = 2; met; ++n) {  // the first allocation is that of the layer itself
+    const Allocations watch;
+    Calls().clear();
+    Allocations::Fail(n);
+    bool passed = false;
+    try {
+      const std::unique_ptr<OpenLayer> layer(new OpenLayer);
+    } catch (const std::bad_alloc&) {
+      passed = true;
+    }
+    met = !Allocations::IsToFail();
+    Allocations::Fail(0);
+    ASSERT_EQ(passed, met) << "allocation " << n;
+    EXPECT_EQ(Calls().back(), "~kaeCPLayer") << "allocation " << n;
+    EXPECT_EQ(Allocations::Live(kMapNode).size(), 0U) << "allocation " << n;
+    if (met) {
+      EXPECT_GE(LiveSettings(), Allocations::OfSize(kMapNode).size()) << "allocation " << n;
+    }
+    PutAwayWhatIsLeft();
+  }
 }
 
 TEST_F(LayerTest, CanBeConstructedAfterAFailedConstruction) {

@@ -14,6 +14,7 @@ namespace {
 std::array<Allocations::Block, 1 << 16> g_blocks;
 std::size_t g_count = 0;
 bool g_watching = false;
+std::size_t g_allocations_until_failure = 0;
 
 }  // namespace
 
@@ -22,7 +23,14 @@ Allocations::Allocations() {
   g_watching = true;
 }
 
-Allocations::~Allocations() { g_watching = false; }
+Allocations::~Allocations() {
+  g_watching = false;
+  Fail(0);
+}
+
+void Allocations::Fail(std::size_t n) { g_allocations_until_failure = n; }
+
+bool Allocations::IsToFail() { return g_allocations_until_failure > 0; }
 
 std::vector<Allocations::Block> Allocations::OfSize(std::size_t size) {
   g_watching = false;
@@ -40,6 +48,9 @@ std::vector<Allocations::Block> Allocations::Live(std::size_t size) {
 }
 
 void* operator new(std::size_t size) {
+  if (g_allocations_until_failure > 0 && --g_allocations_until_failure == 0) {
+    throw std::bad_alloc();
+  }
   void* address = std::malloc(size);
   if (address == nullptr) {
     throw std::bad_alloc();

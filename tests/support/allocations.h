@@ -19,9 +19,15 @@ class Allocations {
     bool live;
   };
 
-  // All blocks of these sizes, in the order of their allocation.
+  // All blocks of this size, in the order of their allocation.
   static std::vector<Block> OfSize(std::size_t size);
 
   // Those that have not been freed.
   static std::vector<Block> Live(std::size_t size);
+
+  // Lets the `n`-th allocation from now on throw std::bad_alloc, once; with 0 none.
+  static void Fail(std::size_t n);
+
+  // Answers whether that allocation has not come yet.
+  static bool IsToFail();
 };

@@ -89,6 +89,18 @@ TEST_F(Container, ReadsNoChildFromAStreamThatHadFailedBefore) {
   EXPECT_TRUE(stream.fail());
 }
 
+TEST_F(Container, AsksEveryChildToReadWhateverTheStreamsState) {
+  struct CountingChild : CTCPSetting {
+    using CTCPSetting::CTCPSetting;
+    void ReadValue(std::istream& /*stream*/) override { ++count; }
+    int count = 0;
+  };
+  CountingChild child("child", "0", "tcp_rmem", kElementName, &rmem);
+  rmem.AddChild(&child);
+  EXPECT_TRUE(Read("4096") & std::ios::failbit);
+  EXPECT_EQ(child.count, 1);
+}
+
 TEST_F(Container, KeepsAllPreviousValuesWhenTheFileIsEmpty) {
   EXPECT_TRUE(Read("") & std::ios::failbit);
   EXPECT_EQ(PreviousValues(), (Values{"1", "2", "3"}));
@@ -179,7 +191,7 @@ TEST_F(Container, AnswersItsVirtualOperationsInSlotOrder) {
 
 TEST_F(Container, IsASetting) {
   EXPECT_TRUE((std::is_base_of_v<CTCPSetting, CTCPSettingContainer>));
-  EXPECT_GT(sizeof(CTCPSettingContainer), sizeof(CTCPSetting));
+  EXPECT_EQ(sizeof(CTCPSettingContainer), sizeof(CTCPSetting) + sizeof(std::vector<CTCPSetting*>));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -104,6 +104,23 @@ TEST(Setting, CopiesTheValueItIsGiven) {
   setting.SetValue(text);
   text[0] = '9';
   EXPECT_STREQ(setting.GetValue(), "12");
+}
+
+TEST(Setting, AnswersItsOwnTextsWhichStayUntilTheyChange) {
+  CTCPSetting setting = Sack();
+  CTCPSetting other("other", "2", "file", kElementName, nullptr);
+  const char* name = setting.GetName();
+  const char* value = setting.GetValue();
+  const char* previous = setting.GetPrevValue();
+  EXPECT_NE(other.GetName(), name);
+  EXPECT_NE(other.GetValue(), value);
+  EXPECT_NE(other.GetPrevValue(), previous);
+  EXPECT_STREQ(name, "tcp_sack");
+  EXPECT_STREQ(value, "1");
+  EXPECT_STREQ(previous, "1");
+  EXPECT_EQ(setting.GetName(), name);
+  EXPECT_EQ(setting.GetValue(), value);
+  EXPECT_EQ(setting.GetPrevValue(), previous);
 }
 
 TEST(Setting, StoresAValueExactlyAsItComes) {
