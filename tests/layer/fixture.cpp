@@ -85,8 +85,9 @@ LayerTest::LayerTest() {
 }
 
 void LayerTest::GivenKernelValues() {
+  const Values values = KernelValues();
   for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    std::string text = FileText(setting.file, KernelValues());
+    std::string text = FileText(setting.file, values);
     std::replace(text.begin(), text.end(), ' ', '\t');
     tree.Write(setting.file, text + "\n");
   }
