@@ -25,11 +25,10 @@ enum ContentType {
   kElement = 1,
   kComment = 2,
   kProcessingInstruction = 3,
-  kEntityReference = 4,
 };
 
-// A document that cannot be read or is no well-formed XML; what() is a sentence that names the file
-// and, for XML, the line.
+// A document that cannot be read, is no well-formed XML or more than a document may be; what() is a
+// sentence that names the file and, unless it cannot be read at all, the line.
 class DocumentError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -44,14 +43,17 @@ class Document {
   Document(Document&&) = default;
   Document& operator=(Document&&) = default;
 
-  // Reads the XML file at `path`. Throws DocumentError.
+  // Reads the XML file at `path`, which may be a pipe or a device too. Throws DocumentError.
   //
   // An element's name is taken as it is written, a prefix included; attributes and namespace
   // declarations are not part of the document. Character references, the five predefined entities
-  // and CDATA become text. White space between elements is a text like any other. Comments,
-  // processing instructions and references to declared entities are contents of other kinds:
-  // nothing is substituted for them, and nothing is fetched from outside the file. The document
-  // type declaration is no content.
+  // and CDATA become text. White space between elements is a text like any other. Comments and
+  // processing instructions are contents of other kinds. The document type declaration is no
+  // content, and nothing is fetched from outside the file.
+  //
+  // A document may be as deep as it likes, and needs no stack for it. It may not declare entities,
+  // be longer than 256 MiB, have more than 32 Mi contents, or spend more than 64 KiB on one tag,
+  // comment, CDATA section or document type declaration.
   static Document Read(const std::string& path);
 
   // Adds a content at the end of `parent`'s children, or of the top level when `parent` is null,

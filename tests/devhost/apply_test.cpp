@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/devhost/kaehost.h"
+#include "tests/devhost/nodes.h"
 #include "tests/devhost/temp_folder.h"
 
 using testing::AllOf;
@@ -162,4 +163,12 @@ TEST_F(Apply, ForeignRootGetsNoReply) {
   EXPECT_THAT(run.out, HasSubstr("kaehost: request: " + foreign +
                                  "\n\nkaehost: reply: none; the layer left the request unanswered\n"
                                  "kaehost: the request changed no tunable\n"));
+}
+
+TEST_F(Apply, DeliversADeepDocumentOnASmallStack) {
+  const std::string deep = folder_.Write("deep.xml", "<tcp-settings>" + NestedElements(100'000) +
+                                                         "<tcp_sack>0</tcp_sack></tcp-settings>");
+  const Outcome run = Kaehost({"apply", deep}, TakeASmallStack);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
 }

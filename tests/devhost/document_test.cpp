@@ -3,10 +3,8 @@
 #include "devhost/libe/document.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 
 #include <cstddef>
-#include <functional>
 #include <latch>
 #include <string>
 #include <thread>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "tests/devhost/nodes.h"
+#include "tests/devhost/small_stack.h"
 
 using devhost::Document;
 using testing::Each;
@@ -22,21 +21,6 @@ using testing::Eq;
 using testing::IsEmpty;
 
 namespace {
-
-// Runs `work` on a thread whose stack has no room for a recursion through a whole document.
-void OnASmallStack(std::function<void()> work) {
-  pthread_attr_t attributes;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, size_t{256} * 1024);
-  pthread_t thread;
-  const auto run = [](void* function) -> void* {
-    (*static_cast<std::function<void()>*>(function))();
-    return nullptr;
-  };
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-}
 
 constexpr std::size_t kMany = 50'000;
 

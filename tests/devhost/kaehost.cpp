@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -102,10 +103,12 @@ Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>&
     Become(std::move(arguments), out, err, prepare);
   }
   int status = 0;
-  if (child < 0 || waitpid(child, &status, 0) != child) {
+  rusage usage = {};
+  if (child < 0 || wait4(child, &status, 0, &usage) != child) {
     Throw("running kaehost");
   }
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.Text(), err.Text()};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.Text(), err.Text(),
+          usage.ru_maxrss};
 }
 
 std::string TestPlugin(const std::string& name) { return TEST_PLUGINS "/" + name + ".so"; }
@@ -120,6 +123,13 @@ bool HasUserNamespaces() {
 }
 
 bool HasReadOnlyCoreFiles() { return access("/proc/sys/net/core/rmem_max", F_OK) == 0; }
+
+void TakeASmallStack() {
+  const rlimit limit = {1 << 20, 1 << 20};
+  if (setrlimit(RLIMIT_STACK, &limit) != 0) {
+    Throw("limiting the stack");
+  }
+}
 
 void BecomeOrdinaryUser() {
   if (EnterUserNamespace(kNobody)) {

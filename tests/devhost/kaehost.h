@@ -11,6 +11,7 @@ struct Outcome {
   int status;  // as a shell shows it: 128 and the signal's number for what a signal ended
   std::string out;
   std::string err;
+  long peak_memory;  // in KiB
 };
 
 // Runs kaehost with `arguments` to its end, or for a minute at most. `prepare` is run in the new
@@ -26,6 +27,9 @@ bool HasUserNamespaces();
 // Whether core/rmem_max and core/wmem_max are there, read-only, in a private namespace; older
 // kernels show no such files, and then a request meets no obstacle.
 bool HasReadOnlyCoreFiles();
+
+// For `prepare`: leaves the process one mebibyte of stack, an eighth of what is usual.
+void TakeASmallStack();
 
 // For `prepare`: makes the process one of an ordinary user, which loses its last capability when
 // kaehost takes its place.

@@ -15,8 +15,6 @@ std::string ShowKind(const kaml_content* content) {
       return "(comment)";
     case devhost::kProcessingInstruction:
       return "(instruction)";
-    case devhost::kEntityReference:
-      return "(entity)";
     default:
       return "(" + std::to_string(kaml_cont_type(content)) + ")";
   }
@@ -49,6 +47,15 @@ std::vector<std::string> NodesOfFile(const std::string& path) {
 std::vector<std::string> NodesOf(const std::string& bytes) {
   const TempFolder folder;
   return NodesOfFile(folder.Write("document.xml", bytes));
+}
+
+std::string ErrorOfFile(const std::string& path) {
+  try {
+    devhost::Document::Read(path);
+    return "";
+  } catch (const devhost::DocumentError& error) {
+    return error.what();
+  }
 }
 
 std::string NestedElements(int depth) {

@@ -16,5 +16,8 @@ std::vector<std::string> NodesOfFile(const std::string& path);
 // The same of a file with these bytes.
 std::vector<std::string> NodesOf(const std::string& bytes);
 
+// What reading the file at `path` is refused with; empty when it is not.
+std::string ErrorOfFile(const std::string& path);
+
 // The bytes of a document of `depth` elements, each in the one before it.
 std::string NestedElements(int depth);

@@ -86,6 +86,31 @@ TEST_F(BadDocument, Malformed) {
                                     "tcp_sack line 2 and tcp_sak");
 }
 
+TEST_F(BadDocument, DeclaringAnEntity) {
+  const std::string bad = folder_.Write(
+      "bad.xml", "<!DOCTYPE tcp-settings [\n<!ENTITY secret SYSTEM 'file://" +
+                     folder_.Write("secret", "0") +
+                     "'>\n]>\n<tcp-settings><tcp_sack>&secret;</tcp_sack></tcp-settings>\n");
+  ExpectNothingDelivered({bad}, bad +
+                                    ":2: a document may not declare entities; remove the "
+                                    "declaration and write the text itself where the entity is "
+                                    "used");
+}
+
+TEST_F(BadDocument, WithAHugeAttribute) {
+  const std::string bad =
+      folder_.Write("bad.xml", "<tcp-settings>\n<tcp_sack by='" + std::string(100'000, 'x') +
+                                   "'>0</tcp_sack></tcp-settings>\n");
+  ExpectNothingDelivered({bad}, bad +
+                                    ":2: a tag, a comment, a CDATA section, a declaration or the "
+                                    "space between them is longer than 64 KiB; shorten it");
+}
+
+TEST_F(BadDocument, WithoutAnEnd) {
+  ExpectNothingDelivered({"/dev/zero"},
+                         "/dev/zero:1: cannot be read as XML: a NUL byte is no part of a document");
+}
+
 TEST_F(BadDocument, KeepsTheGoodOnesBeforeItFromBeingDelivered) {
   const std::string empty = folder_.Write("empty.xml", "");
   ExpectNothingDelivered({good_, empty, good_},

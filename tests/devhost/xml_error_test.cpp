@@ -5,21 +5,10 @@
 
 #include <string>
 
-#include "devhost/libe/document.h"
 #include "tests/devhost/nodes.h"
 #include "tests/devhost/temp_folder.h"
 
 namespace {
-
-// What reading the file at `path` is refused with; empty when it is not.
-std::string ErrorOfFile(const std::string& path) {
-  try {
-    devhost::Document::Read(path);
-    return "";
-  } catch (const devhost::DocumentError& error) {
-    return error.what();
-  }
-}
 
 class XmlError : public testing::Test {
  protected:
@@ -101,9 +90,57 @@ TEST_F(XmlError, FirstErrorIsTheOneThatIsTold) {
   ExpectError("<a>\n&u;\n</b>", 2, "Entity 'u' not defined");
 }
 
-TEST_F(XmlError, DepthThatIsNoDocumentsOwn) {
-  ExpectError(NestedElements(1000), 1,
-              "Excessive depth in document: 256 use XML_PARSE_HUGE option");
+TEST_F(XmlError, Utf16ThatIsNone) {
+  ExpectError("<?xml version='1.0' encoding='UTF-16'?>\n<a/>", 1,
+              "Document labelled UTF-16 but has UTF-8 content");
+}
+
+TEST_F(XmlError, BytesThatTheDeclaredEncodingLacks) {
+  const std::string ascii = "<?xml version='1.0' encoding='US-ASCII'?>\n";
+  const std::string why = "bytes that are none of the document's encoding";
+  ExpectError(ascii + "<a>\n\xe9</a>", 3, why);
+  ExpectError(ascii + "<a>\n" + std::string(10'000, 'x') + "\xe9</a>", 3, why);
+  ExpectError(ascii + "<a/>\n\xe9", 3, why);
+}
+
+TEST_F(XmlError, Utf16ThatEndsWithinACharacter) {
+  using namespace std::string_literals;
+  ExpectError("\xff\xfe<\0a\0/\0>\0\n"s, 1, "bytes that are none of the document's encoding");
+}
+
+TEST_F(XmlError, Utf16ThatBreaksFarIn) {
+  using namespace std::string_literals;
+  std::string bytes = "\xff\xfe<\0a\0>\0\n\0"s;
+  for (int i = 0; i < 10'000; ++i) {
+    bytes += "x\0"s;
+  }
+  ExpectError(bytes + "\x00\xd8<\0/\0a\0>\0"s, 2,
+              "input conversion failed due to input error, bytes 0x00 0xD8 0x3C 0x00");
+}
+
+TEST_F(XmlError, NulByteAtEachPlace) {
+  using namespace std::string_literals;
+  for (const std::string& bytes :
+       {"\n\0"s, "<a>\n\0</a>"s, "<a\n\0/>"s, "<a b='\n\0'/>"s, "<!--\n\0 --><a/>"s,
+        "<a><![CDATA[\n\0]]></a>"s, "<?p\n\0?><a/>"s, "<a/>\n\0"s, "<a/>\n\0\0<b/>"s}) {
+    ExpectError(bytes, 2, "a NUL byte is no part of a document");
+  }
+}
+
+TEST_F(XmlError, LineMayBeFarDown) {
+  const std::string lines(100'000, '\n');
+  ExpectError("<!-- -->" + lines.substr(0, 50'000) + "<a>" + lines + "<b>\n</c></a>", 150'002,
+              "Opening and ending tag mismatch: b line 150001 and c");
+}
+
+TEST_F(XmlError, LongNamesAreCutShort) {
+  const std::string letters = std::string(160, 'x') + "\u00e9\u00e9\u00e9\u00e9";
+  ExpectError("<" + letters + "></b>", 1,
+              "Opening and ending tag mismatch: " + letters.substr(0, 166) + "...");
+}
+
+TEST_F(XmlError, FileThatFailsWhileItIsRead) {
+  EXPECT_EQ(ErrorOfFile("/proc/self/mem"), "/proc/self/mem: cannot be read: Input/output error");
 }
 
 TEST_F(XmlError, LeavesNothingBehindInTheParser) {

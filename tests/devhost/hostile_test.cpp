@@ -1,0 +1,84 @@
+// kaehost apply with documents as large as they get. It prints what each took.
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+#include "tests/devhost/filled_pipe.h"
+#include "tests/devhost/kaehost.h"
+#include "tests/devhost/temp_folder.h"
+
+using testing::ContainsRegex;
+using testing::StartsWith;
+
+namespace {
+
+constexpr int kMany = 10'000'000;
+constexpr long kGibibyte = 1024L * 1024;  // in KiB
+
+std::string Repeated(const std::string& text, int times) {
+  std::string all;
+  all.reserve(text.size() * static_cast<std::size_t>(times));
+  for (int i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
+Outcome ApplyOnASmallStack(const std::string& path) {
+  const auto start = std::chrono::steady_clock::now();
+  Outcome run = Kaehost({"apply", path}, TakeASmallStack);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  std::printf("%s: %.1f seconds, %ld MiB\n",
+              testing::UnitTest::GetInstance()->current_test_info()->name(), took.count(),
+              run.peak_memory / 1024);
+  return run;
+}
+
+class HostileDocument : public testing::Test {
+ protected:
+  // Expects that a document reaches the plug-in with its last setting, tcp_sack, behind `contents`.
+  void ExpectApplied(const std::string& contents) const {
+    const Outcome run = ApplyOnASmallStack(folder_.Write(
+        "document.xml", "<tcp-settings>" + contents + "<tcp_sack>0</tcp_sack></tcp-settings>"));
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
+    EXPECT_LT(run.peak_memory, 2 * kGibibyte);
+  }
+
+  const TempFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(HostileDocument, OfTenMillionSiblingsIsApplied) {
+  ExpectApplied(Repeated("<x>1</x>", kMany));
+}
+
+TEST_F(HostileDocument, OfTenMillionLevelsIsApplied) {
+  ExpectApplied(Repeated("<x>", kMany) + Repeated("</x>", kMany));
+}
+
+TEST_F(HostileDocument, OfTwoHundredMebibytesOfTextIsApplied) {
+  ExpectApplied("<x>" + std::string(std::size_t{200} << 20, 'x') + "</x>");
+}
+
+TEST_F(HostileDocument, OfEndlessSiblingsIsRefused) {
+  const FilledPipe pipe("<tcp-settings>\n", Repeated("<x/>", 16'384));
+  const Outcome run = ApplyOnASmallStack(pipe.path());
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "kaehost: " + pipe.path() +
+                         ":2: the document has more than 32 Mi elements, texts and comments; "
+                         "split it into several; nothing was delivered\n");
+  EXPECT_LT(run.peak_memory, 5 * kGibibyte);
+}
+
+TEST_F(HostileDocument, OfEndlessLevelsIsRefused) {
+  const FilledPipe pipe("<tcp-settings>\n", Repeated("<x>", 16'384));
+  const Outcome run = ApplyOnASmallStack(pipe.path());
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.err, StartsWith("kaehost: " + pipe.path() + ":2: the document has more than"));
+  EXPECT_LT(run.peak_memory, 5 * kGibibyte);
+}
