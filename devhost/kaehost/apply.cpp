@@ -115,8 +115,13 @@ ExitStatus Apply(const ApplyOptions& options) {
     documents.push_back(Document::Read(path));
   }
 
-  EnterPrivateNamespace();
-  Say() << "in a private namespace; the machine's own tunables are out of reach\n";
+  if (options.netns.empty()) {
+    EnterPrivateNamespace();
+    Say() << "in a private namespace; the machine's own tunables are out of reach\n";
+  } else {
+    EnterNetworkNamespace(options.netns);
+    Say() << "in the network namespace " << options.netns << "; its tunables will be put back\n";
+  }
   if (!options.as_is) {
     MakeCoreFilesWritable();
   }

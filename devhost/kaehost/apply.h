@@ -17,11 +17,12 @@ enum ExitStatus {
 struct ApplyOptions {
   std::vector<std::string> documents;
   std::string plugin;
+  std::string netns;   // the network namespace to go to; empty for a private one
   bool as_is = false;  // leave the read-only core files as the kernel has them
 };
 
 // Delivers the documents, each as one request, to a new layer of the plug-in in a private
-// namespace, shows on standard output what became of each, releases the layer and compares.
+// namespace or in an existing one, shows on standard output what became of each, releases the layer and compares.
 // Throws DocumentError before anything else is done, NamespaceError and PluginError before a
 // request is delivered; what a layer throws is told and ends nothing.
 ExitStatus Apply(const ApplyOptions& options);

@@ -98,6 +98,11 @@ int main(int argc, char** argv) try {
   apply->add_flag("--as-is", options.as_is,
                   "Leave core/rmem_max and core/wmem_max read-only, as the kernel has them");
   apply
+      ->add_option("--netns", options.netns,
+                   "Not in a private namespace but in this network namespace: a name of ip netns, "
+                   "or a path")
+      ->type_name("NAME");
+  apply
       ->add_option("--plugin", options.plugin,
                    "The plug-in to load, by default libkaetcp.so beside this program")
       ->type_name("FILE");

@@ -33,6 +33,13 @@ void WriteProcFile(const std::string& path, const std::string& text) {
   close(fd);
 }
 
+// All that is mounted from here on lies below /proc, and must stay ours.
+void MakeMountsPrivate() {
+  if (mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
+    Refuse(std::string("making /proc private: ") + std::strerror(errno));
+  }
+}
+
 bool RefusesToBeWritten(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   const int error = errno;
@@ -72,10 +79,21 @@ void EnterPrivateNamespace() {
              "; without a user namespace: " + std::strerror(errno));
     }
   }
-  // All that is mounted from here on lies below /proc, and must stay ours.
-  if (mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
-    Refuse(std::string("making /proc private: ") + std::strerror(errno));
+  MakeMountsPrivate();
+}
+
+void EnterNetworkNamespace(const std::string& name) {
+  const std::string path = name.find('/') == std::string::npos ? "/run/netns/" + name : name;
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0 && unshare(CLONE_NEWNS) == 0;
+  const int error = errno;
+  close(fd);
+  if (!entered) {
+    throw NamespaceError("the network namespace " + path +
+                         " cannot be entered: " + std::strerror(error) +
+                         "; `ip netns list` names those that exist, and entering one takes root");
   }
+  MakeMountsPrivate();
 }
 
 std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {

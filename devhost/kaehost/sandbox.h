@@ -20,6 +20,11 @@ class NamespaceError : public std::runtime_error {
 // NamespaceError.
 void EnterPrivateNamespace();
 
+// Moves the calling process into an existing network namespace: one of `ip netns`, by its name, or
+// whatever a path (a text with a slash) leads to. Mounts are private afterwards. The process must
+// have one thread only. Throws NamespaceError.
+void EnterNetworkNamespace(const std::string& name);
+
 // Answers those of the kernel files `paths` that exist but refuse to be written, after laying a
 // writable scratch file with the same contents over each. Needs a private namespace. Throws
 // NamespaceError.

@@ -1,0 +1,61 @@
+// kaehost in a network namespace that exists already: the one that the test is in.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <string>
+
+#include "tests/devhost/kaehost.h"
+#include "tests/devhost/temp_folder.h"
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr const char* kFinTimeout = "/proc/sys/net/ipv4/tcp_fin_timeout";
+
+std::string FinTimeout() {
+  std::string value;
+  std::ifstream(kFinTimeout) >> value;
+  return value;
+}
+
+class NetworkNamespace : public testing::Test {
+ protected:
+  NetworkNamespace() { std::ofstream(kFinTimeout) << "37"; }
+
+  TempFolder folder;
+  const std::string document =
+      folder.Write("a.xml", "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout></tcp-settings>");
+};
+
+}  // namespace
+
+TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
+  const Outcome run = Kaehost({"apply", "--netns", "/proc/self/ns/net", document});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out,
+              AllOf(HasSubstr("kaehost: in the network namespace /proc/self/ns/net; its tunables "
+                              "will be put back\n"),
+                    ContainsRegex("\n  ipv4/tcp_fin_timeout +37 +20\n"),
+                    HasSubstr("every tunable is back at its value\n")));
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(NetworkNamespace, IsNotTouchedByAPrivateOne) {
+  const Outcome run = Kaehost({"apply", document});
+  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_fin_timeout +60 +20\n"));
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(NetworkNamespace, IsLookedForByNameWhereIpNetnsKeepsThem) {
+  const Outcome run = Kaehost({"apply", "--netns", "no-such-name", document});
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "kaehost: the network namespace /run/netns/no-such-name cannot be entered: No such "
+            "file or directory; `ip netns list` names those that exist, and entering one takes "
+            "root\n");
+}
