@@ -2,6 +2,9 @@
 
 #include "layer/kaTCPLayer.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,10 +19,39 @@ void PrintValue(const CTCPSetting& setting) {
   std::printf("%s = %s\n", setting.GetName(), setting.GetValue());
 }
 
+// Keeps the descriptors of closed standard streams taken while it lives, by what takes no writing
+// either. Left free, a tunable would be opened with that of standard output, and the lines that
+// printf holds back would be written into it. Costs nothing while std::cout works.
+class StandardDescriptors {
+ public:
+  StandardDescriptors() {
+    if (std::cout.good()) {
+      return;
+    }
+    int next = open("/", O_PATH | O_CLOEXEC);
+    for (; next >= 0 && next <= STDERR_FILENO; next = open("/", O_PATH | O_CLOEXEC)) {
+      taken_[count_++] = next;
+    }
+    close(next);
+  }
+  ~StandardDescriptors() {
+    while (count_ > 0) {
+      close(taken_[--count_]);
+    }
+  }
+  StandardDescriptors(const StandardDescriptors&) = delete;
+  StandardDescriptors& operator=(const StandardDescriptors&) = delete;
+
+ private:
+  int taken_[STDERR_FILENO + 1];
+  int count_ = 0;
+};
+
 }  // namespace
 
 bool kaTCPLayer::WriteConfig(kaeRequest* request) {
   std::cout << std::endl << "writing config..." << std::endl;
+  const StandardDescriptors taken;
   std::string path;
   std::ofstream stream;
   for (const auto& [name, setting] : settings_) {

@@ -1,5 +1,6 @@
 #include "tests/support/host.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <deque>
 #include <new>
@@ -15,16 +16,35 @@ int g_interns_until_failure = 0;
 
 }  // namespace
 
+// The caller's errno stays: asking a pipe for its position changes it.
+static void Record(std::string call) {
+  const int error = errno;
+  Calls().push_back(std::move(call));
+  CallPositions().push_back(std::ftell(stdout));
+  errno = error;
+}
+
 std::vector<std::string>& Calls() {
   // Never destroyed: a plug-in that is still loaded at the end of the process adds to it then.
   static auto& calls = *new std::vector<std::string>;
   return calls;
 }
 
+std::vector<long>& CallPositions() {
+  // With room enough that its growth is not taken for an allocation of the plug-in.
+  static auto& positions = *new auto([] {
+    std::vector<long> empty;
+    empty.reserve(1 << 12);
+    return empty;
+  }());
+  return positions;
+}
+
 void FailIntern(int n) { g_interns_until_failure = n; }
 
 void ResetHost() {
   Calls().clear();
+  CallPositions().clear();
   g_contents.clear();
   g_interns_until_failure = 0;
 }
@@ -62,11 +82,11 @@ kaml_content* Value(const std::string& name, const std::string& text) {
 
 }  // namespace recording_host
 
-using recording_host::Calls;
+using recording_host::Record;
 using recording_host::Request;
 
 const char* kaml_intern(const char* text) {
-  Calls().push_back(std::string("kaml_intern ") + text);
+  Record(std::string("kaml_intern ") + text);
   if (recording_host::g_interns_until_failure > 0 &&
       --recording_host::g_interns_until_failure == 0) {
     throw std::bad_alloc();
@@ -75,39 +95,39 @@ const char* kaml_intern(const char* text) {
 }
 
 int kaml_cont_type(const kaml_content* content) {
-  Calls().emplace_back("kaml_cont_type");
+  Record("kaml_cont_type");
   return content->type;
 }
 
 const kaml_content* kaml_cont_next(const kaml_content* content) {
-  Calls().emplace_back("kaml_cont_next");
+  Record("kaml_cont_next");
   return content->next;
 }
 
 const char* kaml_elem_name(const kaml_content* content) {
-  Calls().emplace_back("kaml_elem_name");
+  Record("kaml_elem_name");
   return content->name;
 }
 
 const kaml_content* kaml_elem_contents(const kaml_content* content) {
-  Calls().emplace_back("kaml_elem_contents");
+  Record("kaml_elem_contents");
   return content->contents;
 }
 
 const char* kaml_text(const kaml_content* content) {
-  Calls().emplace_back("kaml_text");
+  Record("kaml_text");
   return content->text.c_str();
 }
 
-kaeCPLayer::kaeCPLayer() { Calls().emplace_back("kaeCPLayer()"); }
+kaeCPLayer::kaeCPLayer() { Record("kaeCPLayer()"); }
 
-kaeCPLayer::~kaeCPLayer() { Calls().emplace_back("~kaeCPLayer"); }
+kaeCPLayer::~kaeCPLayer() { Record("~kaeCPLayer"); }
 
-kaePlugin::~kaePlugin() { Calls().emplace_back("~kaePlugin"); }
+kaePlugin::~kaePlugin() { Record("~kaePlugin"); }
 
 bool kaeRequest::SendSuccess(kaml_content* body) {
   auto& request = *static_cast<Request*>(this);
-  Calls().emplace_back("SendSuccess");
+  Record("SendSuccess");
   request.replies.push_back({true, body, "", ""});
   std::printf("{success}\n");
   return request.answer;
@@ -115,7 +135,7 @@ bool kaeRequest::SendSuccess(kaml_content* body) {
 
 bool kaeRequest::SendError(const std::string& error, const std::string& detail) {
   auto& request = *static_cast<Request*>(this);
-  Calls().emplace_back("SendError");
+  Record("SendError");
   request.replies.push_back({false, nullptr, error, detail});
   std::printf("{error \"%s\" \"%s\"}\n", error.c_str(), detail.c_str());
   return request.answer;

@@ -41,6 +41,10 @@ class Request : public kaeRequest {
 // "kaeCPLayer()", "~kaeCPLayer", "~kaePlugin", "SendSuccess", "SendError".
 std::vector<std::string>& Calls();
 
+// Where standard output stood at each of these calls, in bytes from its start, flushed or not; -1
+// where it has no position.
+std::vector<long>& CallPositions();
+
 // Lets the `n`-th call of kaml_intern from now on throw std::bad_alloc, once.
 void FailIntern(int n);
 

@@ -1,11 +1,12 @@
 #include "tests/support/tunable_tree.h"
 
+#include <fcntl.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -29,47 +30,85 @@ TunableTree::TunableTree() {
 
 TunableTree::~TunableTree() { umount2("/proc/sys/net", MNT_DETACH); }
 
+// Most of the tests' time goes into files, hence the bare system calls, of which the first is
+// enough where a file is there already.
 void TunableTree::Write(const std::string& name, const std::string& text) {
-  Clear(name);
-  if (!(std::ofstream(Path(name), std::ios::binary) << text).flush()) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
+  constexpr mode_t kMode = 0666;
+  int file = open(Path(name).c_str(), kFlags, kMode);
+  if (file < 0) {
+    Clear(name);
+    file = open(Path(name).c_str(), kFlags, kMode);
+  }
+  const ssize_t written = write(file, text.data(), text.size());
+  close(file);
+  if (written != static_cast<ssize_t>(text.size())) {
     throw std::runtime_error("cannot write " + Path(name));
   }
 }
 
 std::string TunableTree::Read(const std::string& name) const {
-  std::ifstream file(Path(name), std::ios::binary);
-  if (!file) {
+  const int file = open(Path(name).c_str(), O_RDONLY | O_CLOEXEC);
+  std::string text;
+  std::array<char, 4096> piece = {};
+  ssize_t size = 0;
+  while ((size = read(file, piece.data(), piece.size())) > 0) {
+    text.append(piece.data(), static_cast<std::size_t>(size));
+  }
+  close(file);
+  if (size < 0) {
     throw std::runtime_error("cannot read " + Path(name));
   }
-  return {std::istreambuf_iterator<char>(file), {}};
+  return text;
 }
 
-void TunableTree::MakeMissing(const std::string& name) {
-  Clear(name);
-  fs::create_symlink("/proc/sys/net/nowhere/file", Path(name));
-}
+void TunableTree::MakeMissing(const std::string& name) { Link("/proc/sys/net/nowhere/file", name); }
 
 void TunableTree::MakeFolder(const std::string& name) {
   Clear(name);
   fs::create_directory(Path(name));
 }
 
-void TunableTree::MakeLoop(const std::string& name) {
-  Clear(name);
-  fs::create_symlink(Path(name), Path(name));
-}
+void TunableTree::MakeLoop(const std::string& name) { Link(Path(name), name); }
 
 void TunableTree::MakeReadOnly(const std::string& name) {
   Mount(Path(name).c_str(), Path(name), "none", MS_BIND);
   Mount("none", Path(name), "none", MS_BIND | MS_REMOUNT | MS_RDONLY);
 }
 
-void TunableTree::MakeFull(const std::string& name) {
-  Clear(name);
-  fs::create_symlink("/dev/full", Path(name));
+void TunableTree::LinkReadOnly(const std::string& name) {
+  Link(obstacles_.ReadOnlyView(Path(name)), name);
 }
 
+void TunableTree::MakeFull(const std::string& name) { Link(obstacles_.FullDevice(), name); }
+
+void TunableTree::MakeSocket(const std::string& name) { Link(obstacles_.Socket(), name); }
+
+void TunableTree::MakeBelowAFile(const std::string& name) { Link(obstacles_.BelowAFile(), name); }
+
+void TunableTree::MakeRunningProgram(const std::string& name) { Link(obstacles_.Program(), name); }
+
+void TunableTree::WriteProtect(const std::string& name) { SetMode(name, 0444); }
+
+void TunableTree::Seal(const std::string& name) { SetMode(name, 0); }
+
 void TunableTree::Clear(const std::string& name) {
-  umount2(Path(name).c_str(), MNT_DETACH);  // a read-only one
-  fs::remove(Path(name));
+  const std::string path = Path(name);
+  if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+    umount2(path.c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);  // a read-only one
+    fs::remove(path);
+  }
+}
+
+void TunableTree::Link(const std::string& target, const std::string& name) {
+  Clear(name);
+  fs::create_symlink(target, Path(name));
+}
+
+void TunableTree::SetMode(const std::string& name, unsigned mode) {
+  if (!obeys_modes_) {
+    ObeyFileModes();
+    obeys_modes_ = true;
+  }
+  fs::permissions(Path(name), static_cast<fs::perms>(mode));
 }
