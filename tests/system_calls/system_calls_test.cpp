@@ -1,0 +1,165 @@
+// What a pass costs in system calls: for each file that is there an open, a read or a write, and a
+// close; for each that is missing an open; one write for each flushed line. Nothing else.
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/catalogue.h"
+#include "tests/system_calls/trace.h"
+
+namespace {
+
+using Values = std::map<std::string, std::string>;
+
+// A line for each call: where two such texts differ, the lines that do are shown.
+std::string ToLines(const std::vector<SystemCall>& calls) {
+  std::string lines;
+  for (const SystemCall& call : calls) {
+    lines += call.ToString() + "\n";
+  }
+  return lines;
+}
+
+// The expected calls, in their order. What is printed and not flushed waits for the next line that
+// is.
+struct Expected {
+  std::string calls;
+  std::string printed;
+
+  void Print(const std::string& name, const std::string& value) {
+    printed += name + " = " + value + "\n";
+  }
+
+  void Flush(const std::string& line) {
+    printed += line + "\n";
+    Write("stdout", printed);
+    printed.clear();
+  }
+
+  void Open(const std::string& file, const std::string& flags, bool missing) {
+    calls += "openat /proc/sys/net/" + file + " " + flags + (missing ? ": -2\n" : ": file\n");
+  }
+
+  void Write(const std::string& where, const std::string& text) {
+    calls += "write " + where + " [" + text + "]: " + std::to_string(text.size()) + "\n";
+  }
+};
+
+bool IsChild(const ExpectedSetting& setting) { return setting.container[0] != '\0'; }
+
+// In traced_life's tree every second file is missing.
+std::map<std::string, bool> MissingFiles() {
+  std::map<std::string, bool> missing;
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    missing.emplace(setting.file, missing.size() % 2 == 1);
+  }
+  return missing;
+}
+
+// What the snapshot finds: the files that are there hold a 7 for each value.
+Values PreviousValues() {
+  Values values;
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    values[setting.name] = MissingFiles().at(setting.file) ? setting.default_value : "7";
+  }
+  return values;
+}
+
+Values RequestedValues() {
+  Values values = PreviousValues();
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    if (setting.starts_from_default) {
+      values[setting.name] = setting.default_value;
+    }
+  }
+  values["tcp_sack"] = "0";
+  values["tcp_rmem_default"] = "5000";
+  return values;
+}
+
+std::string FileText(const std::string& file, const Values& values) {
+  std::string text;
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    if (setting.file == file) {
+      text += (text.empty() ? "" : " ") + values.at(setting.name);
+    }
+  }
+  return text;
+}
+
+void ExpectWriting(Expected& expected, const Values& values) {
+  const std::map<std::string, bool> missing = MissingFiles();
+  expected.Flush("");
+  expected.Flush("writing config...");
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    if (IsChild(setting)) {
+      expected.Print(setting.name, values.at(setting.name));
+      continue;
+    }
+    const std::string file = setting.file;
+    expected.Open(file, "O_WRONLY|O_CREAT|O_TRUNC", missing.at(file));
+    if (missing.at(file)) {
+      expected.Flush("file [/proc/sys/net/" + file + "]; does not exist. Skipped.");
+      continue;
+    }
+    expected.Print(setting.name, values.at(setting.name));
+    expected.Write("file", FileText(file, values));
+    expected.calls += "close file: 0\n";
+  }
+  expected.Flush("config done");
+}
+
+class SystemCalls : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { traces = TraceLife("tree"); }
+
+  static inline std::map<std::string, std::vector<SystemCall>> traces;
+};
+
+TEST_F(SystemCalls, OfASnapshotAreAnOpenAReadAndACloseForEachFile) {
+  const std::map<std::string, bool> missing = MissingFiles();
+  Expected expected;
+  expected.Flush("");
+  expected.Flush("reading previous config...");
+  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
+    const std::string file = setting.file;
+    if (!IsChild(setting)) {
+      expected.Open(file, "O_RDONLY", missing.at(file));
+      if (missing.at(file)) {
+        expected.Flush("error opening stream for read -  file [/proc/sys/net/" + file +
+                       "]; error: No such file or directory");
+        continue;
+      }
+      expected.calls +=
+          "read file: " + std::to_string(FileText(file, PreviousValues()).size() + 1) +
+          "\nclose file: 0\n";
+    }
+    expected.Print(setting.name, PreviousValues().at(setting.name));
+  }
+  expected.Flush("reading config done");
+  expected.Flush("");
+  expected.Flush("setting to previous values");
+  EXPECT_EQ(ToLines(traces["snapshot"]), expected.calls);
+}
+
+TEST_F(SystemCalls, OfARequestAreAnOpenAWriteAndACloseForEachFile) {
+  Expected expected;
+  expected.Flush("received TCP_Settings command");
+  expected.Flush("Setting new value - tcp_sack = 0");
+  expected.Flush("Setting new value - tcp_rmem_default = 5000");
+  ExpectWriting(expected, RequestedValues());
+  EXPECT_EQ(ToLines(traces["request"]), expected.calls);
+}
+
+TEST_F(SystemCalls, OfAReleaseAreThoseOfOneMorePass) {
+  Expected expected;
+  expected.Flush("");
+  expected.Flush("setting to previous values");
+  ExpectWriting(expected, PreviousValues());
+  EXPECT_EQ(ToLines(traces["release"]), expected.calls);
+}
+
+}  // namespace
