@@ -21,10 +21,10 @@ struct ApplyOptions {
   bool as_is = false;  // leave the read-only core files as the kernel has them
 };
 
-// Delivers the documents, each as one request, to a new layer of the plug-in in a private
-// namespace or in an existing one, shows on standard output what became of each, releases the layer and compares.
-// Throws DocumentError before anything else is done, NamespaceError and PluginError before a
-// request is delivered; what a layer throws is told and ends nothing.
+// Delivers the documents, each as one request, to a new layer of the plug-in in a private namespace
+// or in an existing one, shows on standard output what became of each, releases the layer and
+// compares. Throws DocumentError before anything else is done, NamespaceError and PluginError
+// before a request is delivered; what a layer throws is told and ends nothing.
 ExitStatus Apply(const ApplyOptions& options);
 
 }  // namespace devhost
