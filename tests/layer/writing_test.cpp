@@ -1,6 +1,9 @@
 // Writing the catalogue to the kernel.
 
+#include <sys/resource.h>
+
 #include <cstdio>
+#include <iostream>
 
 #include "tests/layer/fixture.h"
 
@@ -137,6 +140,21 @@ TEST_F(LayerTest, ShowsAChildAtItsOwnPlaceThoughItComesBeforeItsContainer) {
   EXPECT_EQ(output.Take(),
             "\nwriting config...\ntcp_rmem_default = 2\ntcp_rmem_min = 1\nconfig done\n");
   EXPECT_EQ(tree.Read("ipv4/tcp_rmem"), "1 2");
+}
+
+TEST_F(LayerTest, EndsAPassThatHasNeitherOutputNorADescriptorLeft) {
+  const auto layer = NewLayer();
+  const std::string before = tree.Read("ipv4/tcp_sack");
+  rlimit limit = {};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none = {0, limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  std::cout.setstate(std::ios::badbit);
+  const bool result = layer->WriteConfig(nullptr);
+  std::cout.clear();
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_TRUE(result);
+  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), before);
 }
 
 }  // namespace

@@ -43,6 +43,12 @@ TEST_F(PluginObject, KeepsItsNameAndVersionAfterCleanup) {
   EXPECT_EQ(As<kaePlugin>().GetVersion(), "001.000");
 }
 
+TEST_F(PluginObject, IsFoundAgainAfterCleanup) {
+  As<kaePlugin>().CleanupPlugin();
+  const LoadedLibrary again;
+  EXPECT_EQ(again.plugin(), library.plugin());
+}
+
 TEST_F(PluginObject, SaysNothingAndAsksTheHostForNothing) {
   As<kaePlugin>().GetName();
   As<kaePlugin>().GetVersion();

@@ -128,6 +128,15 @@ TEST_F(Container, WritesALeadingBlankWhenItsOwnValueIsEmpty) {
   EXPECT_EQ(rmem.GetWriteValue(), " 2 3");
 }
 
+TEST_F(Container, WritesNulBytesOfTheWordsThatWereRead) {
+  const std::string text{"4\0 8\0 9\0", 8};
+  Read(text);
+  for (CTCPSetting* setting : {static_cast<CTCPSetting*>(&rmem), &rmem_default, &rmem_max}) {
+    setting->SetPrev();
+  }
+  EXPECT_EQ(rmem.GetWriteValue(), text);
+}
+
 TEST_F(Container, ShowsItsOwnValueAndNotTheJoinedText) { EXPECT_STREQ(rmem.GetValue(), "1"); }
 
 TEST_F(Container, ResetsItsOwnValueOnly) {
