@@ -115,8 +115,7 @@ TEST_F(LowDescriptorsTest, AreClosedAgainAfterAPassARollbackAndAnException) {
 
 TEST_F(LowDescriptorsTest, AreNotTakenFromAHostThatHasOneDescriptorLeft) {
   const auto layer = NewLayer();
-  layer->WriteConfig(
-      &request);  // what a sanitizer opens at the first call is open and closed by then
+  layer->WriteConfig(&request);  // a sanitizer takes a descriptor for each class it meets first
   const OutputFault full = {OutputFault::kFullDevice, {}, _IOFBF, ""};
   bool written = false;
   {
