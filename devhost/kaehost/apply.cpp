@@ -1,8 +1,14 @@
-#include "devhost/kaehost/apply.h"
+// kaehost apply: documents to the plug-in, and back to what was.
 
+#include <filesystem>
 #include <iostream>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
+#include "devhost/kaehost/command.h"
+#include "devhost/kaehost/output.h"
 #include "devhost/kaehost/plugin.h"
 #include "devhost/kaehost/sandbox.h"
 #include "devhost/kaehost/tunables.h"
@@ -12,12 +18,20 @@
 namespace devhost {
 namespace {
 
-// Standard output with a state of kaehost's own: what a plug-in does to std::cout, a failed state
-// or a format, must not silence or bend what is told of it.
-std::ostream& Out() {
-  static std::ostream out(std::cout.rdbuf());
-  return out;
-}
+struct Options {
+  std::vector<std::string> documents;
+  std::string plugin = DefaultPlugin();
+  std::string netns;   // the network namespace to go to; empty for a private one
+  bool as_is = false;  // leave the read-only core files as the kernel has them
+};
+
+constexpr const char* kExitStatuses =
+    "Exit status:\n"
+    "  0   every request was answered with success, every tunable is back\n"
+    "  1   an error reply, no reply, a tunable that is not back, or any other failure\n"
+    "  2   the command line or a document is bad; nothing was delivered\n"
+    "  3   the plug-in does not load or makes no layer; nothing was delivered\n"
+    "  77  no private namespace is to be had";
 
 // Sets kaehost's own lines apart from the plug-in's.
 std::ostream& Say() { return Out() << "kaehost: "; }
@@ -107,9 +121,10 @@ bool SayWhetherRestored(const Tunables& before) {
   return false;
 }
 
-}  // namespace
-
-ExitStatus Apply(const ApplyOptions& options) {
+// Delivers the documents, each as one request, to a new layer of the plug-in, shows on standard
+// output what became of each, releases the layer and compares. What a layer throws is told and ends
+// nothing.
+int Apply(const Options& options) {
   std::vector<Document> documents;
   for (const std::string& path : options.documents) {
     documents.push_back(Document::Read(path));
@@ -138,6 +153,29 @@ ExitStatus Apply(const ApplyOptions& options) {
   }
   success = Release(layer) && success;
   return SayWhetherRestored(before) && success ? kDone : kFailed;
+}
+
+}  // namespace
+
+void AddApply(CLI::App& app, Chosen& chosen) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* apply = app.add_subcommand(
+      "apply", "Deliver documents to the plug-in in a private namespace, then restore");
+  apply->footer(kExitStatuses);
+  apply->add_option("DOCUMENT", options->documents, "XML file; each is one request, in order")
+      ->required();
+  apply->add_flag("--as-is", options->as_is,
+                  "Leave core/rmem_max and core/wmem_max read-only, as the kernel has them");
+  apply
+      ->add_option("--netns", options->netns,
+                   "Not in a private namespace but in this network namespace: a name of ip netns, "
+                   "or a path")
+      ->type_name("NAME");
+  apply
+      ->add_option("--plugin", options->plugin,
+                   "The plug-in to load, by default libkaetcp.so beside this program")
+      ->type_name("FILE");
+  apply->callback([options, &chosen] { chosen = [options] { return Apply(*options); }; });
 }
 
 }  // namespace devhost

@@ -1,12 +1,28 @@
 #include "devhost/kaehost/plugin.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <iostream>
+
+#include "devhost/kaehost/command.h"
 
 namespace devhost {
 namespace {
+
+bool plugin_runs = false;
+
+void FailIfPluginRuns() {
+  if (plugin_runs) {
+    std::fflush(stdout);
+    std::fputs("kaehost: the plug-in ended the process\n", stderr);
+    _exit(kFailed);
+  }
+}
 
 // With a slash in it, so that the loader does not search for the name elsewhere.
 std::string WithSlash(const std::string& path) {
@@ -22,6 +38,10 @@ std::string LoaderError(const std::string& path) {
 
 }  // namespace
 
+std::string DefaultPlugin() {
+  return std::filesystem::read_symlink("/proc/self/exe").replace_filename("libkaetcp.so");
+}
+
 std::string Thrown() {
   try {
     throw;
@@ -32,6 +52,13 @@ std::string Thrown() {
     return "something that is no std::exception";
   }
 }
+
+Plugin::Running::Running() {
+  static const int registered = std::atexit(FailIfPluginRuns);
+  plugin_runs = registered == 0;
+}
+
+Plugin::Running::~Running() { plugin_runs = false; }
 
 void Plugin::Unload::operator()(void* library) const { dlclose(library); }
 

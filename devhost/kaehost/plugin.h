@@ -14,6 +14,9 @@ class PluginError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Answers the path of the plug-in that lies beside this program.
+std::string DefaultPlugin();
+
 // Says what the exception being handled is, whatever a plug-in may have thrown.
 std::string Thrown();
 
@@ -46,10 +49,17 @@ class Plugin {
     void operator()(void* library) const;
   };
 
+  // Lives while the plug-in may be running: one that ends the process must not end it with success.
+  struct Running {
+    Running();
+    ~Running();
+  };
+
   // Answers what `operation` answers; whatever it throws becomes a PluginError that names it.
   template <class Operation>
   auto Call(const char* name, Operation operation) const;
 
+  Running running_;  // before and after everything else
   std::string path_;
   std::unique_ptr<void, Unload> library_;
   kaePlugin* plugin_ = nullptr;

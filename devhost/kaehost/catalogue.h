@@ -1,0 +1,24 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace devhost {
+
+// An element that the plug-in knows. The development host meets the plug-in as a loaded library
+// only, so it has this knowledge for itself; a test holds it against the library as it was built.
+struct CatalogueEntry {
+  const char* element;
+  const char* file;  // below /proc/sys/net
+  int position;      // which of the file's values the element stands for, from 0
+  const char* default_value;
+  bool imposed;  // whether a layer's first request writes the default unless a document says else
+};
+
+// All entries, in the order in which the plug-in writes them; those of one file lie side by side.
+std::span<const CatalogueEntry> Catalogue();
+
+// Answers the entry of the element, null for a name that the plug-in does not know.
+const CatalogueEntry* FindInCatalogue(std::string_view element);
+
+}  // namespace devhost

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace devhost {
+
+// What kaehost ends with.
+enum ExitStatus {
+  kDone = 0,        // all that was asked for is so
+  kFailed = 1,      // it is not; what is wrong has been told
+  kBadInput = 2,    // the command line or a file given is bad; nothing was done
+  kNoPlugin = 3,    // the plug-in does not load or makes no layer
+  kNoSandbox = 77,  // no namespace to be had
+};
+
+// What is to be done in the end: the command that the command line chose, with its options.
+using Chosen = std::function<int()>;
+
+// Each adds its command to `app`, and lets `chosen` do it when the command line has it. `chosen`
+// must outlive `app`. What a command throws is a std::exception that explains itself to the user.
+void AddApply(CLI::App& app, Chosen& chosen);
+
+}  // namespace devhost
