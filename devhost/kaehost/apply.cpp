@@ -1,181 +1,97 @@
-// kaehost apply: documents to the plug-in, and back to what was.
+// kaehost apply: the options.
 
-#include <filesystem>
-#include <iostream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/applying.h"
 #include "devhost/kaehost/command.h"
-#include "devhost/kaehost/output.h"
 #include "devhost/kaehost/plugin.h"
-#include "devhost/kaehost/sandbox.h"
-#include "devhost/kaehost/tunables.h"
-#include "devhost/libe/document.h"
-#include "devhost/libe/request.h"
 
 namespace devhost {
 namespace {
 
-struct Options {
-  std::vector<std::string> documents;
-  std::string plugin = DefaultPlugin();
-  std::string netns;   // the network namespace to go to; empty for a private one
-  bool as_is = false;  // leave the read-only core files as the kernel has them
-};
+constexpr const char* kFooter =
+    R"(What follows -- is a command that is run under the settings, before they are put back.
 
-constexpr const char* kExitStatuses =
-    "Exit status:\n"
-    "  0   every request was answered with success, every tunable is back\n"
-    "  1   an error reply, no reply, a tunable that is not back, or any other failure\n"
-    "  2   the command line or a document is bad; nothing was delivered\n"
-    "  3   the plug-in does not load or makes no layer; nothing was delivered\n"
-    "  77  no private namespace is to be had";
+Outcomes, found by reading the kernel back:
+  applied     the kernel took the value
+  unchanged   it had the value already
+  adjusted    it took another value
+  rejected    it kept its own value
+  missing     this kernel has no such file
+  restored    the request failed, and the value is the one from before
+  overridden  the plug-in wrote it though the document does not name it
 
-// Sets kaehost's own lines apart from the plug-in's.
-std::ostream& Say() { return Out() << "kaehost: "; }
+Examples:
+  kaehost apply low-latency.xml                   try a document
+  kaehost apply base.xml low-latency.xml          one after the other, in one session
+  kaehost apply low-latency.xml -- ss -tino       try a program under it
+  kaehost apply --hold low-latency.xml            look around until Ctrl-C
+  kaehost apply --whole-catalogue old-device.xml  with files that this kernel has no more
+  kaehost apply --netns blue low-latency.xml      in the network namespace "blue"
 
-// An empty line and then a line of our own. The plug-in's passes begin with an empty line too, so
-// there is none at the end of what kaehost says.
-std::ostream& SayNext() { return Out() << '\n', Say(); }
+Exit status:
+  0   every request succeeded, the kernel has the values, every tunable is back
+  1   an error reply, no reply, a tunable that is not back, or any other failure
+  2   the command line or a document is bad; nothing was delivered
+  3   the plug-in does not load or makes no layer; nothing was delivered
+  4   every request succeeded, but a value was rejected or adjusted
+  77  no namespace to be had, or none in which tunables can be written
+  With a command that was run: its own, 126 or 127 if it cannot be run, unless a tunable is not
+  back. After a signal that came before all was done: 128 and its number.)";
 
-void MakeCoreFilesWritable() {
-  const std::vector<std::string> core_files = {"/proc/sys/net/core/rmem_max",
-                                               "/proc/sys/net/core/wmem_max"};
-  for (const std::string& path : MakeWritable(core_files)) {
-    Say() << path << " is read-only here; a scratch file stands in for it\n";
-  }
-}
-
-// Answers what do_Configure threw, if it did not come back.
-std::optional<std::string> Configure(const Layer& layer, Request* request,
-                                     const Document& document) try {
-  layer.configure->do_Configure(request, document.contents());
-  return std::nullopt;
-} catch (...) {
-  return Thrown();
-}
-
-// Answers whether the reply is success.
-bool SayReply(const Request& request) {
-  Say() << "reply: ";
-  switch (request.reply()) {
-    case Reply::kNone:
-      Out() << "none; the layer left the request unanswered\n";
-      break;
-    case Reply::kSuccess:
-      Out() << "success\n";
-      break;
-    case Reply::kError:
-      Out() << "error: " << request.error() << ": " << request.detail() << '\n';
-      break;
-  }
-  if (request.answered_again()) {
-    Say() << "the layer replied more than once; only its first reply counts\n";
-  }
-  return request.reply() == Reply::kSuccess;
-}
-
-// Delivers one document; answers whether the layer answered it with success and came back.
-bool Deliver(const Document& document, const std::string& name, const Layer& layer) {
-  SayNext() << "request: " << name << std::endl;
-  const Tunables before = ReadTunables();
-  Request request;
-  const std::optional<std::string> thrown = Configure(layer, &request, document);
-  Out() << '\n';
-  if (thrown) {
-    Say() << "the layer's do_Configure threw: " << *thrown << '\n';
-  }
-  const bool success = SayReply(request);
-  const std::vector<Change> changes = Compare(before, ReadTunables());
-  if (changes.empty()) {
-    Say() << "the request changed no tunable\n";
-  } else {
-    Say() << "the request changed:\n";
-    PrintTable(Out(), changes);
-  }
-  return success && !thrown;
-}
-
-// Answers whether do_Release came back; what it threw is told.
-bool Release(const Layer& layer) try {
-  SayNext() << "releasing the layer" << std::endl;
-  layer.release->do_Release();
-  SayNext() << "layer released; ";
-  return true;
-} catch (...) {
-  SayNext() << "the layer's do_Release threw: " << Thrown() << '\n';
-  Say();
-  return false;
-}
-
-bool SayWhetherRestored(const Tunables& before) {
-  const std::vector<Change> changes = Compare(before, ReadTunables());
-  if (changes.empty()) {
-    Out() << "every tunable is back at its value\n";
-    return true;
-  }
-  Out() << "not back at their values:\n";
-  PrintTable(Out(), changes);
-  return false;
-}
-
-// Delivers the documents, each as one request, to a new layer of the plug-in, shows on standard
-// output what became of each, releases the layer and compares. What a layer throws is told and ends
-// nothing.
-int Apply(const Options& options) {
-  std::vector<Document> documents;
-  for (const std::string& path : options.documents) {
-    documents.push_back(Document::Read(path));
-  }
-
-  if (options.netns.empty()) {
-    EnterPrivateNamespace();
-    Say() << "in a private namespace; the machine's own tunables are out of reach\n";
-  } else {
-    EnterNetworkNamespace(options.netns);
-    Say() << "in the network namespace " << options.netns << "; its tunables will be put back\n";
-  }
-  if (!options.as_is) {
-    MakeCoreFilesWritable();
-  }
-  const Tunables before = ReadTunables();
-
-  std::cout.flush();  // what has been told must not go under with a plug-in that fails to load
-  const Plugin plugin(options.plugin);
-  const std::string name_and_version = plugin.name() + ", version " + plugin.version();
-  Say() << "plug-in " << name_and_version << std::endl;
-  const Layer layer = plugin.NewLayer();
-  bool success = true;
-  for (std::size_t i = 0; i < documents.size(); ++i) {
-    success = Deliver(documents[i], options.documents[i], layer) && success;
-  }
-  success = Release(layer) && success;
-  return SayWhetherRestored(before) && success ? kDone : kFailed;
+void AddPlaceOptions(CLI::App* apply, Place* place) {
+  CLI::Option* netns = apply->add_option("--netns", place->netns,
+                                         "Not in a private namespace but in this network "
+                                         "namespace: a name of ip netns, or a path");
+  netns->type_name("NAME");
+  apply
+      ->add_flag("--live", place->live,
+                 "On this machine's own tunables; stays until Ctrl-C or SIGTERM, then restores")
+      ->excludes(netns);
+  CLI::Option* as_is =
+      apply->add_flag("--as-is", place->as_is,
+                      "Leave core/rmem_max and core/wmem_max read-only, as the kernel has them");
+  apply
+      ->add_flag("--whole-catalogue", place->whole_catalogue,
+                 "Emulate the files that this kernel does not have, so that all are there")
+      ->excludes("--live")
+      ->excludes(as_is);
 }
 
 }  // namespace
 
-void AddApply(CLI::App& app, Chosen& chosen) {
-  const auto options = std::make_shared<Options>();
+void AddApply(CLI::App& app, Chosen& chosen,
+              const std::optional<std::vector<std::string>>& program) {
+  const auto options = std::make_shared<ApplyOptions>();
+  options->program = program.value_or(std::vector<std::string>());
+  options->plugin = DefaultPlugin();
   CLI::App* apply = app.add_subcommand(
       "apply", "Deliver documents to the plug-in in a private namespace, then restore");
-  apply->footer(kExitStatuses);
+  apply->footer(kFooter);
   apply->add_option("DOCUMENT", options->documents, "XML file; each is one request, in order")
       ->required();
-  apply->add_flag("--as-is", options->as_is,
-                  "Leave core/rmem_max and core/wmem_max read-only, as the kernel has them");
-  apply
-      ->add_option("--netns", options->netns,
-                   "Not in a private namespace but in this network namespace: a name of ip netns, "
-                   "or a path")
-      ->type_name("NAME");
+  AddPlaceOptions(apply, &options->place);
+  apply->add_flag("--hold", options->hold,
+                  "Keep the settings until Ctrl-C or SIGTERM, then restore");
   apply
       ->add_option("--plugin", options->plugin,
                    "The plug-in to load, by default libkaetcp.so beside this program")
       ->type_name("FILE");
-  apply->callback([options, &chosen] { chosen = [options] { return Apply(*options); }; });
+  CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
+  apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts")
+      ->excludes(json);
+  const bool lacks_a_word = program && program->empty();
+  apply->callback([options, lacks_a_word, &chosen] {
+    if (lacks_a_word) {
+      throw CLI::ValidationError("--", "a command is missing after it");
+    }
+    if (options->hold && !options->program.empty()) {
+      throw CLI::ValidationError("--hold", "a command ends the session; leave out one of the two");
+    }
+    chosen = [options] { return Apply(*options); };
+  });
 }
 
 }  // namespace devhost

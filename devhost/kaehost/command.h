@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace devhost {
 
@@ -11,6 +14,7 @@ enum ExitStatus {
   kFailed = 1,      // it is not; what is wrong has been told
   kBadInput = 2,    // the command line or a file given is bad; nothing was done
   kNoPlugin = 3,    // the plug-in does not load or makes no layer
+  kNotAsAsked = 4,  // requests succeeded, but the kernel has not the values asked for
   kNoSandbox = 77,  // no namespace to be had
 };
 
@@ -19,6 +23,9 @@ using Chosen = std::function<int()>;
 
 // Each adds its command to `app`, and lets `chosen` do it when the command line has it. `chosen`
 // must outlive `app`. What a command throws is a std::exception that explains itself to the user.
-void AddApply(CLI::App& app, Chosen& chosen);
+
+// `program` is what follows "--" on the command line, if that is there.
+void AddApply(CLI::App& app, Chosen& chosen,
+              const std::optional<std::vector<std::string>>& program);
 
 }  // namespace devhost

@@ -4,10 +4,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "devhost/kaehost/command.h"
@@ -45,6 +48,18 @@ void FillClosedStandardStreams() {
   close(fd);
 }
 
+// What follows "--", if it is there and the command is the one that takes a program of the user's;
+// `argc` then ends before it.
+std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
+  char** end = argv + *argc;
+  char** separator = std::find(argv, end, std::string_view("--"));
+  if (separator == end || std::string_view(argv[1]) != "apply") {
+    return std::nullopt;
+  }
+  *argc = static_cast<int>(separator - argv);
+  return std::vector<std::string>(separator + 1, end);
+}
+
 int Run(const Chosen& chosen) {
   const int status = chosen();
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
@@ -57,11 +72,12 @@ int Run(const Chosen& chosen) {
 
 int main(int argc, char** argv) try {
   FillClosedStandardStreams();
+  const auto program = TakeProgram(&argc, argv);
   Chosen chosen;
   CLI::App app("Tries configuration documents on a real kernel, without risk to the machine.",
                "kaehost");
   app.require_subcommand(1);
-  AddApply(app, chosen);
+  AddApply(app, chosen, program);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -15,7 +16,6 @@ namespace {
 
 // Where the scratch files lie until they are bound: a folder of /proc that nobody misses meanwhile.
 constexpr const char* kScratchFolder = "/proc/fs";
-constexpr const char* kScratchFile = "/proc/fs/scratch";
 
 [[noreturn]] void Refuse(const std::string& why) {
   throw NamespaceError(
@@ -47,20 +47,12 @@ bool RefusesToBeWritten(const std::string& path) {
   return fd < 0 && error != ENOENT;
 }
 
-// The file system in memory is mounted only while the file is bound, and the bind keeps the file:
-// nothing is left behind, and no folder of the machine needs to be writable.
-void LayScratchFileOver(const std::string& path) {
+bool LayScratchFileOver(const std::string& path) {
   std::ifstream original(path);
   const std::string text((std::istreambuf_iterator<char>(original)), {});
-  const bool laid = mount("tmpfs", kScratchFolder, "tmpfs", 0, nullptr) == 0 &&
-                    (std::ofstream(kScratchFile) << text).flush() &&
-                    mount(kScratchFile, path.c_str(), "none", MS_BIND, nullptr) == 0;
-  const int error = errno;
-  umount2(kScratchFolder, MNT_DETACH);
-  if (!laid) {
-    throw NamespaceError(path + " is read-only here, and no scratch file can be laid over it: " +
-                         std::strerror(error) + "; --as-is does without");
-  }
+  const std::string scratch = kScratchFolder + path.substr(path.rfind('/'));
+  return (std::ofstream(scratch) << text).flush() &&
+         mount(scratch.c_str(), path.c_str(), "none", MS_BIND, nullptr) == 0;
 }
 
 }  // namespace
@@ -96,13 +88,21 @@ void EnterNetworkNamespace(const std::string& name) {
   MakeMountsPrivate();
 }
 
+// The file system in memory is mounted only while the files are bound, and the binds keep the
+// files: nothing is left behind, and no folder of the machine needs to be writable.
 std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
   std::vector<std::string> emulated;
-  for (const std::string& path : paths) {
-    if (RefusesToBeWritten(path)) {
-      LayScratchFileOver(path);
-      emulated.push_back(path);
-    }
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(emulated), RefusesToBeWritten);
+  if (emulated.empty()) {
+    return emulated;
+  }
+  const bool laid = mount("tmpfs", kScratchFolder, "tmpfs", 0, nullptr) == 0 &&
+                    std::all_of(emulated.begin(), emulated.end(), LayScratchFileOver);
+  const int error = errno;
+  umount2(kScratchFolder, MNT_DETACH);
+  if (!laid) {
+    throw NamespaceError(emulated.front() + " is read-only here, and no scratch file can be laid " +
+                         "over it: " + std::strerror(error) + "; --as-is does without");
   }
   return emulated;
 }

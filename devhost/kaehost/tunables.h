@@ -1,7 +1,7 @@
 #pragma once
 
-#include <iosfwd>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,16 +17,16 @@ struct Change {
   std::string after;
 };
 
-// Reads every tunable under /proc/sys/net/ipv4 and /proc/sys/net/core, as the calling thread's
-// network namespace shows them. Texts come without their last newline, and empty where a file
-// refuses to be read.
+// Reads one, by its path below /proc/sys/net, as the calling thread's network namespace shows it.
+// Its text comes without the last newline, and empty where the file refuses to be read; none where
+// there is no such file.
+std::optional<std::string> ReadTunable(const std::string& tunable);
+
+// Reads every tunable in /proc/sys/net/ipv4 and /proc/sys/net/core, but not those in the folders
+// below, which belong to single interfaces and come and go with them.
 Tunables ReadTunables();
 
 // Answers what differs, in the order of the tunables' paths.
 std::vector<Change> Compare(const Tunables& before, const Tunables& after);
-
-// Prints a table with the columns tunable, before and after; the values of a file are separated by
-// one blank.
-void PrintTable(std::ostream& out, const std::vector<Change>& changes);
 
 }  // namespace devhost

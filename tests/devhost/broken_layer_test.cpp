@@ -52,8 +52,8 @@ TEST_F(BrokenLayer, ThatNeverRepliesIsAFailure) {
   EXPECT_EQ(AfterTheRequest(run),
             std::string("\n"
                         "kaehost: reply: none; the layer left the request unanswered\n"
-                        "kaehost: the request changed no tunable\n") +
-                kReleased);
+                        "kaehost: ") +
+                document_ + ": nothing asked for, nothing changed\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
@@ -65,8 +65,8 @@ TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
                         "\n"
                         "kaehost: reply: success\n"
                         "kaehost: the layer replied more than once; only its first reply counts\n"
-                        "kaehost: the request changed no tunable\n") +
-                kReleased);
+                        "kaehost: ") +
+                document_ + ": nothing asked for, nothing changed\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatThrowsAfterItsReplyIsAFailure) {
@@ -76,7 +76,8 @@ TEST_F(BrokenLayer, ThatThrowsAfterItsReplyIsAFailure) {
                                               "kaehost: the layer's do_Configure threw: no memory "
                                               "for a value\n"
                                               "kaehost: reply: success\n"
-                                              "kaehost: the request changed no tunable\n") +
+                                              "kaehost: ") +
+                                      document_ + ": nothing asked for, nothing changed\n" +
                                       kReleased);
 }
 
@@ -88,10 +89,10 @@ TEST_F(BrokenLayer, ThatThrowsWhatIsNoExceptionIsReleasedAndRestores) {
                         "kaehost: the layer's do_Configure threw: something that is no "
                         "std::exception\n"
                         "kaehost: reply: none; the layer left the request unanswered\n"
-                        "kaehost: the request changed:\n"
-                        "  tunable        before  after\n"
-                        "  ipv4/tcp_sack  1       0\n") +
-                kReleased);
+                        "  element   outcome     before  asked  now\n"
+                        "  tcp_sack  overridden  1       -      0\n"
+                        "kaehost: ") +
+                document_ + ": 1 overridden\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatThrowsInItsReleaseIsAFailure) {
@@ -109,21 +110,26 @@ TEST_F(BrokenLayer, ThatThrowsInItsReleaseIsAFailure) {
 
 TEST_F(BrokenLayer, ThatHidesTunablesIsSeenToDoSo) {
   const Outcome run = ApplyWith("hides_tunables");
-  EXPECT_EQ(run.status, 0);
-  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/neigh/lo/mcast_solicit +3 +\\(empty\\)\n"));
-  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/neigh/new +\\(empty\\) +1\n"));
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, ContainsRegex("\n  core/somaxconn +4096 +\\(empty\\)\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  core/new +\\(empty\\) +1\n"));
 }
 
 TEST_F(BrokenLayer, ThatRestoresNothingIsAFailureWithATableOfWhatIsNotBack) {
   const std::string table =
-      "  tunable                       before       after\n"
+      "  tunable                       before       now\n"
       "  core/somaxconn                4096         128\n"
       "  ipv4/ip_local_port_range      32768 60999  40000 50000\n"
       "  ipv4/ip_local_reserved_ports  (empty)      8080\n"
       "  ipv4/tcp_sack                 1            0\n";
   const Outcome run = ApplyWith("restores_nothing");
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: the request changed:\n" + table + "\nkaehost: rel"));
+  EXPECT_THAT(run.out, HasSubstr("  element       outcome     before  asked  now\n"
+                                 "  tcp_sack      overridden  1       -      0\n"
+                                 "  tcp_port_min  overridden  32768   -      40000\n"
+                                 "  tcp_port_max  overridden  60999   -      50000\n"
+                                 "kaehost: " +
+                                 document_ + ": 3 overridden\n"));
   EXPECT_THAT(run.out, EndsWith("kaehost: layer released; not back at their values:\n" + table +
                                 "[CleanupPlugin]\n[plug-in destroyed]\n"));
 }
@@ -138,7 +144,8 @@ TEST_F(BrokenLayer, ThatSpoilsStandardOutputCannotSilenceKaehost) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(AfterTheRequest(run), std::string("\n"
                                               "kaehost: reply: success\n"
-                                              "kaehost: the request changed no tunable\n") +
+                                              "kaehost: ") +
+                                      document_ + ": nothing asked for, nothing changed\n" +
                                       kReleased);
 }
 
@@ -146,7 +153,7 @@ TEST_F(BrokenLayer, OfAPluginThatChangesTunablesBeforeAnyRequestIsAFailure) {
   const Outcome run = ApplyWith("changes_when_loaded");
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not back at their values:\n"
-                                 "  tunable               before  after\n"
+                                 "  tunable               before  now\n"
                                  "  ipv4/tcp_fin_timeout  60      15\n"
                                  "  ipv4/tcp_sack         1       0\n"));
 }

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <system_error>
 
@@ -20,28 +21,6 @@ constexpr unsigned kNobody = 65534;
 [[noreturn]] void Throw(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
 }
-
-// A file without a name that takes what a process prints.
-class OutputFile {
- public:
-  OutputFile() : fd_(memfd_create("output", MFD_CLOEXEC)) {}
-  ~OutputFile() { close(fd_); }
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
-  int fd() const { return fd_; }
-
-  std::string Text() const {
-    std::string text(static_cast<std::size_t>(lseek(fd_, 0, SEEK_END)), '\0');
-    if (pread(fd_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
-      Throw("reading back the output");
-    }
-    return text;
-  }
-
- private:
-  const int fd_;
-};
 
 // Ends this process, whatever happens: it is a copy of the test's own.
 [[noreturn]] void Become(std::vector<std::string> arguments, const OutputFile& out,
@@ -94,21 +73,52 @@ void ForbidNamespacesTo(unsigned user) {
 
 }  // namespace
 
-Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>& prepare) {
-  arguments.insert(arguments.begin(), KAEHOST);
-  const OutputFile out;
-  const OutputFile err;
-  const pid_t child = fork();
-  if (child == 0) {
-    Become(std::move(arguments), out, err, prepare);
+OutputFile::OutputFile() : fd_(memfd_create("output", MFD_CLOEXEC)) {}
+
+OutputFile::~OutputFile() { close(fd_); }
+
+std::string OutputFile::Text() const {
+  std::string text(static_cast<std::size_t>(lseek(fd_, 0, SEEK_END)), '\0');
+  if (pread(fd_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+    Throw("reading back the output");
   }
+  return text;
+}
+
+RunningKaehost::RunningKaehost(std::vector<std::string> arguments,
+                               const std::function<void()>& prepare)
+    : child_(fork()) {
+  arguments.insert(arguments.begin(), KAEHOST);
+  if (child_ == 0) {
+    Become(std::move(arguments), out_, err_, prepare);
+  }
+}
+
+bool RunningKaehost::HasSaid(const std::string& text) {
+  const timespec millisecond = {0, 1'000'000};
+  siginfo_t end = {};
+  while (out_.Text().find(text) == std::string::npos) {
+    if (waitid(P_PID, static_cast<id_t>(child_), &end, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+        end.si_pid == child_) {
+      return out_.Text().find(text) != std::string::npos;
+    }
+    nanosleep(&millisecond, nullptr);
+  }
+  return true;
+}
+
+Outcome RunningKaehost::Finish() {
   int status = 0;
   rusage usage = {};
-  if (child < 0 || wait4(child, &status, 0, &usage) != child) {
+  if (child_ < 0 || wait4(child_, &status, 0, &usage) != child_) {
     Throw("running kaehost");
   }
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.Text(), err.Text(),
-          usage.ru_maxrss};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out_.Text(),
+          err_.Text(), usage.ru_maxrss};
+}
+
+Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>& prepare) {
+  return RunningKaehost(std::move(arguments), prepare).Finish();
 }
 
 std::string TestPlugin(const std::string& name) { return TEST_PLUGINS "/" + name + ".so"; }

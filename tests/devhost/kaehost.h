@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,8 +16,43 @@ struct Outcome {
   long peak_memory;  // in KiB
 };
 
-// Runs kaehost with `arguments` to its end, or for a minute at most. `prepare` is run in the new
-// process before kaehost takes its place there.
+// A file without a name that takes what a process prints.
+class OutputFile {
+ public:
+  OutputFile();
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  int fd() const { return fd_; }
+  std::string Text() const;
+
+ private:
+  const int fd_;
+};
+
+// kaehost beside the test, for a minute at most. `prepare` is run in the new process before kaehost
+// takes its place there.
+class RunningKaehost {
+ public:
+  explicit RunningKaehost(std::vector<std::string> arguments,
+                          const std::function<void()>& prepare = {});
+
+  pid_t pid() const { return child_; }
+
+  // Waits until it has printed `text`; answers whether it has, since it may end without.
+  bool HasSaid(const std::string& text);
+
+  // Waits until it ends. Once only.
+  Outcome Finish();
+
+ private:
+  OutputFile out_;
+  OutputFile err_;
+  pid_t child_;
+};
+
+// Runs kaehost to its end.
 Outcome Kaehost(std::vector<std::string> arguments, const std::function<void()>& prepare = {});
 
 // Answers the path of one of the plug-ins of the folder broken/, as it was built.

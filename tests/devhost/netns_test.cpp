@@ -38,15 +38,15 @@ TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(run.out,
               AllOf(HasSubstr("kaehost: in the network namespace /proc/self/ns/net; its tunables "
-                              "will be put back\n"),
-                    ContainsRegex("\n  ipv4/tcp_fin_timeout +37 +20\n"),
+                              "will be put back"),
+                    ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"),
                     HasSubstr("every tunable is back at its value\n")));
   EXPECT_EQ(FinTimeout(), "37");
 }
 
 TEST_F(NetworkNamespace, IsNotTouchedByAPrivateOne) {
   const Outcome run = Kaehost({"apply", document});
-  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_fin_timeout +60 +20\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_fin_timeout +applied +60 +20 +20\n"));
   EXPECT_EQ(FinTimeout(), "37");
 }
 

@@ -80,6 +80,20 @@ TEST(MakeWritable, LaysAFileWithTheSameContentsOverAReadOnlyOne) {
   EXPECT_EQ(Content(path), "5");
 }
 
+TEST(MakeWritable, LaysAFileOfItsOwnOverEach) {
+  TunableTree tree;
+  std::vector<std::string> paths;
+  for (const std::string name : {"core/rmem_max", "core/wmem_max"}) {
+    tree.Write(name, name);
+    tree.MakeReadOnly(name);
+    paths.push_back("/proc/sys/net/" + name);
+  }
+  EXPECT_EQ(MakeWritable(paths), paths);
+  std::ofstream(paths[0]) << "5";
+  EXPECT_EQ(Content(paths[0]), "5");
+  EXPECT_EQ(Content(paths[1]), "core/wmem_max");
+}
+
 TEST(MakeWritable, LeavesWritableAndMissingFilesAlone) {
   TunableTree tree;
   tree.Write("ipv4/tcp_sack", "1\n");
@@ -95,6 +109,6 @@ TEST(MakeWritable, LeavesNothingMountedButTheFileItself) {
   tree.Write("core/rmem_max", "1");
   tree.MakeReadOnly("core/rmem_max");
   MakeWritable({"/proc/sys/net/core/rmem_max"});
-  EXPECT_THAT(Mounts(), HasSubstr("/scratch /proc/sys/net/core/rmem_max "));
+  EXPECT_THAT(Mounts(), HasSubstr("/rmem_max /proc/sys/net/core/rmem_max "));
   EXPECT_THAT(Mounts(), Not(HasSubstr(" /proc/fs ")));
 }

@@ -106,13 +106,13 @@ TEST_F(Surroundings, OrdinaryUserNeedsNothingButUserNamespaces) {
 TEST_F(Surroundings, FolderForTemporaryFilesIsNotNeeded) {
   const Outcome run = Apply([] { setenv("TMPDIR", "/nowhere", 1); });
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +applied +1 +0 +0\n"));
 }
 
 TEST_F(Surroundings, RootNeedsNoUserNamespace) {
   const Outcome run = Apply(ForbidUserNamespacesToRoot);
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +applied +1 +0 +0\n"));
 }
 
 TEST_F(Surroundings, NoNamespaceForRootIsToldWithWhatToEnable) {

@@ -36,7 +36,9 @@ TEST_F(WorkingPlugin, CallsThePlugInAsItsContractSays) {
                 "[do_Configure with a document]\n"
                 "\n"
                 "kaehost: reply: success\n"
-                "kaehost: the request changed no tunable\n"
+                "kaehost: " +
+                document_ +
+                ": nothing asked for, nothing changed\n"
                 "\n"
                 "kaehost: releasing the layer\n"
                 "[do_Release]\n"

@@ -1,4 +1,4 @@
-// Takes tunables away and brings one that was not there.
+// Takes tunables away, brings one that was not there, and leaves it at that.
 
 #include <sys/mount.h>
 
@@ -7,13 +7,9 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
-    mount("none", "/proc/sys/net/ipv4/neigh", "tmpfs", 0, nullptr);
-    WriteTunable("ipv4/neigh/new", "1");
+    mount("none", "/proc/sys/net/core", "tmpfs", 0, nullptr);
+    WriteTunable("core/new", "1");
     return request->SendSuccess(nullptr);
-  }
-  void do_Release() override {
-    umount("/proc/sys/net/ipv4/neigh");
-    WorkingLayer::do_Release();
   }
 };
 

@@ -1,0 +1,54 @@
+#include "devhost/kaehost/progress.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <iostream>
+#include <system_error>
+
+namespace devhost {
+namespace {
+
+void FlushAll() {
+  std::cout.flush();
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+Progress::Progress(bool shown) : kept_(shown ? -1 : memfd_create("progress", MFD_CLOEXEC)) {
+  if (!shown && kept_ < 0) {
+    throw std::system_error(errno, std::generic_category(), "keeping the plug-in's output");
+  }
+}
+
+Progress::~Progress() { close(kept_); }
+
+std::string Progress::Text() const {
+  const off_t size = lseek(kept_, 0, SEEK_END);
+  std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+  const ssize_t read = pread(kept_, text.data(), text.size(), 0);
+  text.resize(read > 0 ? static_cast<std::size_t>(read) : 0);
+  return text;
+}
+
+Progress::Aside::Aside(int file) {
+  FlushAll();
+  if (file >= 0) {
+    standard_output_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    dup2(file, STDOUT_FILENO);
+  }
+}
+
+Progress::Aside::~Aside() {
+  FlushAll();
+  if (standard_output_ >= 0) {
+    dup2(standard_output_, STDOUT_FILENO);
+    close(standard_output_);
+  }
+}
+
+}  // namespace devhost

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+namespace devhost {
+
+// What the plug-in prints: shown as it comes, or kept aside.
+class Progress {
+ public:
+  explicit Progress(bool shown);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  // Answers what `operation` answers, in which the plug-in may print.
+  template <class Operation>
+  auto Of(Operation operation) {
+    const Aside aside(kept_);
+    return operation();
+  }
+
+  // Answers what is kept.
+  std::string Text() const;
+
+ private:
+  // While it lives, standard output goes to the file, if there is one.
+  class Aside {
+   public:
+    explicit Aside(int file);
+    ~Aside();
+    Aside(const Aside&) = delete;
+    Aside& operator=(const Aside&) = delete;
+
+   private:
+    int standard_output_ = -1;
+  };
+
+  int kept_ = -1;
+};
+
+}  // namespace devhost
