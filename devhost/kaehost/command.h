@@ -28,4 +28,6 @@ using Chosen = std::function<int()>;
 void AddApply(CLI::App& app, Chosen& chosen,
               const std::optional<std::vector<std::string>>& program);
 
+void AddCheck(CLI::App& app, Chosen& chosen);
+
 }  // namespace devhost

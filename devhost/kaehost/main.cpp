@@ -78,6 +78,7 @@ int main(int argc, char** argv) try {
                "kaehost");
   app.require_subcommand(1);
   AddApply(app, chosen, program);
+  AddCheck(app, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

@@ -1,9 +1,8 @@
 #include "devhost/kaehost/outcomes.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <sstream>
 
+#include "devhost/kaehost/numbers.h"
 #include "devhost/kaehost/tunables.h"
 #include "devhost/libe/document.h"
 
@@ -18,16 +17,6 @@ std::string WordAt(int position, const std::string& text) {
     words >> word;
   }
   return word;
-}
-
-// What the kernel reads a text as: a number, hexadecimal after 0x and octal after 0.
-std::optional<long long> Number(const std::string& text) {
-  char* end = nullptr;
-  errno = 0;
-  const long long number = std::strtoll(text.c_str(), &end, 0);
-  const bool whole = end != text.c_str() &&
-                     text.find_first_not_of(" \t\n", end - text.c_str()) == std::string::npos;
-  return whole && errno == 0 ? std::optional(number) : std::nullopt;
 }
 
 bool IsSameValue(const std::string& one, const std::string& other) {

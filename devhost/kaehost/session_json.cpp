@@ -1,12 +1,11 @@
 #include "devhost/kaehost/session_json.h"
 
-#include <nlohmann/json.hpp>
 #include <sstream>
+
+#include "devhost/kaehost/json.h"
 
 namespace devhost {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 const char* WordFor(Reply reply) {
   switch (reply) {
@@ -88,9 +87,7 @@ std::string ToJson(const Session& session, const std::string& progress, int stat
   }
   json["progress"] = Lines(progress);
   json["status"] = status;
-  // What a plug-in or a document says need not be UTF-8.
-  constexpr int kIndent = 2;
-  return json.dump(kIndent, ' ', false, Json::error_handler_t::replace);
+  return JsonText(json);
 }
 
 }  // namespace devhost

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <stack>
+#include <string_view>
 
 #include "devhost/libe/document.h"
 
@@ -13,22 +14,24 @@ class Builder {
  public:
   explicit Builder(Document* document) : document_(document) {}
 
-  void StartElement(const char* name, int line) {
+  void StartElement(const char* name, Position begin) {
     kaml_content* element = document_->AddElement(Parent(), name);
-    open_.push({element, line});
+    element->begin = begin;
+    open_.push(element);
     ++contents_;
   }
 
   void EndElement() { open_.pop(); }
 
   // A text comes in pieces, CDATA sections among them. There is none outside of elements.
-  void AddText(const char* text, std::size_t size) {
+  void AddText(std::string_view text, Position begin) {
     kaml_content* last = Parent()->last_child;
     if (last == nullptr || last->type != kText) {
       last = document_->AddText(Parent(), "");
+      last->begin = begin;
       ++contents_;
     }
-    last->text.append(text, size);
+    last->text.append(text);
   }
 
   void AddOther(ContentType type) {
@@ -40,18 +43,13 @@ class Builder {
   std::size_t contents() const { return contents_; }
 
   // Answers the line of the element that is open.
-  int open_line() const { return open_.top().line; }
+  int open_line() const { return open_.top()->begin.line; }
 
  private:
-  struct OpenElement {
-    kaml_content* element;
-    int line;
-  };
-
-  kaml_content* Parent() const { return open_.empty() ? nullptr : open_.top().element; }
+  kaml_content* Parent() const { return open_.empty() ? nullptr : open_.top(); }
 
   Document* const document_;
-  std::stack<OpenElement> open_;
+  std::stack<kaml_content*> open_;
   std::size_t contents_ = 0;
 };
 

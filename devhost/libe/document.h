@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "devhost/libe/position.h"
 #include "host/kaml.h"
 
 // One node of a document, owned by its Document.
@@ -14,6 +15,7 @@ struct kaml_content {
   kaml_content* next = nullptr;
   kaml_content* first_child = nullptr;
   kaml_content* last_child = nullptr;
+  devhost::Position begin = {};  // in the file that it comes from, if it comes from one
 };
 
 namespace devhost {

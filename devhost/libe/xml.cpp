@@ -7,6 +7,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "devhost/libe/builder.h"
 #include "devhost/libe/document.h"
@@ -64,10 +65,13 @@ class Reading {
   [[noreturn]] void RefuseEntity() const;
   std::string Explain(const xmlError& error) const;
   std::string WhyNoFurther() const;
+  Position BeginOfTag() const;
+  Position Here() const { return {parser_->input->line, parser_->input->col}; }
   int Line() const { return parser_->input->line; }
 
   Input input_;
   Builder builder_;
+  Position text_begin_ = {1, 1};  // where a text would begin that came next
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
 };
@@ -103,15 +107,20 @@ Reading::Parser Reading::NewParser(Reading* reading) {
 xmlSAXHandler Reading::Handler() {
   xmlSAXHandler handler = {};
   handler.startElement = [](void* self, const xmlChar* name, const xmlChar** /*attributes*/) {
-    TryPart(self,
-            [&](Reading& reading) { reading.builder_.StartElement(Chars(name), reading.Line()); });
+    TryPart(self, [&](Reading& reading) {
+      reading.builder_.StartElement(Chars(name), reading.BeginOfTag());
+      reading.text_begin_ = EndOf(">", reading.Here());
+    });
   };
   handler.endElement = [](void* self, const xmlChar* /*name*/) {
-    TryPart(self, [](Reading& reading) { reading.builder_.EndElement(); });
+    TryPart(self, [](Reading& reading) {
+      reading.builder_.EndElement();
+      reading.text_begin_ = reading.Here();
+    });
   };
   handler.characters = [](void* self, const xmlChar* text, int size) {
     TryPart(self, [&](Reading& reading) {
-      reading.builder_.AddText(Chars(text), static_cast<std::size_t>(size));
+      reading.builder_.AddText({Chars(text), static_cast<std::size_t>(size)}, reading.text_begin_);
     });
   };
   handler.comment = [](void* self, const xmlChar* /*text*/) {
@@ -180,6 +189,15 @@ void Reading::AddOther(ContentType type) {
   if (parser_->inSubset == 0) {
     builder_.AddOther(type);
   }
+  text_begin_ = Here();
+}
+
+// In a tag there is no other "<" than its first. The parser has got as far as the tag's end.
+Position Reading::BeginOfTag() const {
+  const xmlParserInput& input = *parser_->input;
+  const std::string_view known(Chars(input.base), static_cast<std::size_t>(input.cur - input.base));
+  const std::size_t begin = std::min(known.rfind('<'), known.size());
+  return BeginOf(known.substr(begin), Here(), known.substr(0, begin));
 }
 
 void Reading::RefuseEntity() const {

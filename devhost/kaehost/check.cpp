@@ -1,0 +1,128 @@
+// kaehost check: what is to be mended in documents, without applying them.
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "devhost/kaehost/command.h"
+#include "devhost/kaehost/findings.h"
+#include "devhost/kaehost/json.h"
+#include "devhost/kaehost/output.h"
+
+namespace devhost {
+namespace {
+
+constexpr const char* kFooter =
+    R"(Findings come as FILE:LINE:COLUMN: what is wrong and what to do, for
+  what is no well-formed XML, or more than a document may be
+  elements that the plug-in does not know or passes over, or that are there twice
+  text between elements
+  values that are no whole numbers, or not written in decimal
+  whatever else the schema of documents does not allow
+
+Examples:
+  kaehost check low-latency.xml
+  kaehost check --quiet *.xml && echo clean
+
+Exit status:
+  0   nothing is to be mended
+  1   there are findings
+  2   the command line is bad, or a document cannot be read or is no well-formed XML)";
+
+struct Options {
+  std::vector<std::string> documents;
+  bool json = false;
+  bool quiet = false;
+};
+
+struct Result {
+  std::string document;
+  std::string error;  // why it cannot be read; empty where it can
+  std::vector<Finding> findings;
+};
+
+// The schema is the last net: what is found without it is told in better words.
+Result Check(const std::string& path) try {
+  const Document document = Document::Read(path);
+  Result result = {path, "", FindingsIn(document)};
+  if (result.findings.empty() && std::filesystem::is_regular_file(path)) {
+    result.findings = FindingsOfSchema(path, document);
+  }
+  return result;
+} catch (const DocumentError& error) {
+  return {path, error.what(), {}};
+}
+
+void Tell(const Result& result, bool quiet) {
+  if (!result.error.empty()) {
+    std::cerr << "kaehost: " << result.error << '\n';
+    return;
+  }
+  for (const Finding& finding : result.findings) {
+    Out() << result.document << ':' << finding.place.line << ':' << finding.place.column << ": "
+          << Painted(finding.sentence, Colour::kYellow) << '\n';
+  }
+  if (!quiet) {
+    const std::size_t count = result.findings.size();
+    Out() << "kaehost: " << result.document << ": "
+          << (count == 0   ? "nothing to mend"
+              : count == 1 ? "1 finding"
+                           : std::to_string(count) + " findings")
+          << '\n';
+  }
+}
+
+Json ToJson(const Result& result) {
+  Json json;
+  json["document"] = result.document;
+  json["error"] = result.error.empty() ? Json() : Json(result.error);
+  json["findings"] = Json::array();
+  for (const Finding& finding : result.findings) {
+    Json& told = json["findings"].emplace_back();
+    told["line"] = finding.place.line;
+    told["column"] = finding.place.column;
+    told["sentence"] = finding.sentence;
+  }
+  return json;
+}
+
+int CheckAll(const Options& options) {
+  int status = kDone;
+  Json json;
+  json["documents"] = Json::array();
+  for (const std::string& path : options.documents) {
+    const Result result = Check(path);
+    if (!result.error.empty()) {
+      status = kBadInput;
+    } else if (!result.findings.empty() && status == kDone) {
+      status = kFailed;
+    }
+    if (options.json) {
+      json["documents"].push_back(ToJson(result));
+    } else {
+      Tell(result, options.quiet);
+    }
+  }
+  if (options.json) {
+    json["status"] = status;
+    Out() << JsonText(json) << '\n';
+  }
+  return status;
+}
+
+}  // namespace
+
+void AddCheck(CLI::App& app, Chosen& chosen) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* check =
+      app.add_subcommand("check", "Say what is to be mended in documents, without applying them");
+  check->footer(kFooter);
+  check->add_option("DOCUMENT", options->documents, "XML file")->required();
+  CLI::Option* json = check->add_flag("--json", options->json, "Print one JSON document instead");
+  check->add_flag("--quiet", options->quiet, "Print only findings")->excludes(json);
+  check->callback([options, &chosen] { chosen = [options] { return CheckAll(*options); }; });
+}
+
+}  // namespace devhost

@@ -1,0 +1,148 @@
+#include "devhost/kaehost/findings.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <string_view>
+
+#include "devhost/kaehost/catalogue.h"
+#include "devhost/kaehost/numbers.h"
+#include "devhost/kaehost/spelling.h"
+
+namespace devhost {
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kRoot = "tcp-settings";
+constexpr std::string_view kSigned = "tcp_adv_win_scale";  // the one that has a sense below 0
+
+// A text as a short piece of one line.
+std::string Quoted(std::string_view text) {
+  constexpr std::size_t kLongest = 40;
+  std::string quoted = "\"";
+  for (const char byte : text.substr(0, kLongest)) {
+    quoted += static_cast<unsigned char>(byte) < ' ' ? ' ' : byte;
+  }
+  return quoted + (text.size() > kLongest ? "...\"" : "\"");
+}
+
+std::string_view Trimmed(std::string_view text) {
+  const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
+// Answers what is to be done about a value, empty where it is well.
+std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
+  const std::string_view value = Trimmed(text);
+  if (value.empty()) {
+    return "blank, which the kernel takes for no value; write one or remove the element";
+  }
+  if (value.find_first_of(kBlanks) != std::string_view::npos) {
+    return Quoted(text) + " is more than one value; each has an element of its own";
+  }
+  const std::optional<long long> number = Number(std::string(value));
+  if (!number) {
+    return Quoted(text) + " is no whole number; write one";
+  }
+  if (*number < 0 && entry.element != kSigned) {
+    return Quoted(text) + " is negative; write a number from 0 up";
+  }
+  if (text != std::to_string(*number)) {
+    return Quoted(text) + " reaches the kernel as it is written; write " + std::to_string(*number);
+  }
+  return "";
+}
+
+// Answers why the plug-in passes over an element that it knows, empty where it does not.
+std::string WhyPassedOver(const kaml_content& element) {
+  if (element.first_child == nullptr) {
+    return "empty, so it is passed over; write a value or remove it";
+  }
+  if (element.first_child->type != kText) {
+    return "its first content is no text, so it is passed over; write nothing but the value";
+  }
+  return "";
+}
+
+class Search {
+ public:
+  std::vector<Finding> Run(const Document& document);
+
+ private:
+  void LookAtElement(const kaml_content& element);
+  void LookAtValue(const CatalogueEntry& entry, const kaml_content& element);
+  void LookAtText(const kaml_content& text);
+  void Add(Position place, const std::string& sentence) { findings_.push_back({place, sentence}); }
+
+  std::vector<Finding> findings_;
+  std::map<std::string_view, Position> seen_;
+};
+
+std::vector<Finding> Search::Run(const Document& document) {
+  const kaml_content* root = document.contents();
+  while (root->type != kElement) {
+    root = root->next;
+  }
+  if (root->name != kRoot) {
+    Add(root->begin, std::string(root->name) +
+                         ": is no tcp-settings, so the request is left unanswered; name the "
+                         "outermost element tcp-settings");
+    return findings_;
+  }
+  for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
+    if (c->type == kElement) {
+      LookAtElement(*c);
+    } else if (c->type == kText) {
+      LookAtText(*c);
+    }
+  }
+  return findings_;
+}
+
+void Search::LookAtElement(const kaml_content& element) {
+  const std::string name = std::string(element.name) + ": ";
+  const CatalogueEntry* entry = FindInCatalogue(element.name);
+  if (entry == nullptr) {
+    Add(element.begin, name + AboutUnknownElement(element.name));
+    return;
+  }
+  if (const std::string why = WhyPassedOver(element); !why.empty()) {
+    Add(element.begin, name + why);
+    return;
+  }
+  const auto [earlier, is_new] = seen_.try_emplace(entry->element, element.begin);
+  if (!is_new) {
+    Add(element.begin, name + "named in line " + std::to_string(earlier->second.line) +
+                           " already, and the last one counts; remove one of the two");
+    earlier->second = element.begin;
+  }
+  LookAtValue(*entry, element);
+}
+
+void Search::LookAtValue(const CatalogueEntry& entry, const kaml_content& element) {
+  const std::string name = std::string(entry.element) + ": ";
+  const kaml_content& text = *element.first_child;
+  if (text.next != nullptr) {
+    Add(element.begin, name + "what follows its first text, " + Quoted(text.text) +
+                           ", is passed over; write nothing but the value");
+  }
+  if (const std::string sentence = AboutValue(entry, text.text); !sentence.empty()) {
+    Add(text.begin, name + sentence);
+  }
+}
+
+void Search::LookAtText(const kaml_content& text) {
+  const std::string_view words = Trimmed(text.text);
+  if (!words.empty()) {
+    const std::string_view blanks(text.text.data(),
+                                  static_cast<std::size_t>(words.data() - text.text.data()));
+    Add(EndOf(blanks, text.begin),
+        Quoted(words) + ": text between elements is passed over; remove it");
+  }
+}
+
+}  // namespace
+
+std::vector<Finding> FindingsIn(const Document& document) { return Search().Run(document); }
+
+}  // namespace devhost
