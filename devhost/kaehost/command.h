@@ -29,5 +29,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
               const std::optional<std::vector<std::string>>& program);
 
 void AddCheck(CLI::App& app, Chosen& chosen);
+void AddInspect(CLI::App& app, Chosen& chosen);
+void AddImport(CLI::App& app, Chosen& chosen);
 
 }  // namespace devhost

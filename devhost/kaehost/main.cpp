@@ -79,6 +79,8 @@ int main(int argc, char** argv) try {
   app.require_subcommand(1);
   AddApply(app, chosen, program);
   AddCheck(app, chosen);
+  AddInspect(app, chosen);
+  AddImport(app, chosen);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

@@ -115,8 +115,9 @@ Layer Plugin::NewLayer() const {
   if (layer == nullptr) {
     throw PluginError(path_ + ": the plug-in makes no layer: its GetNewLayer answers null");
   }
-  const Layer callbacks{dynamic_cast<kaeCPLayer::ConfigureCB*>(layer),
-                        dynamic_cast<kaeCPLayer::ReleaseCB*>(layer)};
+  const Layer callbacks{
+      dynamic_cast<kaeCPLayer::ConfigureCB*>(layer), dynamic_cast<kaeCPLayer::ReleaseCB*>(layer),
+      dynamic_cast<kaeCPLayer::StartCB*>(layer), dynamic_cast<kaeCPLayer::StopCB*>(layer)};
   if (callbacks.configure == nullptr || callbacks.release == nullptr) {
     delete layer;
     throw PluginError(path_ + ": the plug-in's layer cannot be used: it is no kaeCPLayer::" +

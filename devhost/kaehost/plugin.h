@@ -20,11 +20,13 @@ std::string DefaultPlugin();
 // Says what the exception being handled is, whatever a plug-in may have thrown.
 std::string Thrown();
 
-// A layer with the callbacks that a host needs of it. The pointers are two faces of one object,
-// which destroys itself in do_Release.
+// A layer with its callbacks. The pointers are faces of one object, which destroys itself in
+// do_Release.
 struct Layer {
   kaeCPLayer::ConfigureCB* configure;
   kaeCPLayer::ReleaseCB* release;
+  kaeCPLayer::StartCB* start;  // this and the next are null where the layer does not offer them
+  kaeCPLayer::StopCB* stop;
 };
 
 // A loaded plug-in. It is cleaned up and unloaded with this object, which must outlive its layers

@@ -4,15 +4,41 @@
 
 #include <mutex>
 #include <unordered_set>
+#include <vector>
 
 #include "devhost/libe/document.h"
+#include "devhost/libe/vocabulary.h"
+
+namespace {
+
+struct Names {
+  std::mutex mutex;
+  std::unordered_set<std::string> table;
+  std::vector<const char*> in_order;
+};
+
+// Never destroyed: a plug-in's names outlive even static destruction.
+Names& TheNames() {
+  static auto& names = *new Names;
+  return names;
+}
+
+}  // namespace
 
 const char* kaml_intern(const char* text) {
-  // Never destroyed: a plug-in's names outlive even static destruction.
-  static auto& table = *new std::unordered_set<std::string>;
-  static std::mutex mutex;
-  const std::lock_guard lock(mutex);
-  return table.emplace(text).first->c_str();
+  Names& names = TheNames();
+  const std::lock_guard lock(names.mutex);
+  const auto [name, is_new] = names.table.emplace(text);
+  if (is_new) {
+    names.in_order.push_back(name->c_str());
+  }
+  return name->c_str();
+}
+
+std::vector<std::string> devhost::Vocabulary() {
+  Names& names = TheNames();
+  const std::lock_guard lock(names.mutex);
+  return {names.in_order.begin(), names.in_order.end()};
 }
 
 int kaml_cont_type(const kaml_content* content) { return content->type; }

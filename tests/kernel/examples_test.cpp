@@ -27,7 +27,9 @@ using testing::IsEmpty;
 std::vector<std::string> ExampleFiles() {
   std::vector<std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(KAETCP_EXAMPLES)) {
-    files.push_back(entry.path().filename());
+    if (entry.is_regular_file()) {
+      files.push_back(entry.path().filename());
+    }
   }
   std::sort(files.begin(), files.end());
   return files;

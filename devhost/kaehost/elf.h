@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace devhost {
+
+// What a shared library says of itself to the loader.
+struct SharedLibrary {
+  std::vector<std::string> exports;  // the names of the dynamic symbols that it defines
+  std::vector<std::string> needs;    // the libraries that it needs
+  std::string run_path;              // where these are looked for first; empty for nowhere else
+};
+
+// Reads it from the file at `path`, which has been loaded. Throws std::runtime_error.
+SharedLibrary ReadSharedLibrary(const std::string& path);
+
+}  // namespace devhost

@@ -1,0 +1,108 @@
+// kaehost inspect: what it tells of the plug-in beside it, and of broken ones.
+
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "devhost/kaehost/catalogue.h"
+#include "tests/devhost/kaehost.h"
+
+using nlohmann::json;
+using testing::AllOf;
+using testing::Contains;
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+void ExpectRefused(const std::string& plugin, const std::string& sentence) {
+  const Outcome run = Kaehost({"inspect", plugin});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "kaehost: " + plugin + ": " + sentence + "\n");
+}
+
+}  // namespace
+
+TEST(Inspect, TellsWhatThePlugInIsNeedsAndOffers) {
+  const Outcome run = Kaehost({"inspect"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_THAT(
+      run.out,
+      AllOf(ContainsRegex("^plug-in +/.*/libkaetcp.so\n"), HasSubstr("name        TCP\n"),
+            HasSubstr("version     001.000\n"), HasSubstr("exports     this_kae_plugin\n"),
+            ContainsRegex("\nneeds +libe.so, .*libc.so.6\n"), HasSubstr("run path    none\n"),
+            HasSubstr("callbacks   ConfigureCB, StartCB, StopCB, ReleaseCB\n"),
+            ContainsRegex("\nready in +[0-9]+ us\nlayer in +[0-9]+ us\n"),
+            ContainsRegex("\nvocabulary +tcp-settings, rmem_max, .*, tcp_port_max\n$")));
+}
+
+TEST(Inspect, JsonTellsTheSame) {
+  const json told = json::parse(Kaehost({"inspect", "--json"}).out);
+  EXPECT_THAT(told["plugin"].get<std::string>(), HasSubstr("libkaetcp.so"));
+  EXPECT_EQ(told["name"], "TCP");
+  EXPECT_EQ(told["version"], "001.000");
+  EXPECT_THAT(told["exports"], ElementsAre("this_kae_plugin"));
+  EXPECT_THAT(told["needs"], Contains("libe.so"));
+  EXPECT_EQ(told["run_path"], "");
+  EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "StartCB", "StopCB", "ReleaseCB"));
+  EXPECT_GT(told["load_us"], 0);
+  EXPECT_GT(told["layer_us"], told["load_us"]);
+  EXPECT_EQ(told["vocabulary"].size(), devhost::Catalogue().size() + 1);
+  EXPECT_EQ(told["vocabulary"][1], "rmem_max");
+}
+
+TEST(Inspect, TellsWhatAnotherPlugInLacks) {
+  const json told = json::parse(Kaehost({"inspect", "--json", TestPlugin("working")}).out);
+  EXPECT_EQ(told["name"], "test plug-in");
+  EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "ReleaseCB"));
+  EXPECT_THAT(told["exports"], Contains("this_kae_plugin"));
+  EXPECT_EQ(told["vocabulary"].size(), 0U);
+  EXPECT_THAT(Kaehost({"inspect", TestPlugin("working")}).out, HasSubstr("\nvocabulary  none\n"));
+}
+
+TEST(Inspect, QuietTellsNothingOfAPlugInThatWorks) {
+  const Outcome run = Kaehost({"inspect", "--quiet"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out, "");
+}
+
+TEST(Inspect, RefusesABrokenPlugInWithASentence) {
+  ExpectRefused("nowhere.so",
+                "the plug-in does not load: cannot open shared object file: No such file or "
+                "directory");
+  ExpectRefused(TestPlugin("unresolved"),
+                "the plug-in does not load: undefined symbol: nobody_has_this");
+  ExpectRefused(TestPlugin("no_symbol"), "is no plug-in: it exports no symbol this_kae_plugin");
+  ExpectRefused(TestPlugin("null_pointer"), "is no plug-in: its this_kae_plugin is null");
+  ExpectRefused(TestPlugin("init_false"), "the plug-in is not ready: its InitPlugin answers false");
+  ExpectRefused(TestPlugin("init_throws"), "the plug-in's InitPlugin threw: no luck");
+  ExpectRefused(TestPlugin("name_throws"), "the plug-in's GetName threw: nameless");
+  ExpectRefused(TestPlugin("version_throws"),
+                "the plug-in's GetVersion threw: something that is no std::exception");
+  ExpectRefused(TestPlugin("no_factory"),
+                "the plug-in makes no layers: it is no kaeCPLayerFactory");
+  ExpectRefused(TestPlugin("null_layer"),
+                "the plug-in makes no layer: its GetNewLayer answers null");
+  ExpectRefused(TestPlugin("layer_throws"),
+                "the plug-in's GetNewLayer threw: no memory for a layer");
+  ExpectRefused(TestPlugin("no_configure"),
+                "the plug-in's layer cannot be used: it is no kaeCPLayer::ConfigureCB");
+  ExpectRefused(TestPlugin("no_release"),
+                "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB");
+}
+
+TEST(Inspect, NeedsAPrivateNamespace) {
+  EXPECT_EQ(Kaehost({"inspect"}, ForbidNamespacesToRoot).status, 77);
+}
+
+TEST(Inspect, IsExplainedByItsHelp) {
+  const Outcome run = Kaehost({"inspect", "--help"});
+  EXPECT_EQ(run.status, 0);
+  for (const char* text : {"--json", "--quiet", "PLUGIN", "\nExit status:\n  0  "}) {
+    EXPECT_THAT(run.out, HasSubstr(text));
+  }
+}
