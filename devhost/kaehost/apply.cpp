@@ -77,7 +77,8 @@ void AddApply(CLI::App& app, Chosen& chosen,
                   "Keep the settings until Ctrl-C or SIGTERM, then restore");
   apply
       ->add_option("--plugin", options->plugin,
-                   "The plug-in to load, by default libkaetcp.so beside this program")
+                   "The plug-in to load, by default libkaetcp.so beside this program, or else the "
+                   "installed one")
       ->type_name("FILE");
   CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
   apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts")

@@ -8,6 +8,7 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include "devhost/kaehost/command.h"
 
@@ -39,7 +40,11 @@ std::string LoaderError(const std::string& path) {
 }  // namespace
 
 std::string DefaultPlugin() {
-  return std::filesystem::read_symlink("/proc/self/exe").replace_filename("libkaetcp.so");
+  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  const auto beside = program.parent_path() / "libkaetcp.so";
+  const auto installed = program.parent_path() / KAETCP_PLUGIN_FROM_PROGRAM / "libkaetcp.so";
+  std::error_code unreadable;
+  return exists(beside, unreadable) ? beside : installed.lexically_normal();
 }
 
 std::string Thrown() {

@@ -14,7 +14,8 @@ class PluginError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Answers the path of the plug-in that lies beside this program.
+// Answers the path of the plug-in that lies beside this program, as in a build, or else of the one
+// that was installed with it.
 std::string DefaultPlugin();
 
 // Says what the exception being handled is, whatever a plug-in may have thrown.
