@@ -1,0 +1,25 @@
+# What the tests of this folder have in common; sourced.
+export LC_ALL=C
+readonly components=(kaetcp kaetcp-dev kaehost)
+installed_list=$(dirname "${BASH_SOURCE[0]}")/installed.txt
+readonly installed_list
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+# A skipped run must not pass for a green one where nobody reads along.
+skip() {
+  echo "SKIPPED, this was not tested: $*" >&2
+  [[ ${CI-} == true ]] && exit 1
+  exit 77
+}
+
+# expected_files COMPONENT LIBDIR: what installed.txt has for it.
+expected_files() { sed -n "s|^$1 \+||p" "$installed_list" | sed "s|^LIBDIR|$2|" | sort; }
+
+# same_lines WHAT EXPECTED FOUND: two texts are equal, or the difference is shown.
+same_lines() {
+  diff -u --label expected --label found <(echo "$2") <(echo "$3") || fail "$1: see above"
+}

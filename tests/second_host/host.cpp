@@ -1,0 +1,53 @@
+#include "tests/second_host/host.h"
+
+#include <memory>
+#include <unordered_set>
+#include <utility>
+
+// A content without siblings: an element, or the text in it.
+struct kaml_content {
+  const char* name;                     // null for a text
+  std::string text;                     // empty for an element
+  std::unique_ptr<kaml_content> child;  // null for a text
+};
+
+namespace second_host {
+
+Document::Document(const std::string& setting, const std::string& value)
+    : content_(new kaml_content{kaml_intern("tcp-settings"), "", nullptr}) {
+  content_->child.reset(new kaml_content{kaml_intern(setting.c_str()), "", nullptr});
+  content_->child->child.reset(new kaml_content{nullptr, value, nullptr});
+}
+
+Document::~Document() { delete content_; }
+
+}  // namespace second_host
+
+const char* kaml_intern(const char* text) {
+  static std::unordered_set<std::string> names;
+  return names.insert(text).first->c_str();
+}
+
+int kaml_cont_type(const kaml_content* content) { return content->name != nullptr ? 1 : 0; }
+
+const kaml_content* kaml_cont_next(const kaml_content*) { return nullptr; }
+
+const char* kaml_elem_name(const kaml_content* content) { return content->name; }
+
+const kaml_content* kaml_elem_contents(const kaml_content* content) { return content->child.get(); }
+
+const char* kaml_text(const kaml_content* content) { return content->text.c_str(); }
+
+bool kaeRequest::SendSuccess(kaml_content*) {
+  static_cast<second_host::Request*>(this)->reply = "success";
+  return true;
+}
+
+bool kaeRequest::SendError(const std::string& error, const std::string& detail) {
+  static_cast<second_host::Request*>(this)->reply = error + ": " + detail;
+  return true;
+}
+
+kaeCPLayer::kaeCPLayer() = default;
+kaeCPLayer::~kaeCPLayer() = default;
+kaePlugin::~kaePlugin() = default;
