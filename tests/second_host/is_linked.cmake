@@ -1,6 +1,6 @@
 # A device's own libe.so takes the stand-in's place: the plug-in links against it, needs it by its
-# plain name and looks for it nowhere in particular. The stand-in is not even built. What was built
-# stays, for the host's program to load.
+# plain name and looks for it nowhere in particular. The stand-in is not even built. The plug-in is
+# installed where the device's host looks for it, and what was built stays, for a program to load.
 
 function(run)
   execute_process(COMMAND ${ARGN}
@@ -15,7 +15,8 @@ set(plugin ${SCRATCH}/libkaetcp.so)
 
 file(REMOVE_RECURSE ${SCRATCH})
 run(${CMAKE_COMMAND} -S ${SOURCE} -B ${SCRATCH} -G ${GENERATOR}
-  -DCMAKE_CXX_COMPILER=${COMPILER} -DKAETCP_HOST_LIBRARY=${HOST_LIBRARY} -DBUILD_TESTING=OFF)
+  -DCMAKE_CXX_COMPILER=${COMPILER} -DKAETCP_HOST_LIBRARY=${HOST_LIBRARY} -DBUILD_TESTING=OFF
+  -DKAETCP_PLUGIN_DIR=/opt/device/plugins)
 run(${CMAKE_COMMAND} --build ${SCRATCH} --target kaetcp)
 file(GLOB_RECURSE stand_in ${SCRATCH}/libe.so)
 if(stand_in)
@@ -32,4 +33,15 @@ endif()
 run(${NM} --dynamic --defined-only --format=posix ${plugin})
 if(NOT output MATCHES "^this_kae_plugin [^\n]*\n$")
   message(FATAL_ERROR "the plug-in exports other symbols than this_kae_plugin alone:\n${output}")
+endif()
+
+set(ENV{DESTDIR} ${SCRATCH}/image)
+run(${CMAKE_COMMAND} --install ${SCRATCH} --component kaetcp)
+file(GLOB_RECURSE installed RELATIVE ${SCRATCH}/image ${SCRATCH}/image/*.so)
+if(NOT installed STREQUAL opt/device/plugins/libkaetcp.so)
+  message(FATAL_ERROR "of all libraries, these were installed: ${installed}")
+endif()
+file(READ ${SCRATCH}/packaging/kaetcp.pc output)
+if(NOT output MATCHES "\nplugin=/opt/device/plugins/libkaetcp[.]so\n")
+  message(FATAL_ERROR "the pkg-config file names another plug-in:\n${output}")
 endif()
