@@ -148,8 +148,10 @@ void AddInspect(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* inspect = app.add_subcommand("inspect", "Show what a plug-in is, needs and offers");
   inspect->footer(kFooter);
-  inspect->add_option("PLUGIN", options->plugin,
-                      "The plug-in, by default libkaetcp.so beside this program");
+  inspect->add_option(
+      "PLUGIN", options->plugin,
+      "The plug-in, by default libkaetcp.so beside this program, or else the installed "
+      "one");
   CLI::Option* json = inspect->add_flag("--json", options->json, "Print one JSON document instead");
   inspect->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
   inspect->callback([options, &chosen] { chosen = [options] { return Inspect(*options); }; });
