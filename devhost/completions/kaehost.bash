@@ -1,0 +1,63 @@
+# bash completion for kaehost
+
+_kaehost() {
+  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
+  local command=${COMP_WORDS[1]-} word i options
+  COMPREPLY=()
+
+  # What follows "--" is a command of its own.
+  if [[ $command == apply ]]; then
+    for ((i = 2; i < COMP_CWORD; i++)); do
+      if [[ ${COMP_WORDS[i]} == -- ]]; then
+        if ((i == COMP_CWORD - 1)); then
+          mapfile -t COMPREPLY < <(compgen -c -- "$cur")
+        else
+          compopt -o default 2>/dev/null
+        fi
+        return
+      fi
+    done
+  fi
+
+  if ((COMP_CWORD == 1)); then
+    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import --help' -- "$cur")
+    return
+  fi
+
+  case $prev in
+    --netns)
+      mapfile -t COMPREPLY < <(compgen -W "$(ls /run/netns 2>/dev/null)" -- "$cur")
+      return
+      ;;
+    --plugin)
+      mapfile -t COMPREPLY < <(compgen -f -X '!*.so' -- "$cur"; compgen -d -- "$cur")
+      return
+      ;;
+    --output)
+      mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+      return
+      ;;
+  esac
+
+  case $command in
+    apply) options='--help --as-is --hold --json --live --netns --plugin --quiet --whole-catalogue --' ;;
+    check) options='--help --json --quiet' ;;
+    inspect) options='--help --json --quiet' ;;
+    import) options='--help --json --output --quiet' ;;
+    *) return ;;
+  esac
+  if [[ $cur == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+    return
+  fi
+
+  case $command in
+    apply | check) word='*.xml' ;;
+    inspect) word='*.so' ;;
+    import) word='*.conf' ;;
+  esac
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen -f -X "!$word" -- "$cur"; compgen -d -- "$cur")
+}
+
+complete -F _kaehost kaehost
