@@ -40,6 +40,27 @@ void MakeMountsPrivate() {
   }
 }
 
+void BindOnItself(const char* folder) {
+  if (mount(folder, folder, "none", MS_BIND | MS_REC, nullptr) != 0) {
+    Refuse(std::string("binding ") + folder + ": " + std::strerror(errno));
+  }
+}
+
+// The kernel lets root, also that of a user namespace, write the machine's own tunables in all
+// other folders of /proc/sys. A program that is run under the settings may try to.
+void ProtectOtherTunables(bool has_user_namespace) {
+  BindOnItself("/proc/sys/net");
+  if (has_user_namespace) {
+    BindOnItself("/proc/sys/user");
+  }
+  BindOnItself("/proc/sys");
+  mount_attr read_only = {};
+  read_only.attr_set = MOUNT_ATTR_RDONLY;
+  if (mount_setattr(AT_FDCWD, "/proc/sys", 0, &read_only, sizeof read_only) != 0) {
+    Refuse(std::string("making /proc/sys read-only: ") + std::strerror(errno));
+  }
+}
+
 bool RefusesToBeWritten(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   const int error = errno;
@@ -60,7 +81,8 @@ bool LayScratchFileOver(const std::string& path) {
 void EnterPrivateNamespace() {
   const std::string uid = std::to_string(geteuid());
   const std::string gid = std::to_string(getegid());
-  if (unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) == 0) {
+  const bool has_user_namespace = unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) == 0;
+  if (has_user_namespace) {
     WriteProcFile("/proc/self/setgroups", "deny");
     WriteProcFile("/proc/self/uid_map", "0 " + uid + " 1");
     WriteProcFile("/proc/self/gid_map", "0 " + gid + " 1");
@@ -72,6 +94,7 @@ void EnterPrivateNamespace() {
     }
   }
   MakeMountsPrivate();
+  ProtectOtherTunables(has_user_namespace);
 }
 
 void EnterNetworkNamespace(const std::string& name) {

@@ -151,8 +151,8 @@ TEST_F(Live, TakesRoot) {
 TEST_F(Live, TakesTunablesThatCanBeWritten) {
   const Outcome run = Kaehost({"apply", "--live", document_}, [] {
     unshare(CLONE_NEWNS);
-    mount("/proc/sys", "/proc/sys", "none", MS_BIND | MS_REC, nullptr);
-    mount("none", "/proc/sys", "none", MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr);
+    mount("/proc/sys/net", "/proc/sys/net", "none", MS_BIND | MS_REC, nullptr);
+    mount("none", "/proc/sys/net", "none", MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr);
   });
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.out, "");

@@ -50,6 +50,9 @@ std::string InAFreshNamespace(const std::string& command) {
   const pid_t child = fork();
   if (child == 0) {
     devhost::EnterPrivateNamespace();
+    if (access("/proc/sys/vm/swappiness", W_OK) == 0) {
+      _exit(126);  // some profiles name tunables that the machine has only once
+    }
     devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
     dup2(out.fd(), STDOUT_FILENO);
     execlp("sh", "sh", "-c", command.c_str(), nullptr);

@@ -7,6 +7,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -67,6 +68,20 @@ TEST(PrivateNamespace, MakesAnOrdinaryUserItsRoot) {
 
 TEST(PrivateNamespace, SharesNoMountsWithTheOutside) {
   EXPECT_EXIT(_exit(StopsSharing() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(PrivateNamespace, KeepsTheMachinesOtherTunablesFromRoot) {
+  for (const char* path : {"/proc/sys/vm/swappiness", "/proc/sys/fs/file-max",
+                           "/proc/sys/kernel/pid_max", "/proc/sys/kernel/hostname"}) {
+    EXPECT_EQ(access(path, F_OK), 0) << path;
+    EXPECT_EQ(access(path, W_OK), -1) << path;
+    EXPECT_EQ(errno, EROFS) << path;
+  }
+}
+
+TEST(PrivateNamespace, LeavesItsOwnTunablesToRoot) {
+  EXPECT_EQ(access("/proc/sys/net/ipv4/tcp_sack", W_OK), 0);
+  EXPECT_EQ(access("/proc/sys/user/max_user_namespaces", W_OK) == 0, HasUserNamespaces());
 }
 
 TEST(MakeWritable, LaysAFileWithTheSameContentsOverAReadOnlyOne) {
