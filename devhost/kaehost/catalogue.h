@@ -10,8 +10,8 @@ namespace devhost {
 struct CatalogueEntry {
   const char* element;
   const char* file;  // below /proc/sys/net
-  int position;      // which of the file's values the element stands for, from 0
   const char* default_value;
+  int position;  // which of the file's values the element stands for, from 0
   bool imposed;  // whether a layer's first request writes the default unless a document says else
 };
 

@@ -105,7 +105,8 @@ std::string DocumentOf(const Imported& imported) {
   std::string text = "<tcp-settings>\n";
   for (const auto& [entry, value] : imported.values) {
     const std::string name = entry->element;
-    text += "  <" + name + '>' + std::to_string(value) + "</" + name + ">\n";
+    text.append("  <").append(name).append(">").append(std::to_string(value));
+    text.append("</").append(name).append(">\n");
   }
   return text + "</tcp-settings>\n";
 }

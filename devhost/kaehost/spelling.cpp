@@ -16,10 +16,10 @@ constexpr std::size_t kFarthest = 3;  // letters to be changed in what may have 
 std::size_t Distance(std::string_view one, std::string_view other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), 0);
-  for (std::size_t i = 0; i < one.size(); ++i) {
+  for (const char letter : one) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
+      const std::size_t replaced = diagonal + (letter == other[j] ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
     }
