@@ -15,9 +15,9 @@ class NamespaceError : public std::runtime_error {
 
 // Moves the calling process into a private user, network and mount namespace, as its root, or,
 // where a new user namespace is refused to root (inside a chroot), into a network and mount
-// namespace. From then on /proc/sys/net belongs to this process and its children alone, and the rest
-// of /proc/sys is read-only, but for a user namespace's own limits in /proc/sys/user: the machine's
-// own tunables are out of reach. The process must have one thread only. Throws
+// namespace. From then on /proc/sys/net belongs to this process and its children alone, and the
+// rest of /proc/sys is read-only, but for a user namespace's own limits in /proc/sys/user: the
+// machine's own tunables are out of reach. The process must have one thread only. Throws
 // NamespaceError.
 void EnterPrivateNamespace();
 
