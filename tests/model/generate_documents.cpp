@@ -38,7 +38,8 @@ std::string Name(Choices& choices) {
              : choices.Of(KnownNames());
 }
 
-int OtherType(Choices& choices) { return choices.Of({-1, 2, 3, 7, 100, INT_MAX, INT_MIN, 256}); }
+// Among them two of which the lowest byte is that of a text and of an element.
+int OtherType(Choices& choices) { return choices.Of({-1, 2, 3, 7, 257, INT_MAX, INT_MIN, 256}); }
 
 Node TextNode(Choices& choices, std::string text) {
   return {.type = kText,
