@@ -129,7 +129,7 @@ bool kaeRequest::SendSuccess(kaml_content* body) {
   auto& request = *static_cast<Request*>(this);
   Record("SendSuccess");
   request.replies.push_back({true, body, "", ""});
-  std::printf("{success}\n");
+  std::puts(body == nullptr ? "{success}" : "{success with a body}");
   return request.answer;
 }
 

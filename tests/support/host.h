@@ -30,7 +30,7 @@ struct Reply {
 };
 
 // Keeps every reply, and prints each on standard output as a line in braces, so that its place
-// among the plug-in's lines is seen: {success} or {error "ERROR" "DETAIL"}.
+// among the plug-in's lines is seen: {success}, {success with a body} or {error "ERROR" "DETAIL"}.
 class Request : public kaeRequest {
  public:
   std::vector<Reply> replies;
