@@ -104,6 +104,19 @@ TEST(Player, KeepsThePromisedTextsOfFiles) {
   EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "");
 }
 
+TEST(Player, TellsOnceOfAFileThatNobodyPutThere) {
+  TunableTree tree;
+  std::map<std::string, File::Kind> standing;
+  PlayedFiles files(tree, standing);
+  files.Put("ipv4/tcp_sack", {File::kText, "1"});
+  tree.Write("ipv4/tcp_mem_high", "2");
+  tree.Write("core/somaxconn", "3");
+  EXPECT_THAT(files.Texts(),
+              ElementsAre(Pair("core/somaxconn", "3"), Pair("ipv4/tcp_mem_high", "2"),
+                          Pair("ipv4/tcp_sack", "1")));
+  EXPECT_THAT(files.Texts(), ElementsAre(Pair("ipv4/tcp_sack", "1")));
+}
+
 TEST(Player, ChangesAFileAtItsLineAndNoSooner) {
   Player player;
   const Trace trace = player.Play(

@@ -1,5 +1,7 @@
 #include "tests/model/played_files.h"
 
+#include <filesystem>
+
 namespace model {
 namespace {
 
@@ -18,12 +20,28 @@ void PlayedFiles::Put(const std::string& name, const File& file) {
   }
 }
 
-std::map<std::string, std::string> PlayedFiles::Texts() const {
-  std::map<std::string, std::string> texts;
+std::map<std::string, std::string> PlayedFiles::Texts() {
+  std::map<std::string, std::string> texts = TakeStrangers();
   for (const auto& [name, kind] : standing_) {
     if (kind == File::kText) {
       texts[name] = tree_.Read(name);
     }
+  }
+  return texts;
+}
+
+std::map<std::string, std::string> PlayedFiles::TakeStrangers() {
+  std::map<std::string, std::string> texts;
+  for (const std::string folder : {"core/", "ipv4/"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(TunableTree::Path(folder))) {
+      const std::string name = folder + entry.path().filename().string();
+      if (standing_.count(name) == 0) {
+        texts[name] = tree_.Read(name);
+      }
+    }
+  }
+  for (const auto& [name, text] : texts) {
+    std::filesystem::remove(TunableTree::Path(name));
   }
   return texts;
 }

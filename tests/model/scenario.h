@@ -87,7 +87,7 @@ struct Scenario {
 // What is seen of a story.
 struct Trace {
   // What standard output got, byte for byte. The host's replies are lines of their own among it:
-  // {success}, or {error "ERROR" "DETAIL"}.
+  // {success}, with no body, or {error "ERROR" "DETAIL"}.
   std::string output;
 
   // Every call of a host function, with the number of bytes of `output` that were printed before
@@ -99,7 +99,8 @@ struct Trace {
   // What each kConfigure answered.
   std::vector<bool> results;
 
-  // The final text of each file that ends as a kText, by path.
+  // The final text of each file that ends as a kText, by path; and of any that is no tunable's and
+  // was put there by the plug-in.
   std::map<std::string, std::string> files;
 
   bool operator==(const Trace&) const = default;
