@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <system_error>
 
 namespace {
 
@@ -23,7 +25,9 @@ void SetBuffering(int buffering) {
 
 // Lets standard output be `descriptor`, which is closed otherwise.
 void BecomeOutput(int descriptor) {
-  dup2(descriptor, STDOUT_FILENO);
+  if (dup2(descriptor, STDOUT_FILENO) != STDOUT_FILENO) {
+    throw std::system_error(errno, std::generic_category(), "breaking standard output");
+  }
   close(descriptor);
 }
 

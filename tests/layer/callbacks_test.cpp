@@ -47,7 +47,7 @@ TEST_F(RequestTest, HandsOnWhatTheHostAnswersToTheSuccessReply) {
 
 TEST_F(RequestTest, PassesOverTopLevelContentsThatAreNoElements) {
   const auto layer = NewLayer();
-  for (const int type : {kText, 2, 3, -1, 4711}) {
+  for (const int type : {kText, 2, 3, -1, 257, 4711}) {
     EXPECT_TRUE(Configure(*layer, Node(type, Intern("tcp-settings"), {Value("tcp_sack", "0")})));
     EXPECT_EQ(output.Take(), kSuccess) << type;
   }

@@ -79,10 +79,10 @@ TEST_F(RequestTest, IgnoresTheChildrenBehindTheFirst) {
 
 TEST_F(RequestTest, TellsEachContentBetweenTheElementsByItsName) {
   ExpectServed({Text("\n  "), Value("tcp_sack", "0"), Text("\n"), Node(2, Intern("#comment")),
-                Node(-7, Intern("other kind"))},
+                Node(-7, Intern("other kind")), Node(257, Intern("tcp_ecn"), {Text("1")})},
                "Unknown element: #text\n" + SettingLine("tcp_sack", "0") +
                    "Unknown element: #text\nUnknown element: #comment\n"
-                   "Unknown element: other kind\n",
+                   "Unknown element: other kind\nUnknown element: tcp_ecn\n",
                {{"tcp_sack", "0"}});
 }
 
