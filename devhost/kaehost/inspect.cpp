@@ -66,21 +66,24 @@ Names CallbacksOf(const Layer& layer) {
   return names;
 }
 
+long Microseconds(std::chrono::steady_clock::duration time) {
+  return static_cast<long>(std::chrono::duration_cast<std::chrono::microseconds>(time).count());
+}
+
 Inspected LoadAndLook(const std::string& path) {
   using Clock = std::chrono::steady_clock;
-  const auto start = Clock::now();
-  const auto microseconds = [start] {
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
-  };
-  const Plugin plugin(path);
   Inspected inspected = {};
-  inspected.load_us = microseconds();
-  const Layer layer = plugin.NewLayer();
-  inspected.layer_us = microseconds();
+  const auto start = Clock::now();
+  const Plugin plugin(path);
+  const auto ready = Clock::now();
   inspected.name = plugin.name();
   inspected.version = plugin.version();
   inspected.library = ReadSharedLibrary(path);
+  const auto before_layer = Clock::now();
+  const Layer layer = plugin.NewLayer();
+  const auto layered = Clock::now();
+  inspected.load_us = Microseconds(ready - start);
+  inspected.layer_us = Microseconds(ready - start + (layered - before_layer));
   inspected.callbacks = CallbacksOf(layer);
   inspected.vocabulary = Vocabulary();
   layer.release->do_Release();
