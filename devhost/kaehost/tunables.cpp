@@ -1,14 +1,14 @@
 #include "devhost/kaehost/tunables.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <filesystem>
+#include <memory>
 #include <set>
-
-namespace fs = std::filesystem;
 
 namespace devhost {
 namespace {
@@ -20,19 +20,20 @@ std::string TextOf(const Tunables& tunables, const std::string& name) {
   return found != tunables.end() ? found->second : std::string();
 }
 
-}  // namespace
-
-std::optional<std::string> ReadTunable(const std::string& tunable) {
-  const int file = open((kRoot + tunable).c_str(), O_RDONLY | O_CLOEXEC);
+// Answers a file's text without its last newline, empty where the file refuses to be read, none
+// where there is none. The kernel gives such a short text at once.
+std::optional<std::string> ReadText(int folder, const char* name) {
+  const int file = openat(folder, name, O_RDONLY | O_CLOEXEC);
   if (file < 0) {
     return errno == ENOENT ? std::nullopt : std::optional<std::string>("");
   }
   std::string text;
   std::array<char, 4096> piece;
   ssize_t size = 0;
-  while ((size = read(file, piece.data(), piece.size())) > 0) {
-    text.append(piece.data(), static_cast<std::size_t>(size));
-  }
+  do {
+    size = read(file, piece.data(), piece.size());
+    text.append(piece.data(), static_cast<std::size_t>(std::max(size, ssize_t{0})));
+  } while (size == static_cast<ssize_t>(piece.size()));
   close(file);
   if (text.ends_with('\n')) {
     text.pop_back();
@@ -40,13 +41,20 @@ std::optional<std::string> ReadTunable(const std::string& tunable) {
   return text;
 }
 
+}  // namespace
+
+std::optional<std::string> ReadTunable(const std::string& tunable) {
+  return ReadText(AT_FDCWD, (kRoot + tunable).c_str());
+}
+
 Tunables ReadTunables() {
   Tunables tunables;
-  for (const char* folder : {"ipv4", "core"}) {
-    for (const auto& entry : fs::directory_iterator(kRoot + folder)) {
-      if (entry.is_regular_file()) {
-        std::string name = entry.path().string().substr(kRoot.size());
-        tunables[name] = ReadTunable(name).value_or("");
+  for (const std::string folder : {"core", "ipv4"}) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir((kRoot + folder).c_str()), closedir);
+    while (const dirent* entry = opened != nullptr ? readdir(opened.get()) : nullptr) {
+      if (entry->d_type == DT_REG) {
+        tunables[folder + '/' + entry->d_name] =
+            ReadText(dirfd(opened.get()), entry->d_name).value_or("");
       }
     }
   }
