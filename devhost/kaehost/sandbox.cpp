@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -54,9 +55,10 @@ void ProtectOtherTunables(bool has_user_namespace) {
     BindOnItself("/proc/sys/user");
   }
   BindOnItself("/proc/sys");
-  mount_attr read_only = {};
-  read_only.attr_set = MOUNT_ATTR_RDONLY;
-  if (mount_setattr(AT_FDCWD, "/proc/sys", 0, &read_only, sizeof read_only) != 0) {
+  struct statvfs found = {};
+  statvfs("/proc/sys", &found);
+  const unsigned long kept = found.f_flag & (MS_NOSUID | MS_NODEV | MS_NOEXEC);  // locked perhaps
+  if (mount("none", "/proc/sys", "none", MS_BIND | MS_REMOUNT | MS_RDONLY | kept, nullptr) != 0) {
     Refuse(std::string("making /proc/sys read-only: ") + std::strerror(errno));
   }
 }
