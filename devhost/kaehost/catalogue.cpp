@@ -77,4 +77,8 @@ const CatalogueEntry* FindInCatalogue(std::string_view element) {
   return found != std::end(kEntries) ? found : nullptr;
 }
 
+bool MayBeNegative(const CatalogueEntry& entry) {
+  return entry.element == std::string_view("tcp_adv_win_scale");
+}
+
 }  // namespace devhost

@@ -21,4 +21,7 @@ std::span<const CatalogueEntry> Catalogue();
 // Answers the entry of the element, null for a name that the plug-in does not know.
 const CatalogueEntry* FindInCatalogue(std::string_view element);
 
+// Whether values below 0 have a meaning there.
+bool MayBeNegative(const CatalogueEntry& entry);
+
 }  // namespace devhost

@@ -7,38 +7,40 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
+
+#include "devhost/kaehost/plugin.h"
 
 namespace devhost {
 namespace {
 
 using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
 
-void ReadSymbols(Elf* file, Elf_Scn* section, const GElf_Shdr& header, SharedLibrary* library) {
-  Elf_Data* data = elf_getdata(section, nullptr);
-  const auto count = static_cast<int>(header.sh_size / header.sh_entsize);
-  for (int i = 0; i < count; ++i) {
-    GElf_Sym symbol;
-    if (gelf_getsym(data, i, &symbol) != nullptr && symbol.st_shndx != SHN_UNDEF &&
-        GELF_ST_BIND(symbol.st_info) != STB_LOCAL) {
-      library->exports.emplace_back(elf_strptr(file, header.sh_link, symbol.st_name));
+// The number of a section's entries; a loader does not look at sections, so they may be nonsense.
+int CountOf(const GElf_Shdr& header) {
+  return header.sh_entsize > 0 ? static_cast<int>(header.sh_size / header.sh_entsize) : 0;
+}
+
+std::string TextAt(Elf* file, const GElf_Shdr& header, std::size_t offset) {
+  const char* text = elf_strptr(file, header.sh_link, offset);
+  return text != nullptr ? text : "(unreadable)";
+}
+
+void ReadSymbols(Elf* file, Elf_Data* data, const GElf_Shdr& header, SharedLibrary* library) {
+  GElf_Sym symbol;
+  for (int i = 0; i < CountOf(header) && gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+    if (symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL) {
+      library->exports.push_back(TextAt(file, header, symbol.st_name));
     }
   }
 }
 
-void ReadNeeds(Elf* file, Elf_Scn* section, const GElf_Shdr& header, SharedLibrary* library) {
-  Elf_Data* data = elf_getdata(section, nullptr);
-  const auto count = static_cast<int>(header.sh_size / header.sh_entsize);
-  for (int i = 0; i < count; ++i) {
-    GElf_Dyn entry;
-    if (gelf_getdyn(data, i, &entry) == nullptr) {
-      continue;
-    }
-    const auto text = [&] { return elf_strptr(file, header.sh_link, entry.d_un.d_val); };
+void ReadNeeds(Elf* file, Elf_Data* data, const GElf_Shdr& header, SharedLibrary* library) {
+  GElf_Dyn entry;
+  for (int i = 0; i < CountOf(header) && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
     if (entry.d_tag == DT_NEEDED) {
-      library->needs.emplace_back(text());
+      library->needs.push_back(TextAt(file, header, entry.d_un.d_val));
     } else if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH) {
-      library->run_path = text();
+      library->run_path = TextAt(file, header, entry.d_un.d_val);
     }
   }
 }
@@ -51,16 +53,17 @@ SharedLibrary ReadSharedLibrary(const std::string& path) {
   const Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
   close(fd);
   if (file == nullptr || elf_kind(file.get()) != ELF_K_ELF) {
-    throw std::runtime_error(path + ": cannot be read as a library: " + elf_errmsg(-1));
+    throw PluginError(path + ": cannot be read as a library: " + elf_errmsg(-1));
   }
   SharedLibrary library;
   for (Elf_Scn* section = nullptr; (section = elf_nextscn(file.get(), section)) != nullptr;) {
-    GElf_Shdr header;
+    GElf_Shdr header = {};
     gelf_getshdr(section, &header);
+    Elf_Data* data = elf_getdata(section, nullptr);
     if (header.sh_type == SHT_DYNSYM) {
-      ReadSymbols(file.get(), section, header, &library);
+      ReadSymbols(file.get(), data, header, &library);
     } else if (header.sh_type == SHT_DYNAMIC) {
-      ReadNeeds(file.get(), section, header, &library);
+      ReadNeeds(file.get(), data, header, &library);
     }
   }
   std::sort(library.exports.begin(), library.exports.end());

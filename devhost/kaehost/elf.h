@@ -12,7 +12,7 @@ struct SharedLibrary {
   std::string run_path;              // where these are looked for first; empty for nowhere else
 };
 
-// Reads it from the file at `path`, which has been loaded. Throws std::runtime_error.
+// Reads it from the file at `path`, which has been loaded. Throws PluginError.
 SharedLibrary ReadSharedLibrary(const std::string& path);
 
 }  // namespace devhost

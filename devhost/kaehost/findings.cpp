@@ -7,6 +7,7 @@
 
 #include "devhost/kaehost/catalogue.h"
 #include "devhost/kaehost/numbers.h"
+#include "devhost/kaehost/quoted.h"
 #include "devhost/kaehost/spelling.h"
 
 namespace devhost {
@@ -14,17 +15,6 @@ namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kRoot = "tcp-settings";
-constexpr std::string_view kSigned = "tcp_adv_win_scale";  // the one that has a sense below 0
-
-// A text as a short piece of one line.
-std::string Quoted(std::string_view text) {
-  constexpr std::size_t kLongest = 40;
-  std::string quoted = "\"";
-  for (const char byte : text.substr(0, kLongest)) {
-    quoted += static_cast<unsigned char>(byte) < ' ' ? ' ' : byte;
-  }
-  return quoted + (text.size() > kLongest ? "...\"" : "\"");
-}
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
@@ -44,7 +34,7 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   if (!number) {
     return Quoted(text) + " is no whole number; write one";
   }
-  if (*number < 0 && entry.element != kSigned) {
+  if (*number < 0 && !MayBeNegative(entry)) {
     return Quoted(text) + " is negative; write a number from 0 up";
   }
   if (text != std::to_string(*number)) {

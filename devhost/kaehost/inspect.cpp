@@ -1,21 +1,19 @@
 // kaehost inspect: what a plug-in is, needs and offers.
 
-#include <chrono>
+#include <cstring>
 #include <iomanip>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "devhost/kaehost/command.h"
-#include "devhost/kaehost/elf.h"
+#include "devhost/kaehost/inspecting.h"
 #include "devhost/kaehost/json.h"
 #include "devhost/kaehost/output.h"
 #include "devhost/kaehost/plugin.h"
 #include "devhost/kaehost/progress.h"
 #include "devhost/kaehost/sandbox.h"
-#include "devhost/libe/vocabulary.h"
 
 namespace devhost {
 namespace {
@@ -30,8 +28,9 @@ Examples:
 
 Exit status:
   0   the plug-in loads and makes a layer that can be used
+  1   it ended the process
   2   the command line is bad
-  3   it does not
+  3   it does not load, makes no such layer, or changes tunables without a request
   77  no private namespace is to be had)";
 
 struct Options {
@@ -40,83 +39,44 @@ struct Options {
   bool quiet = false;
 };
 
-using Names = std::vector<std::string>;
+constexpr int kTitleWidth = 12;
 
-struct Inspected {
-  std::string name;
-  std::string version;
-  SharedLibrary library;
-  Names callbacks;
-  Names vocabulary;
-  long load_us;
-  long layer_us;
-};
-
-Names CallbacksOf(const Layer& layer) {
-  Names names;
-  const auto add = [&names](bool offered, const char* name) {
-    if (offered) {
-      names.emplace_back(name);
-    }
-  };
-  add(layer.configure != nullptr, "ConfigureCB");
-  add(layer.start != nullptr, "StartCB");
-  add(layer.stop != nullptr, "StopCB");
-  add(layer.release != nullptr, "ReleaseCB");
-  return names;
-}
-
-long Microseconds(std::chrono::steady_clock::duration time) {
-  return static_cast<long>(std::chrono::duration_cast<std::chrono::microseconds>(time).count());
-}
-
-Inspected LoadAndLook(const std::string& path) {
-  using Clock = std::chrono::steady_clock;
-  Inspected inspected = {};
-  const auto start = Clock::now();
-  const Plugin plugin(path);
-  const auto ready = Clock::now();
-  inspected.name = plugin.name();
-  inspected.version = plugin.version();
-  inspected.library = ReadSharedLibrary(path);
-  const auto before_layer = Clock::now();
-  const Layer layer = plugin.NewLayer();
-  const auto layered = Clock::now();
-  inspected.load_us = Microseconds(ready - start);
-  inspected.layer_us = Microseconds(ready - start + (layered - before_layer));
-  inspected.callbacks = CallbacksOf(layer);
-  inspected.vocabulary = Vocabulary();
-  layer.release->do_Release();
-  return inspected;
-}
-
-std::string Joined(const Names& names) {
-  std::string text;
+// The names, in further lines below where they do not fit in one.
+std::string Listed(const std::vector<std::string>& names) {
+  constexpr std::size_t kWidth = 88;
+  std::string text = names.empty() ? "none" : "";
+  std::size_t line_begin = 0;
   for (const std::string& name : names) {
-    text += (text.empty() ? "" : ", ") + name;
+    if (!text.empty() && text.size() - line_begin + name.size() + std::strlen(", ,") > kWidth) {
+      text += ",\n" + std::string(kTitleWidth, ' ');
+      line_begin = text.size();
+    } else if (!text.empty()) {
+      text += ", ";
+    }
+    text += name;
   }
-  return text.empty() ? "none" : text;
+  return text;
 }
 
 void Tell(const std::string& path, const Inspected& inspected) {
   const auto tell = [](const char* title, const std::string& text) {
-    constexpr int kWidth = 12;
-    Out() << std::left << std::setw(kWidth) << title << text << '\n';
+    Out() << std::left << std::setw(kTitleWidth) << title << text << '\n';
   };
   tell("plug-in", path);
   tell("name", inspected.name);
   tell("version", inspected.version);
-  tell("exports", Joined(inspected.library.exports));
-  tell("needs", Joined(inspected.library.needs));
+  tell("exports", Listed(inspected.library.exports));
+  tell("needs", Listed(inspected.library.needs));
   tell("run path", inspected.library.run_path.empty() ? "none" : inspected.library.run_path);
-  tell("callbacks", Joined(inspected.callbacks));
+  tell("callbacks", Listed(inspected.callbacks));
   tell("ready in", std::to_string(inspected.load_us) + " us");
   tell("layer in", std::to_string(inspected.layer_us) + " us");
-  tell("vocabulary", Joined(inspected.vocabulary));
+  tell("vocabulary", Listed(inspected.vocabulary));
 }
 
 Json ToJson(const std::string& path, const Inspected& inspected) {
   Json json;
+  json["error"] = nullptr;
   json["plugin"] = path;
   json["name"] = inspected.name;
   json["version"] = inspected.version;
@@ -127,13 +87,28 @@ Json ToJson(const std::string& path, const Inspected& inspected) {
   json["load_us"] = inspected.load_us;
   json["layer_us"] = inspected.layer_us;
   json["vocabulary"] = inspected.vocabulary;
+  json["status"] = int{kDone};
   return json;
+}
+
+int Fail(const Options& options, const std::string& sentence) {
+  if (options.json) {
+    const Json json = {
+        {"error",  sentence      },
+        {"plugin", options.plugin},
+        {"status", int{kNoPlugin}}
+    };
+    Out() << JsonText(json) << '\n';
+  } else {
+    std::cerr << "kaehost: " << sentence << '\n';
+  }
+  return kNoPlugin;
 }
 
 int Inspect(const Options& options) try {
   EnterPrivateNamespace();
   Progress progress(false);
-  const Inspected inspected = progress.Of([&] { return LoadAndLook(options.plugin); });
+  const Inspected inspected = progress.Of([&] { return LookInto(options.plugin); });
   if (options.json) {
     Out() << JsonText(ToJson(options.plugin, inspected)) << '\n';
   } else if (!options.quiet) {
@@ -141,8 +116,7 @@ int Inspect(const Options& options) try {
   }
   return kDone;
 } catch (const PluginError& error) {
-  std::cerr << "kaehost: " << error.what() << '\n';
-  return kNoPlugin;
+  return Fail(options, error.what());
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "devhost/kaehost/sysctl_conf.h"
 
-#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -23,7 +25,7 @@ std::string Trimmed(const std::string& text) {
 
 // Where a dot comes first, dots separate and a slash stands for a dot in a name; where a slash
 // comes first, slashes separate and a dot is one.
-std::string WithSlashes(std::string key) {
+std::string PathOf(std::string key) {
   const std::size_t first = key.find_first_of("./");
   if (first != std::string::npos && key[first] == '.') {
     for (char& c : key) {
@@ -42,23 +44,46 @@ std::vector<std::string> Words(const std::string& text) {
   return words;
 }
 
+[[noreturn]] void Refuse(const std::string& path, int error) {
+  throw std::runtime_error(path + ": cannot be read: " + std::strerror(error));
+}
+
 std::string ReadAll(const std::string& path) {
-  errno = 0;
-  std::ifstream file;
-  if (path != "-") {
-    file.open(path);
+  const int fd = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    Refuse(path, errno);
   }
-  std::istream& stream = path != "-" ? file : std::cin;
-  std::string text(kMaxBytes + 1, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  if (errno != 0) {
-    throw std::runtime_error(path + ": cannot be read: " + std::strerror(errno));
+  std::string text;
+  std::array<char, 4096> buffer;
+  ssize_t count = 0;
+  while ((count = read(fd, buffer.data(), buffer.size())) > 0 && text.size() <= kMaxBytes) {
+    text.append(buffer.data(), static_cast<std::size_t>(count));
   }
-  text.resize(static_cast<std::size_t>(stream.gcount()));
+  const int error = errno;
+  close(fd);
+  if (count < 0) {
+    Refuse(path, error);
+  }
   if (text.size() > kMaxBytes) {
     throw std::runtime_error(path + ": is longer than 1 MiB; give settings only");
   }
   return text;
+}
+
+std::optional<SysctlLine> Read(const std::string& text, int number) {
+  const std::string line = Trimmed(text);
+  if (line.empty() || line.front() == '#' || line.front() == ';') {
+    return std::nullopt;
+  }
+  const std::size_t equals = line.find('=');
+  const bool has_value = equals != std::string::npos;
+  const bool has_dash = line.front() == '-';
+  if (has_dash && !has_value) {
+    return std::nullopt;
+  }
+  const std::string key = Trimmed(line.substr(0, equals).substr(has_dash ? 1 : 0));
+  return SysctlLine{number, key, PathOf(key), Words(has_value ? line.substr(equals + 1) : ""),
+                    has_value};
 }
 
 }  // namespace
@@ -68,20 +93,9 @@ std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
   std::vector<SysctlLine> lines;
   int number = 0;
   for (std::string text; std::getline(stream, text);) {
-    ++number;
-    text = Trimmed(text);
-    if (text.empty() || text.front() == '#' || text.front() == ';') {
-      continue;
+    if (auto line = Read(text, ++number)) {
+      lines.push_back(std::move(*line));
     }
-    const std::size_t equals = text.find('=');
-    std::string key = Trimmed(text.substr(0, equals));
-    if (key.starts_with('-')) {
-      key = Trimmed(key.substr(1));
-    }
-    const bool has_value = equals != std::string::npos;
-    lines.push_back({path, number, WithSlashes(key),
-                     has_value ? Words(text.substr(equals + 1)) : std::vector<std::string>(),
-                     has_value});
   }
   return lines;
 }

@@ -5,18 +5,18 @@
 
 namespace devhost {
 
-// A line of a file in the form of sysctl.conf, as far as it says something.
+// A line of a file in the form of sysctl.conf that says something.
 struct SysctlLine {
-  std::string file;
-  int line;
-  std::string key;                  // with slashes: "net/ipv4/tcp_sack"
+  int number;
+  std::string key;                  // as it is written, without a "-" before it
+  std::string path;                 // what it means, below /proc/sys: "net/ipv4/tcp_sack"
   std::vector<std::string> values;  // the words after "="
   bool has_value;                   // whether there is a "=" at all
 };
 
-// Reads the file at `path`, "-" for standard input: comments after "#" or ";", keys with dots or
-// slashes, a "-" before a key that may fail. Throws std::runtime_error with a sentence that names
-// the file if it cannot be read.
+// Reads the file at `path`, "-" for standard input, as sysctl.conf(5) and sysctl.d(5) describe it.
+// Left out are blank lines, comments, and "-KEY" without "=", which says what patterns leave alone.
+// Throws std::runtime_error with a sentence that names the file if it cannot be read.
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path);
 
 }  // namespace devhost

@@ -2,8 +2,11 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,7 +18,6 @@
 #include "tests/devhost/temp_folder.h"
 
 using nlohmann::json;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
@@ -47,25 +49,52 @@ const std::vector<Case> kCases = {
      "<tcp_rmem_min>4</tcp_rmem_min><tcp_rmem_default>2</tcp_rmem_default>"
      "<tcp_rmem_max>3</tcp_rmem_max>",
      ""},
+    {"-net.ipv4.conf.*.rp_filter", "", ""},
     {"\nkernel.pid_max = 1", "",
-     ":2: kernel/pid_max: the catalogue has no such tunable; set it by other means\n"},
+     ":2: kernel.pid_max: the catalogue has no such tunable; set it by other means\n"},
+    {"kernel", "", ":1: kernel: the catalogue has no such tunable; set it by other means\n"},
+    {"= 1", "", ":1: : the catalogue has no such tunable; set it by other means\n"},
     {"net.ipv4.tcp_rmem_min = 1", "",
-     ":1: net/ipv4/tcp_rmem_min: the catalogue has no such tunable; set it by other means\n"},
+     ":1: net.ipv4.tcp_rmem_min: the catalogue has no such tunable; set it by other means\n"},
     {"net.ipv4.conf.eth0/100.forwarding = 1", "",
-     ":1: net/ipv4/conf/eth0.100/forwarding: the catalogue has no such tunable; set it by other "
+     ":1: net.ipv4.conf.eth0/100.forwarding: the catalogue has no such tunable; set it by other "
      "means\n"},
-    {"net/ipv4/conf/eth0.100/forwarding = 1", "",
-     ":1: net/ipv4/conf/eth0.100/forwarding: the catalogue has no such tunable; set it by other "
-     "means\n"},
-    {"-net.ipv4.conf.*.rp_filter", "",
-     ":1: net/ipv4/conf/*/rp_filter: the catalogue has no such tunable; set it by other means\n"},
+    {"net.ipv4/tcp_sack = 0", "",
+     ":1: net.ipv4/tcp_sack: the catalogue has no such tunable; set it by other means\n"},
+    {"net/ipv4.tcp_sack = 0", "",
+     ":1: net/ipv4.tcp_sack: the catalogue has no such tunable; set it by other means\n"},
+    {"net.ipv4.\033[31m\177 = 1", "",
+     ":1: net.ipv4. [31m : the catalogue has no such tunable; set it by other means\n"},
+    {"net.ipv4.conf.*.rp_filter = 1", "",
+     ":1: net.ipv4.conf.*.rp_filter: the catalogue has no such tunable; set it by other means\n"},
+    {"net.ipv4.tcp_keepalive_* = 1", "",
+     ":1: net.ipv4.tcp_keepalive_*: a document has no patterns; write a line for each tunable\n"},
+    {"net/*/rmem_ma? = 1", "",
+     ":1: net/*/rmem_ma?: a document has no patterns; write a line for each tunable\n"},
     {"net.ipv4.tcp_sack", "",
-     ":1: net/ipv4/tcp_sack: there is no \"=\" and value; write KEY = VALUE\n"},
+     ":1: net.ipv4.tcp_sack: there is no \"=\" and value; write KEY = VALUE\n"},
     {"net.ipv4.tcp_sack =", "",
-     ":1: net/ipv4/tcp_sack: there is no value after \"=\"; write one or remove the line\n"},
-    {"net.ipv4.tcp_sack = on", "", ":1: net/ipv4/tcp_sack: \"on\" is no whole number; write one\n"},
+     ":1: net.ipv4.tcp_sack: there is no value after \"=\"; write one or remove the line\n"},
+    {"net.ipv4.tcp_sack = on", "",
+     ":1: net.ipv4.tcp_sack: \"on\" is no whole number to the kernel; write one\n"},
+    {"net.ipv4.tcp_sack = +1", "",
+     ":1: net.ipv4.tcp_sack: \"+1\" is no whole number to the kernel; write one\n"},
+    {"net.ipv4.tcp_sack = 08", "",
+     ":1: net.ipv4.tcp_sack: \"08\" is no whole number to the kernel; write one\n"},
+    {"net.ipv4.tcp_rmem = 1,2,3", "",
+     ":1: net.ipv4.tcp_rmem: \"1,2,3\" is no whole number to the kernel; write one\n"},
+    {"net.ipv4.tcp_rmem = 1 2 -3", "",
+     ":1: net.ipv4.tcp_rmem: \"-3\" is negative; write a number from 0 up\n"},
+    {"net.ipv4.tcp_sack = 0 # off", "",
+     ":1: net.ipv4.tcp_sack: \"#\" begins no comment after a value; give comments lines of their "
+     "own\n"},
+    {"net.ipv4.tcp_sack = 0 ;off", "",
+     ":1: net.ipv4.tcp_sack: \";off\" begins no comment after a value; give comments lines of "
+     "their own\n"},
     {"net.ipv4.tcp_sack = 0 1", "",
-     ":1: net/ipv4/tcp_sack: there are more values than the 1 that the file has\n"},
+     ":1: net.ipv4.tcp_sack: 2 values, but the tunable has 1; remove those that are too many\n"},
+    {"net.ipv4.tcp_sack = 0\nnet.ipv4.tcp_sack = on", "<tcp_sack>0</tcp_sack>",
+     ":2: net.ipv4.tcp_sack: \"on\" is no whole number to the kernel; write one\n"},
 };
 
 std::string WithoutWhiteSpace(std::string text) {
@@ -95,6 +124,7 @@ TEST_F(Import, CarriesWhatTheCatalogueHasAndListsTheRest) {
         << c.text;
     EXPECT_EQ(run.err, *c.complaint == '\0' ? "" : path + c.complaint) << c.text;
     EXPECT_EQ(run.status, *c.complaint == '\0' ? 0 : 1) << c.text;
+    EXPECT_EQ(Kaehost({"check", folder_.Write("document.xml", run.out)}).status, 0) << c.text;
   }
 }
 
@@ -168,35 +198,107 @@ TEST_F(Import, WritesTheDocumentToAFile) {
             "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
 }
 
+TEST_F(Import, ReplacesAFileByAWholeOneOfTheSameMode) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  const auto private_mode = std::filesystem::perms(0600);
+  folder_.Write("document.xml", "old");
+  std::filesystem::permissions(document_, private_mode);
+  const std::string link = folder_.Path("link.xml");
+  std::filesystem::create_symlink("document.xml", link);
+  EXPECT_EQ(Kaehost({"import", "--quiet", "--output", link, path}).status, 0);
+  EXPECT_THAT(Content(document_), HasSubstr("<tcp_sack>0</tcp_sack>"));
+  EXPECT_EQ(std::filesystem::status(document_).permissions(), private_mode);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
+TEST_F(Import, GivesANewFileTheModeThatFilesGet) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  EXPECT_EQ(Kaehost({"import", "--quiet", "--output", document_, path}, [] { umask(027); }).status,
+            0);
+  EXPECT_EQ(std::filesystem::status(document_).permissions(), std::filesystem::perms(0640));
+}
+
+TEST_F(Import, LeavesADeviceADevice) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  const std::string pipe = folder_.Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const int end = open(pipe.c_str(), O_RDWR);
+  EXPECT_EQ(Kaehost({"import", "--quiet", "--output", pipe, path}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+  char first = '\0';
+  EXPECT_EQ(read(end, &first, 1), 1);
+  EXPECT_EQ(first, '<');
+  close(end);
+}
+
 TEST_F(Import, LosesNothingWhereTheFileCannotBeWritten) {
   const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
-  std::filesystem::create_directory(document_);
-  const Outcome run = Kaehost({"import", "--quiet", "--output", document_, path});
-  EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(run.err, "kaehost: " + document_ + ": cannot be written: Is a directory\n");
-  EXPECT_FALSE(std::filesystem::exists(document_ + ".new"));
+  const std::string folder = folder_.Path("folder");
+  std::filesystem::create_directory(folder);
+  for (const auto& [output, why] :
+       {std::pair{folder, "Is a directory"},
+        std::pair{folder_.Path("no/where.xml"), "No such file or directory"},
+        std::pair{std::string(), "No such file or directory"},
+        std::pair{std::string("/dev/full"), "No space left on device"}}) {
+    const Outcome run = Kaehost({"import", "--output", output, path});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err,
+              "kaehost: " + output + ": cannot be written: " + why + "; there is no document\n");
+  }
+}
 
-  const Outcome nowhere = Kaehost({"import", "--output", folder_.Path("no/where.xml"), path});
-  EXPECT_EQ(nowhere.status, 1);
-  EXPECT_EQ(nowhere.err, "kaehost: " + folder_.Path("no/where.xml") +
-                             ": cannot be written: No such file or directory\n");
+TEST_F(Import, LeavesTheOldFileWhereTheNewOneIsNotWritten) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  folder_.Write("document.xml", "old");
+  const Outcome run = Kaehost({"import", "--quiet", "--output", document_, path}, [] {
+    const rlimit nothing = {0, 0};
+    setrlimit(RLIMIT_FSIZE, &nothing);
+    std::signal(SIGXFSZ, SIG_IGN);
+  });
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(Content(document_), "old");
+  std::filesystem::remove(path);
+  std::filesystem::remove(document_);
+  EXPECT_TRUE(std::filesystem::is_empty(folder_.Path("")));
 }
 
 TEST_F(Import, JsonTellsAllOfIt) {
   const std::string path =
       folder_.Write("settings.conf", "net.ipv4.tcp_rmem = 1 2\nnet.core.x = 1\n");
-  const Outcome run = Kaehost({"import", "--json", path});
+  const Outcome run = Kaehost({"import", "--json", "--output", document_, path});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "");
   const json told = json::parse(run.out);
-  EXPECT_THAT(told["document"].get<std::string>(), HasSubstr("<tcp_rmem_min>1</tcp_rmem_min>"));
+  EXPECT_EQ(told["error"], nullptr);
+  EXPECT_EQ(told["document"], Content(document_));
   EXPECT_EQ(told["elements"], json::parse(R"({"tcp_rmem_min": 1, "tcp_rmem_default": 2})"));
-  EXPECT_THAT(told["not_carried"],
-              ElementsAre(path + ":2: net/core/x: the catalogue has no such tunable; set it by "
-                                 "other means"));
+  EXPECT_EQ(told["not_carried"], json::array({{{"file", path},
+                                               {"line", 2},
+                                               {"key", "net.core.x"},
+                                               {"sentence",
+                                                "the catalogue has no such tunable; set it by "
+                                                "other means"}}}));
   EXPECT_EQ(told["defaults"]["tcp_rmem_max"], 174760);
   EXPECT_EQ(told["defaults"].count("tcp_rmem_min"), 0U);
   EXPECT_EQ(told["status"], 1);
+}
+
+TEST_F(Import, JsonTellsWhyThereIsNoDocument) {
+  const Outcome run = Kaehost({"import", "--json", folder_.Path("missing.conf")});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "");
+  const json told = json::parse(run.out);
+  EXPECT_EQ(told["error"],
+            folder_.Path("missing.conf") + ": cannot be read: No such file or directory");
+  EXPECT_EQ(told["status"], 2);
+  EXPECT_FALSE(told.contains("document"));
+}
+
+TEST_F(Import, JsonAndQuietExcludeEachOther) {
+  const Outcome run = Kaehost({"import", "--json", "--quiet", "-"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "kaehost: --json excludes --quiet; see kaehost import --help\n");
 }
 
 TEST_F(Import, NeedsAFile) {

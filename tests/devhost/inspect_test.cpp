@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 
 #include "devhost/kaehost/catalogue.h"
@@ -53,6 +54,37 @@ TEST(Inspect, JsonTellsTheSame) {
   EXPECT_GT(told["layer_us"], told["load_us"]);
   EXPECT_EQ(told["vocabulary"].size(), devhost::Catalogue().size() + 1);
   EXPECT_EQ(told["vocabulary"][1], "rmem_max");
+  EXPECT_EQ(told["error"], nullptr);
+  EXPECT_EQ(told["status"], 0);
+}
+
+TEST(Inspect, KeepsItsLinesWithinATerminalsWidth) {
+  std::istringstream lines(Kaehost({"inspect"}).out);
+  int below = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const bool names_a_file = line.starts_with("plug-in");
+    EXPECT_TRUE(line.size() <= 100 || names_a_file) << line;
+    below += line.starts_with("            tcp_") ? 1 : 0;
+  }
+  EXPECT_GT(below, 5);
+}
+
+TEST(Inspect, JsonTellsWhyAPlugInIsRefused) {
+  const Outcome run = Kaehost({"inspect", "--json", TestPlugin("init_false")});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(json::parse(run.out),
+            json({{"error", TestPlugin("init_false") +
+                                ": the plug-in is not ready: its InitPlugin answers "
+                                "false"},
+                  {"plugin", TestPlugin("init_false")},
+                  {"status", 3}}));
+}
+
+TEST(Inspect, JsonAndQuietExcludeEachOther) {
+  const Outcome run = Kaehost({"inspect", "--json", "--quiet"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "kaehost: --json excludes --quiet; see kaehost inspect --help\n");
 }
 
 TEST(Inspect, TellsWhatAnotherPlugInLacks) {
@@ -91,8 +123,29 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
                 "the plug-in's GetNewLayer threw: no memory for a layer");
   ExpectRefused(TestPlugin("no_configure"),
                 "the plug-in's layer cannot be used: it is no kaeCPLayer::ConfigureCB");
+  ExpectRefused(TestPlugin("layer_throws_oddly"),
+                "the plug-in's GetNewLayer threw: something that is no std::exception");
+  ExpectRefused(TestPlugin("release_throws"), "the layer's do_Release threw: cannot restore");
+  ExpectRefused(TestPlugin("changes_when_loaded"),
+                "the plug-in changes tunables without a request: ipv4/tcp_fin_timeout, "
+                "ipv4/tcp_sack");
   ExpectRefused(TestPlugin("no_release"),
                 "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB");
+}
+
+TEST(Inspect, TellsOfAPlugInThatThrowsAtItsEndAllTheSame) {
+  const std::string path = TestPlugin("cleanup_throws");
+  const Outcome run = Kaehost({"inspect", path});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr("\nname        test plug-in\n"));
+  EXPECT_EQ(run.err, "kaehost: " + path + ": the plug-in's CleanupPlugin threw: too late\n");
+}
+
+TEST(Inspect, TellsOfAPlugInThatEndsTheProcess) {
+  const Outcome run = Kaehost({"inspect", TestPlugin("exits_when_asked")});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "kaehost: the plug-in ended the process\n");
 }
 
 TEST(Inspect, NeedsAPrivateNamespace) {
