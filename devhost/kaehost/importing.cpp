@@ -80,8 +80,8 @@ std::string AboutLine(const SysctlLine& line, const Entries& entries) {
 std::string Imported::Document() const {
   std::string text = "<tcp-settings>\n";
   for (const auto& [entry, value] : values) {
-    const std::string name = entry->element;
-    text += "  <" + name + '>' + std::to_string(value) + "</" + name + ">\n";
+    text.append("  <").append(entry->element).append(">").append(std::to_string(value));
+    text.append("</").append(entry->element).append(">\n");
   }
   return text + "</tcp-settings>\n";
 }

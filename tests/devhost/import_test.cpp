@@ -222,7 +222,7 @@ TEST_F(Import, LeavesADeviceADevice) {
   const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
   const std::string pipe = folder_.Path("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  const int end = open(pipe.c_str(), O_RDWR);
+  const int end = open(pipe.c_str(), O_RDWR | O_NONBLOCK);
   EXPECT_EQ(Kaehost({"import", "--quiet", "--output", pipe, path}).status, 0);
   EXPECT_TRUE(std::filesystem::is_fifo(pipe));
   char first = '\0';
