@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "devhost/kaehost/catalogue.h"
 #include "tests/devhost/kaehost.h"
@@ -91,7 +93,11 @@ TEST(Inspect, TellsWhatAnotherPlugInLacks) {
   const json told = json::parse(Kaehost({"inspect", "--json", TestPlugin("working")}).out);
   EXPECT_EQ(told["name"], "test plug-in");
   EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "ReleaseCB"));
-  EXPECT_THAT(told["exports"], Contains("this_kae_plugin"));
+  const auto exports = told["exports"].get<std::vector<std::string>>();
+  EXPECT_THAT(exports, Contains("this_kae_plugin"));
+  EXPECT_THAT(exports, Contains("_ZTV12WorkingLayer"));
+  EXPECT_TRUE(std::is_sorted(exports.begin(), exports.end()));
+  EXPECT_EQ(told["run_path"], "/nowhere/lib");
   EXPECT_EQ(told["vocabulary"].size(), 0U);
   EXPECT_THAT(Kaehost({"inspect", TestPlugin("working")}).out, HasSubstr("\nvocabulary  none\n"));
 }
