@@ -29,13 +29,20 @@ Report::Style StyleOf(const ApplyOptions& options) {
   return options.quiet ? Report::kQuiet : Report::kFull;
 }
 
+Progress::Fate ProgressOf(const ApplyOptions& options) {
+  if (options.json) {
+    return Progress::kKept;
+  }
+  return options.quiet ? Progress::kDropped : Progress::kShown;
+}
+
 class Applying {
  public:
   Applying(const ApplyOptions& options, const std::vector<Document>& documents)
       : options_(options),
         documents_(documents),
         report_(StyleOf(options)),
-        progress_(StyleOf(options) == Report::kFull) {}
+        progress_(ProgressOf(options)) {}
 
   int Run();
 
@@ -70,7 +77,7 @@ int Applying::Run() {
                 SIG_IGN);  // a reader that goes must not keep the tunables from coming back
   }
   before_ = ReadTunables();
-  now_ = start_ = ReadCatalogue();
+  now_ = start_ = CatalogueValuesOf(before_);
   LeadALayersLife();
   const int status = Status();
   if (options_.json) {

@@ -107,7 +107,7 @@ int Fail(const Options& options, const std::string& sentence) {
 
 int Inspect(const Options& options) try {
   EnterPrivateNamespace();
-  Progress progress(false);
+  Progress progress(Progress::kDropped);
   const Inspected inspected = progress.Of([&] { return LookInto(options.plugin); });
   if (options.json) {
     Out() << JsonText(ToJson(options.plugin, inspected)) << '\n';

@@ -1,22 +1,35 @@
 #include "devhost/kaehost/outcomes.h"
 
-#include <sstream>
-
 #include "devhost/kaehost/numbers.h"
-#include "devhost/kaehost/tunables.h"
 #include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
 
 std::string WordAt(int position, const std::string& text) {
-  std::istringstream words(text);
-  std::string word;
-  for (int i = 0; i <= position; ++i) {
-    word.clear();
-    words >> word;
+  constexpr const char* kBlanks = " \t\n";
+  std::size_t begin = text.find_first_not_of(kBlanks);
+  for (int i = 0; i < position && begin != std::string::npos; ++i) {
+    begin = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, begin));
   }
-  return word;
+  return begin == std::string::npos
+             ? ""
+             : text.substr(begin, text.find_first_of(kBlanks, begin) - begin);
+}
+
+// `read` answers the text of a file by its path below /proc/sys/net.
+CatalogueValues ValuesFrom(const auto& read) {
+  CatalogueValues values;
+  std::string_view file;
+  std::optional<std::string> text;
+  for (const CatalogueEntry& entry : Catalogue()) {
+    if (entry.file != file) {
+      file = entry.file;
+      text = read(entry.file);
+    }
+    values.push_back(text ? std::optional(WordAt(entry.position, *text)) : std::nullopt);
+  }
+  return values;
 }
 
 bool IsSameValue(const std::string& one, const std::string& other) {
@@ -75,18 +88,13 @@ Asked WhatIsAsked(const kaml_content* contents) {
   return asked;
 }
 
-CatalogueValues ReadCatalogue() {
-  CatalogueValues values;
-  std::string_view file;
-  std::optional<std::string> text;
-  for (const CatalogueEntry& entry : Catalogue()) {
-    if (entry.file != file) {
-      file = entry.file;
-      text = ReadTunable(entry.file);
-    }
-    values.push_back(text ? std::optional(WordAt(entry.position, *text)) : std::nullopt);
-  }
-  return values;
+CatalogueValues ReadCatalogue() { return ValuesFrom(ReadTunable); }
+
+CatalogueValues CatalogueValuesOf(const Tunables& tunables) {
+  return ValuesFrom([&tunables](const char* file) {
+    const auto found = tunables.find(file);
+    return found != tunables.end() ? std::optional(found->second) : std::nullopt;
+  });
 }
 
 std::vector<Outcome> OutcomesOf(const Asked& asked, const CatalogueValues& start,

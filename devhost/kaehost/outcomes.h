@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "devhost/kaehost/catalogue.h"
+#include "devhost/kaehost/tunables.h"
 #include "host/kaml.h"
 
 // What a request did to each tunable, as the kernel shows it: the plug-in does not look.
@@ -43,6 +44,9 @@ Asked WhatIsAsked(const kaml_content* contents);
 // The value of each catalogue entry in the kernel, none where the file is not there.
 using CatalogueValues = std::vector<std::optional<std::string>>;
 CatalogueValues ReadCatalogue();
+
+// The same from all tunables as they were read.
+CatalogueValues CatalogueValuesOf(const Tunables& tunables);
 
 // Answers, in the catalogue's order, what became of the elements that a request asked for, and of
 // those that changed besides. `start` is what was there before the layer, `success` whether the

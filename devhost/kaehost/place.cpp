@@ -6,8 +6,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include "devhost/kaehost/sandbox.h"
 #include "devhost/kaehost/whole_catalogue.h"
@@ -16,6 +18,7 @@ namespace devhost {
 namespace {
 
 constexpr const char* kTunables = "/proc/sys/net/";
+constexpr const char* kCoreFiles[] = {"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"};
 
 // Opening alone changes no tunable.
 void RefuseWhereNothingCanBeWritten(const Place& place) {
@@ -56,13 +59,18 @@ std::vector<std::string> Enter(const Place& place) {
     EnterNetworkNamespace(place.netns);
   }
   RefuseWhereNothingCanBeWritten(place);
+  const bool needs_scratch_files =
+      !place.live && !place.as_is &&
+      std::any_of(std::begin(kCoreFiles), std::end(kCoreFiles), RefusesToBeWritten);
+  if (!place.IsPrivate() && (place.whole_catalogue || needs_scratch_files)) {
+    TakeMountsApart();
+  }
   std::vector<std::string> emulated;
   if (place.whole_catalogue) {
     emulated = ShowWholeCatalogue();
   }
-  if (!place.live && !place.as_is) {
-    for (const std::string& path : MakeWritable({kTunables + std::string("core/rmem_max"),
-                                                 kTunables + std::string("core/wmem_max")})) {
+  if (needs_scratch_files || place.whole_catalogue) {
+    for (const std::string& path : MakeWritable({std::begin(kCoreFiles), std::end(kCoreFiles)})) {
       emulated.push_back(path.substr(std::strlen(kTunables)));
     }
   }

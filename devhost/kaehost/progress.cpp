@@ -19,18 +19,23 @@ void FlushAll() {
 
 }  // namespace
 
-Progress::Progress(bool shown) : kept_(shown ? -1 : memfd_create("progress", MFD_CLOEXEC)) {
-  if (!shown && kept_ < 0) {
-    throw std::system_error(errno, std::generic_category(), "keeping the plug-in's output");
+Progress::Progress(Fate fate) {
+  if (fate == kShown) {
+    return;
+  }
+  file_ = fate == kKept ? memfd_create("progress", MFD_CLOEXEC)
+                        : open("/dev/null", O_WRONLY | O_CLOEXEC);
+  if (file_ < 0) {
+    throw std::system_error(errno, std::generic_category(), "taking the plug-in's output aside");
   }
 }
 
-Progress::~Progress() { close(kept_); }
+Progress::~Progress() { close(file_); }
 
 std::string Progress::Text() const {
-  const off_t size = lseek(kept_, 0, SEEK_END);
+  const off_t size = lseek(file_, 0, SEEK_END);
   std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-  const ssize_t read = pread(kept_, text.data(), text.size(), 0);
+  const ssize_t read = pread(file_, text.data(), text.size(), 0);
   text.resize(read > 0 ? static_cast<std::size_t>(read) : 0);
   return text;
 }

@@ -4,10 +4,12 @@
 
 namespace devhost {
 
-// What the plug-in prints: shown as it comes, or kept aside.
+// What the plug-in prints: shown as it comes, kept aside, or dropped.
 class Progress {
  public:
-  explicit Progress(bool shown);
+  enum Fate { kShown, kKept, kDropped };
+
+  explicit Progress(Fate fate);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -15,7 +17,7 @@ class Progress {
   // Answers what `operation` answers, in which the plug-in may print.
   template <class Operation>
   auto Of(Operation operation) {
-    const Aside aside(kept_);
+    const Aside aside(file_);
     return operation();
   }
 
@@ -35,7 +37,7 @@ class Progress {
     int standard_output_ = -1;
   };
 
-  int kept_ = -1;
+  int file_ = -1;  // where it goes instead, if it does
 };
 
 }  // namespace devhost

@@ -63,13 +63,6 @@ void ProtectOtherTunables(bool has_user_namespace) {
   }
 }
 
-bool RefusesToBeWritten(const std::string& path) {
-  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  const int error = errno;
-  close(fd);
-  return fd < 0 && error != ENOENT;
-}
-
 bool LayScratchFileOver(const std::string& path) {
   std::ifstream original(path);
   const std::string text((std::istreambuf_iterator<char>(original)), {});
@@ -102,7 +95,7 @@ void EnterPrivateNamespace() {
 void EnterNetworkNamespace(const std::string& name) {
   const std::string path = name.find('/') == std::string::npos ? "/run/netns/" + name : name;
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0 && unshare(CLONE_NEWNS) == 0;
+  const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0;
   const int error = errno;
   close(fd);
   if (!entered) {
@@ -110,7 +103,20 @@ void EnterNetworkNamespace(const std::string& name) {
                          " cannot be entered: " + std::strerror(error) +
                          "; `ip netns list` names those that exist, and entering one takes root");
   }
+}
+
+void TakeMountsApart() {
+  if (unshare(CLONE_NEWNS) != 0) {
+    Refuse(std::string("mounts: ") + std::strerror(errno));
+  }
   MakeMountsPrivate();
+}
+
+bool RefusesToBeWritten(const std::string& path) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const int error = errno;
+  close(fd);
+  return fd < 0 && error != ENOENT;
 }
 
 // The file system in memory is mounted only while the files are bound, and the binds keep the

@@ -22,12 +22,19 @@ class NamespaceError : public std::runtime_error {
 void EnterPrivateNamespace();
 
 // Moves the calling process into an existing network namespace: one of `ip netns`, by its name, or
-// whatever a path (a text with a slash) leads to. Mounts are private afterwards. The process must
-// have one thread only. Throws NamespaceError.
+// whatever a path (a text with a slash) leads to. The process must have one thread only. Throws
+// NamespaceError.
 void EnterNetworkNamespace(const std::string& name);
 
+// Gives the calling process, which must have one thread only, mounts of its own. Takes time, a
+// private namespace has them, and a network namespace mostly does without. Throws NamespaceError.
+void TakeMountsApart();
+
+// Whether the file exists but refuses to be written.
+bool RefusesToBeWritten(const std::string& path);
+
 // Answers those of the kernel files `paths` that exist but refuse to be written, after laying a
-// writable scratch file with the same contents over each. Needs a private namespace. Throws
+// writable scratch file with the same contents over each. Needs mounts of its own. Throws
 // NamespaceError.
 std::vector<std::string> MakeWritable(const std::vector<std::string>& paths);
 
