@@ -1,0 +1,28 @@
+#pragma once
+
+#include <vector>
+
+#include "tests/system_calls/trace.h"
+
+namespace bench {
+
+// The same system calls and nothing else: what a pass costs at least.
+class Floor {
+ public:
+  // `calls` must outlive this object.
+  explicit Floor(const std::vector<SystemCall>& calls);
+
+  void Run() const;
+
+ private:
+  struct Step {
+    enum { kOpen, kRead, kWrite, kClose } kind;
+    int flags;         // kOpen
+    bool to_stdout;    // kWrite
+    const char* text;  // kOpen: the path
+    unsigned long size;
+  };
+  std::vector<Step> steps_;
+};
+
+}  // namespace bench

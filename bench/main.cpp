@@ -1,0 +1,14 @@
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+
+#include "bench/world.h"
+
+int main(int argc, char** argv) {
+  rlimit files = {};  // a descriptor for each of many namespaces
+  getrlimit(RLIMIT_NOFILE, &files);
+  files.rlim_cur = files.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &files);
+  bench::EnterWorld();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,115 @@
+// What a layer and a request take from the heap, counted in the allocator itself: a program of its
+// own, so that the counting costs the other benchmarks nothing.
+
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "bench/output.h"
+#include "bench/world.h"
+#include "devhost/libe/request.h"
+#include "tests/kernel/built_layer.h"
+#include "tests/support/catalogue.h"
+
+namespace {
+
+struct Heap {
+  int64_t allocations;  // how many there have been
+  int64_t bytes;        // that they took, with what the allocator adds
+  int64_t live;         // bytes that have not been freed
+  int64_t peak;         // the most that were live at once
+};
+
+Heap heap;  // of one thread
+
+void* Count(void* block) {
+  if (block != nullptr) {
+    const auto size = static_cast<int64_t>(malloc_usable_size(block));
+    ++heap.allocations;
+    heap.bytes += size;
+    heap.live += size;
+    heap.peak = std::max(heap.peak, heap.live);
+  }
+  return block;
+}
+
+void Uncount(void* block) { heap.live -= static_cast<int64_t>(malloc_usable_size(block)); }
+
+}  // namespace
+
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void __libc_free(void* block);
+
+void* malloc(std::size_t size) { return Count(__libc_malloc(size)); }
+void* calloc(std::size_t count, std::size_t size) { return Count(__libc_calloc(count, size)); }
+void* realloc(void* block, std::size_t size) {
+  Uncount(block);
+  return Count(__libc_realloc(block, size));
+}
+void free(void* block) {
+  Uncount(block);
+  __libc_free(block);
+}
+// NOLINTEND(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
+}
+
+namespace {
+
+// What `act` takes.
+template <class Act>
+Heap Taken(Act act) {
+  const Heap before = heap;
+  heap.peak = heap.live;
+  act();
+  return {heap.allocations - before.allocations, heap.bytes - before.bytes, heap.live - before.live,
+          heap.peak - before.live};
+}
+
+void Report(benchmark::State& state, const Heap& taken) {
+  state.counters["allocations"] = static_cast<double>(taken.allocations);
+  state.counters["bytes"] = static_cast<double>(taken.bytes);
+  state.counters["live"] = static_cast<double>(taken.live);
+  state.counters["peak"] = static_cast<double>(taken.peak);
+}
+
+void LayerMemory(benchmark::State& state) {
+  const bench::Output output;
+  { BuiltLayer first; }  // the host's own table of names is filled once
+  for (auto _ : state) {
+    std::unique_ptr<BuiltLayer> layer;
+    Report(state, Taken([&] { layer = std::make_unique<BuiltLayer>(); }));
+  }
+}
+BENCHMARK(LayerMemory)->Iterations(1);
+
+// A document that names the catalogue's first settings, each with a value of so many characters.
+void RequestMemory(benchmark::State& state) {
+  const bench::Output output;
+  devhost::Document document;
+  kaml_content* root = document.AddElement(nullptr, "tcp-settings");
+  const std::string value(static_cast<std::size_t>(state.range(1)), '7');
+  for (int64_t i = 0; i < state.range(0); ++i) {
+    const char* name = ExpectedCatalogue()[static_cast<std::size_t>(i)].name;
+    document.AddText(document.AddElement(root, name), value.c_str());
+  }
+  BuiltLayer layer;
+  for (auto _ : state) {
+    devhost::Request request;
+    Report(state, Taken([&] { layer.Configure(request, document.contents()); }));
+  }
+}
+BENCHMARK(RequestMemory)
+    ->ArgNames({
+        "settings", "characters"
+})
+    ->ArgsProduct({{0, 1, 10, 57}, {7, 100}})
+    ->Iterations(1);
+
+}  // namespace

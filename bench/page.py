@@ -1,0 +1,141 @@
+"""The tables and plots of docs/performance.md."""
+import re
+
+import matplotlib
+matplotlib.use("svg")
+import matplotlib.pyplot as plt
+
+import results
+
+PEERS = (("request", "a request in a running host"), ("kaehost", "kaehost apply, whole process"),
+         ("sysctl", "sysctl -p (procps)"), ("busybox", "busybox sysctl -p"),
+         ("systemd", "systemd-sysctl"), ("nothing", "a process that does nothing"))
+LAYER, TOOL, GREY = "#1f77b4", "#ff7f0e", "#999999"
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(head) + " |", "|" + "---|" * len(head)]
+    return lines + ["| " + " | ".join(row) + " |" for row in rows]
+
+
+def budgets_table(rows):
+    return table(("", "Budget", "Measured", ""),
+                 [(title, str(budget), shown, "" if holds else "missed")
+                  for title, budget, shown, holds in rows])
+
+
+def passes_table(found):
+    rows = []
+    for output in results.OUTPUTS:
+        for name in ("Request", "Snapshot", "Release"):
+            run = found.passed(name, output)
+            rows.append((name, output, f"{run['floor_us']:.0f}", f"{run['streams_us']:.0f}",
+                         f"{run['pass_us']:.0f}", f"{run['streams_ratio']:.3f}",
+                         f"{run['own_ratio']:.3f}",
+                         f"**{run['ratio']:.3f}** ({run['ratio_q1']:.3f} to {run['ratio_q3']:.3f})",
+                         f"{run['one_buffer_ratio']:.3f}"))
+    return table(("Pass", "Standard output", "Floor, us", "Means, us", "Pass, us", "Means / floor",
+                  "Pass / means", "Pass / floor (quartiles)", "One buffer / means"), rows)
+
+
+def memory_table(found):
+    layer = found.layer_memory()
+    rows = [("a layer", f"{layer['allocations']:.0f}", f"{layer['bytes']:.0f}",
+             f"{layer['live']:.0f}", f"{layer['peak']:.0f}")]
+    for settings in (0, 1, 10, 57):
+        for characters in (7, 100):
+            run = found.request_memory(settings, characters)
+            rows.append((f"a request naming {settings}, {characters} characters each",
+                         f"{run['allocations']:.0f}", f"{run['bytes']:.0f}", f"{run['live']:.0f}",
+                         f"{run['peak']:.0f}"))
+    return table(("", "Allocations", "Bytes in all", "Bytes kept", "Most at once"), rows)
+
+
+def elements_table(found):
+    rows = []
+    for kind in ("Known", "Unknown"):
+        slope, error = found.slope(kind)
+        rows.append((kind.lower(), f"{slope:.1f}", f"{error:.1f}", f"{found.flatness(kind):.2f}"))
+    return table(("Names", "An element adds, ns", "Standard error, ns",
+                  "Each among 10^6 / among 10^4"), rows)
+
+
+def namespaces_table(found):
+    rows = []
+    for count in results.NAMESPACES:
+        layers, shell = (found.namespaces(kind, count) for kind in ("Layers", "Shell"))
+        rows.append((str(count), f"{layers:.1f}", f"{shell:.1f}", f"{shell / layers:.1f}"))
+    return table(("Namespaces", "Layers of one process, ms", "Shell loop, ms", "Ratio"), rows)
+
+
+def peers_table(found):
+    run = found.one("Peers")
+    return table(("", "Median, us", "/ sysctl -p"),
+                 [(title, f"{run[name + '_us']:.0f}",
+                   f"{run[name + '_us'] / run['sysctl_us']:.2f}") for name, title in PEERS])
+
+
+def loading_table(found):
+    run = found.one("Loading")
+    return table(("", ""), [("dlopen to plug-in ready, us", f"{run['load_us']:.0f}"),
+                            ("dlopen to first layer, us", f"{run['real_time']:.0f}"),
+                            ("stripped size, bytes", str(found.stripped_size())),
+                            ("relocations", str(found.relocations()))])
+
+
+def plot_documents(found, file):
+    figure, axes = plt.subplots(figsize=(7, 4))
+    for kind, colour in (("Known", LAYER), ("Unknown", TOOL)):
+        points = found.element_times(kind)
+        slope, error = found.slope(kind)
+        axes.loglog([x for x, _ in points], [y / 1e3 for _, y in points], "o", color=colour,
+                    markersize=4, label=f"{kind.lower()} names: {slope:.0f} ± {error:.0f} ns each")
+        base = min(y for x, y in points if x == 1)
+        axes.loglog(results.SIZES, [(base + slope / 1e3 * x) / 1e3 for x in results.SIZES], "-",
+                    color=colour, linewidth=1)
+    axes.set_xlabel("child elements of the document")
+    axes.set_ylabel("one request, ms")
+    axes.set_title("Cost by document size")
+    axes.legend(frameon=False)
+    axes.grid(True, color="#dddddd")
+    save(figure, file)
+
+
+def plot_peers(found, file):
+    run = found.one("Peers")
+    names = [title for _, title in reversed(PEERS)]
+    times = [run[name + "_us"] / 1e3 for name, _ in reversed(PEERS)]
+    colours = [LAYER if name in ("request", "kaehost") else GREY if name == "nothing" else TOOL
+               for name, _ in reversed(PEERS)]
+    figure, axes = plt.subplots(figsize=(7, 3.2))
+    bars = axes.barh(names, times, color=colours)
+    axes.bar_label(bars, [f" {time:.2f} ms" for time in times])
+    axes.set_xlim(0, max(times) * 1.15)
+    axes.set_xlabel("median, ms")
+    axes.set_title("The same values, in the same namespace")
+    axes.spines[["top", "right"]].set_visible(False)
+    save(figure, file)
+
+
+def save(figure, file):
+    figure.tight_layout()
+    figure.savefig(file, metadata={"Date": None})
+    plt.close(figure)
+
+
+def write(found, rows, docs):
+    plot_documents(found, docs / "pictures" / "documents.svg")
+    plot_peers(found, docs / "pictures" / "peers.svg")
+    parts = {"machine": [found.machine()], "budgets": budgets_table(rows),
+             "passes": passes_table(found), "memory": memory_table(found),
+             "elements": elements_table(found), "namespaces": namespaces_table(found),
+             "peers": peers_table(found), "loading": loading_table(found)}
+    file = docs / "performance.md"
+    text = file.read_text()
+    for name, lines in parts.items():
+        text, count = re.subn(rf"(<!-- {name} -->\n).*?(<!-- end -->)",
+                              lambda m: m[1] + "\n" + "\n".join(lines) + "\n" + m[2], text,
+                              flags=re.S)
+        if count != 1:
+            raise SystemExit(f"{file}: there are {count} places for {name}")
+    file.write_text(text)

@@ -1,0 +1,67 @@
+#include "bench/programs.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "bench/world.h"
+
+namespace bench {
+namespace {
+
+// A request writes its whole catalogue, whatever its document names.
+void WriteSettings(const std::string& path) {
+  std::ofstream file(path);
+  std::string key;
+  for (const SystemCall& call : CallsOf("request")) {
+    if (call.name == "openat") {
+      key = call.path.substr(std::string("/proc/sys/").size());
+    } else if (call.name == "write" && call.fd != STDOUT_FILENO) {
+      file << key << " = " << call.text << '\n';
+    }
+  }
+}
+
+}  // namespace
+
+Inputs::Inputs() {
+  const auto folder = std::filesystem::temp_directory_path();
+  const std::string name = "kaetcp-bench-" + std::to_string(getpid());
+  settings = folder / (name + ".conf");
+  document = folder / (name + ".xml");
+  WriteSettings(settings);
+  std::ofstream(document) << "<tcp-settings><tcp_sack>0</tcp_sack>"
+                             "<tcp_rmem_default>5000</tcp_rmem_default></tcp-settings>";
+}
+
+Inputs::~Inputs() {
+  std::filesystem::remove(settings);
+  std::filesystem::remove(document);
+}
+
+void RunProgram(std::vector<std::string> words) {
+  std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
+  for (std::string& word : words) {
+    arguments.push_back(word.data());
+  }
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t child = 0;
+  int status = 0;
+  const int error =
+      posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0 || waitpid(child, &status, 0) != child || status != 0) {
+    throw std::runtime_error("failed: " + words[0]);
+  }
+}
+
+}  // namespace bench

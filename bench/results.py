@@ -1,0 +1,89 @@
+"""What the benchmarks found, read from the files that ./measure leaves."""
+import json
+import math
+import pathlib
+import platform
+import re
+import shutil
+import statistics
+import subprocess
+import tempfile
+
+OUTPUTS = ("/dev/null", "pipe", "file")  # as bench/output.h numbers them
+SIZES = [10**n for n in range(7)]
+NAMESPACES = [10**n for n in range(4)]
+
+
+class Results:
+    def __init__(self, folder, library, surplus_calls):
+        self.library = library
+        self.surplus_calls = surplus_calls
+        self.runs = {}  # name without the manner of measuring, to a list of runs
+        for file in sorted(pathlib.Path(folder).glob("*.json")):
+            for run in json.loads(file.read_text())["benchmarks"]:
+                if run.get("run_type") != "aggregate":
+                    name = re.sub(r"/(iterations|repeats|min_time|manual_time|real_time)[^/]*", "",
+                                  run["name"])
+                    self.runs.setdefault(name, []).append(run)
+
+    def one(self, name):
+        return self.runs[name][0]
+
+    def passed(self, name, output):
+        """A pass of a layer: its times in microseconds and its ratios."""
+        return self.one(f"{name}/output:{OUTPUTS.index(output)}")
+
+    def element_times(self, kind):
+        """Pairs of size and time of one request in microseconds."""
+        return [(size, run["real_time"]) for size in SIZES
+                for run in self.runs[f"{kind}Elements/{size}"]]
+
+    def slope(self, kind):
+        """Nanoseconds that an element adds, and the standard error: a line through all times, each
+        weighted so that relative errors count alike."""
+        points = [(size, time, 1 / time**2) for size, time in self.element_times(kind)]
+        weight = sum(w for _, _, w in points)
+        mean_x = sum(w * x for x, _, w in points) / weight
+        mean_y = sum(w * y for _, y, w in points) / weight
+        spread = sum(w * (x - mean_x)**2 for x, _, w in points)
+        slope = sum(w * (x - mean_x) * (y - mean_y) for x, y, w in points) / spread
+        residual = sum(w * (y - mean_y - slope * (x - mean_x))**2 for x, y, w in points)
+        error = math.sqrt(residual / (len(points) - 2) / spread)
+        return slope * 1e3, error * 1e3
+
+    def flatness(self, kind):
+        """How much longer an element takes among a million than among ten thousand."""
+        def each(size):
+            empty = statistics.median(r["real_time"] for r in self.runs[f"{kind}Elements/1"])
+            time = statistics.median(r["real_time"] for r in self.runs[f"{kind}Elements/{size}"])
+            return (time - empty) / size
+        return each(10**6) / each(10**4)
+
+    def layer_memory(self):
+        return self.one("LayerMemory")
+
+    def request_memory(self, settings, characters):
+        return self.one(f"RequestMemory/settings:{settings}/characters:{characters}")
+
+    def namespaces(self, kind, count):
+        """Milliseconds."""
+        return self.one(f"{kind}InNamespaces/namespaces:{count}")["real_time"]
+
+    def stripped_size(self):
+        with tempfile.NamedTemporaryFile() as stripped:
+            shutil.copy(self.library, stripped.name)
+            subprocess.run(["strip", stripped.name], check=True)
+            return pathlib.Path(stripped.name).stat().st_size
+
+    def relocations(self):
+        listing = subprocess.run(["readelf", "-rW", self.library], check=True, capture_output=True,
+                                 text=True).stdout
+        return len(re.findall(r" R_\w+", listing))
+
+    @staticmethod
+    def machine():
+        model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
+        memory = re.search(r"MemTotal: *(\d+)", pathlib.Path("/proc/meminfo").read_text())
+        count = len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M))
+        return (f"{model[1] if model else platform.machine()}, {count} cores, "
+                f"{int(memory[1]) / 2**20:.0f} GiB; Linux {platform.release()}")
