@@ -27,7 +27,8 @@ Examples:
   kaehost apply low-latency.xml                   try a document
   kaehost apply base.xml low-latency.xml          one after the other, in one session
   kaehost apply low-latency.xml -- ss -tino       try a program under it
-  kaehost apply --hold low-latency.xml            look around until Ctrl-C
+  kaehost apply --hold low-latency.xml            look around until Ctrl-C, from elsewhere by
+                                                  nsenter --target PROCESS --user --net --mount
   kaehost apply --whole-catalogue old-device.xml  with files that this kernel has no more
   kaehost apply --netns blue low-latency.xml      in the network namespace "blue"
 
