@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <ostream>
 
+#include "devhost/kaehost/quoted.h"
+
 namespace devhost {
 namespace {
 
-std::string Shown(std::string text) {
-  std::replace(text.begin(), text.end(), '\t', ' ');
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  return text.empty() ? "(empty)" : text;
+std::string Cell(const std::string& text) {
+  constexpr std::size_t kLongest = 60;
+  return text.empty() ? "(empty)" : Shown(text, kLongest);
 }
 
 }  // namespace
@@ -19,7 +20,7 @@ Table::Table(std::vector<std::string> titles) {
 }
 
 void Table::Add(std::vector<std::string> texts, std::optional<Colour> colour) {
-  std::transform(texts.begin(), texts.end(), texts.begin(), Shown);
+  std::transform(texts.begin(), texts.end(), texts.begin(), Cell);
   rows_.push_back({std::move(texts), colour});
 }
 

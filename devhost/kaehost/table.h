@@ -9,8 +9,8 @@
 
 namespace devhost {
 
-// A table of texts, its columns as wide as their longest text. Tabs and newlines in a text become
-// blanks, and an empty text is shown as "(empty)".
+// A table of texts, its columns as wide as their longest text. A long text is cut, control
+// characters become blanks, and an empty text is shown as "(empty)".
 class Table {
  public:
   explicit Table(std::vector<std::string> titles);

@@ -103,6 +103,14 @@ TEST_F(Forms, QuietTellsOneLineWhereAllIsWell) {
   EXPECT_EQ(run.out, "kaehost: " + good + ": 1 applied, 4 overridden\n");
 }
 
+TEST_F(Forms, LongValueIsCutAndKeepsToItsLine) {
+  const std::string tail(1000, '9');
+  const std::string document = folder_.Write(
+      "long.xml", "<tcp-settings><tcp_sack>no&#13;" + tail + "</tcp_sack></tcp-settings>");
+  const Outcome run = Kaehost({"apply", "--quiet", document});
+  EXPECT_THAT(run.out, HasSubstr("  rejected  1       no " + tail.substr(0, 57) + "...  1\n"));
+}
+
 TEST_F(Forms, QuietTellsWhatIsNotBack) {
   const Outcome run =
       Kaehost({"apply", "--quiet", document_, "--plugin", TestPlugin("restores_nothing")});
