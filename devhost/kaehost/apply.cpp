@@ -46,7 +46,11 @@ void AddPlaceOptions(CLI::App* apply, Place* place) {
   CLI::Option* netns = apply->add_option("--netns", place->netns,
                                          "Not in a private namespace but in this network "
                                          "namespace: a name of ip netns, or a path");
-  netns->type_name("NAME");
+  netns->type_name("NAME")->check([](const std::string& name) -> std::string {
+    return name.empty() ? "the name is empty; name a network namespace, or leave the option out "
+                          "for a private one"
+                        : "";
+  });
   apply
       ->add_flag("--live", place->live,
                  "On this machine's own tunables; stays until Ctrl-C or SIGTERM, then restores")

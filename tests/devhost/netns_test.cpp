@@ -59,3 +59,11 @@ TEST_F(NetworkNamespace, IsLookedForByNameWhereIpNetnsKeepsThem) {
             "file or directory; `ip netns list` names those that exist, and entering one takes "
             "root\n");
 }
+
+TEST_F(NetworkNamespace, WithoutANameIsNotAPrivateOne) {
+  const Outcome run = Kaehost({"apply", "--netns", "", document});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err,
+            "kaehost: --netns: the name is empty; name a network namespace, or leave the option "
+            "out for a private one; see kaehost apply --help\n");
+}
