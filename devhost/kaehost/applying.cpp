@@ -36,6 +36,12 @@ Progress::Fate ProgressOf(const ApplyOptions& options) {
   return options.quiet ? Progress::kDropped : Progress::kShown;
 }
 
+// Neither a reader that goes nor a file that may not grow is to keep the tunables from coming back.
+void KeepOutputFromEndingTheProcess() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
 class Applying {
  public:
   Applying(const ApplyOptions& options, const std::vector<Document>& documents)
@@ -73,8 +79,7 @@ int Applying::Run() {
                                                   : options_.place.netns;
   report_.Tell(Description(options_.place, session_.emulated));
   if (!options_.place.IsPrivate()) {
-    std::signal(SIGPIPE,
-                SIG_IGN);  // a reader that goes must not keep the tunables from coming back
+    KeepOutputFromEndingTheProcess();
   }
   before_ = ReadTunables();
   now_ = start_ = CatalogueValuesOf(before_);

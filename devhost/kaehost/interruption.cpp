@@ -5,12 +5,25 @@
 #include <cerrno>
 
 namespace devhost {
+namespace {
+
+// As nohup has it, and a shell for what it starts in the background.
+bool IsIgnored(int signal) {
+  struct sigaction found = {};
+  sigaction(signal, nullptr, &found);
+  return found.sa_handler == SIG_IGN;
+}
+
+}  // namespace
 
 Interruption::Interruption() {
   sigemptyset(&awaited_);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&awaited_, signal);
+    if (!IsIgnored(signal)) {
+      sigaddset(&awaited_, signal);
+    }
   }
+  std::signal(SIGCHLD, SIG_DFL);  // where it is ignored, children end unseen
   sigset_t blocked = awaited_;
   sigaddset(&blocked, SIGCHLD);
   sigprocmask(SIG_BLOCK, &blocked, &mask_before_);

@@ -6,8 +6,8 @@
 namespace devhost {
 
 // While it lives, SIGINT, SIGTERM and SIGHUP wait until they are asked for, so that none of them
-// ends the process before the tunables are put back. SIGQUIT and SIGKILL still do. For the only
-// thread of a process, once at a time.
+// ends the process before the tunables are put back. Those that the process ignores stay ignored;
+// other signals still end it. For the only thread of a process, once at a time.
 class Interruption {
  public:
   Interruption();

@@ -31,6 +31,7 @@ int Spawn(pid_t* child, std::vector<std::string> words, const sigset_t& mask,
   sigset_t defaults;
   sigemptyset(&defaults);
   sigaddset(&defaults, SIGPIPE);
+  sigaddset(&defaults, SIGXFSZ);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   posix_spawnattr_setsigmask(&attributes, &mask);
   posix_spawnattr_setsigdefault(&attributes, &defaults);

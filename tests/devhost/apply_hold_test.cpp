@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -132,6 +133,24 @@ TEST_F(Live, ReaderThatGoesDoesNotKeepTheTunablesFromComingBack) {
   EXPECT_EQ(run.err, "kaehost: standard output cannot be written; what it shows is not all\n");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(FinTimeout(), "37");
+}
+
+// A limit that the texts of tunables keep within, but not the line of counts.
+TEST_F(Live, FileThatMayNotGrowDoesNotKeepTheTunablesFromComingBack) {
+  const Outcome run = Kaehost({"apply", "--live", "--quiet", document_, "--", "true"}, [] {
+    const rlimit limit = {32, 32};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(Live, SignalThatIsIgnoredAlreadyInterruptsNothing) {
+  const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
+                               TestPlugin("interrupts_its_host"), "--", "echo", "ran"},
+                              [] { std::signal(SIGTERM, SIG_IGN); });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr("ran\n"));
 }
 
 TEST_F(Live, TakesRoot) {

@@ -61,6 +61,12 @@ TEST_F(Command, GivesItsExitStatus) {
   }
 }
 
+TEST_F(Command, GivesItsExitStatusAlsoWhereEndsOfChildrenAreIgnored) {
+  const Outcome run = Kaehost({"apply", document_, "--", "sh", "-c", "exit 7"},
+                              [] { std::signal(SIGCHLD, SIG_IGN); });
+  EXPECT_EQ(run.status, 7);
+}
+
 TEST_F(Command, EndedBySignalGivesTheStatusOfAShell) {
   EXPECT_EQ(Under({"sh", "-c", "kill -TERM $$"}).status, 128 + SIGTERM);
 }
