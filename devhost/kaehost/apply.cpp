@@ -1,12 +1,17 @@
 // kaehost apply: the options.
 
+#include <exception>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "devhost/kaehost/applying.h"
 #include "devhost/kaehost/command.h"
+#include "devhost/kaehost/json.h"
+#include "devhost/kaehost/output.h"
 #include "devhost/kaehost/plugin.h"
+#include "devhost/kaehost/sandbox.h"
+#include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
@@ -65,6 +70,31 @@ void AddPlaceOptions(CLI::App* apply, Place* place) {
       ->excludes(as_is);
 }
 
+// Called while an exception is handled, which people get told by main.
+int Refuse(const ApplyOptions& options, ExitStatus status, const std::string& sentence) {
+  if (!options.json) {
+    throw;
+  }
+  const Json json = {
+      {"error",  sentence   },
+      {"status", int{status}}
+  };
+  Out() << JsonText(json) << '\n';
+  return status;
+}
+
+int ApplyOrRefuse(const ApplyOptions& options) try {
+  return Apply(options);
+} catch (const DocumentError& error) {
+  return Refuse(options, kBadInput, error.what());
+} catch (const PluginError& error) {
+  return Refuse(options, kNoPlugin, error.what());
+} catch (const NamespaceError& error) {
+  return Refuse(options, kNoSandbox, error.what());
+} catch (const std::exception& error) {
+  return Refuse(options, kFailed, error.what());
+}
+
 }  // namespace
 
 void AddApply(CLI::App& app, Chosen& chosen,
@@ -96,7 +126,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
     if (options->hold && !options->program.empty()) {
       throw CLI::ValidationError("--hold", "a command ends the session; leave out one of the two");
     }
-    chosen = [options] { return Apply(*options); };
+    chosen = [options] { return ApplyOrRefuse(*options); };
   });
 }
 

@@ -66,6 +66,7 @@ Json Lines(const std::string& text) {
 
 std::string ToJson(const Session& session, const std::string& progress, int status) {
   Json json;
+  json["error"] = nullptr;
   json["where"] = session.where;
   json["emulated"] = session.emulated;
   json["plugin"] = session.plugin;

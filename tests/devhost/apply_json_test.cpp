@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "tests/devhost/kaehost.h"
 #include "tests/devhost/temp_folder.h"
@@ -16,6 +17,15 @@ namespace {
 
 class Json : public testing::Test {
  protected:
+  static void ExpectRefused(std::vector<std::string> arguments, int status,
+                            const std::string& error) {
+    arguments.insert(arguments.begin(), {"apply", "--json"});
+    const Outcome run = Kaehost(arguments);
+    EXPECT_EQ(run.status, status) << error;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(json::parse(run.out, nullptr, false), json({{"error", error}, {"status", status}}));
+  }
+
   const TempFolder folder_;
   // One value of each kind that a request can have in a private namespace.
   const std::string document_ =
@@ -32,6 +42,7 @@ TEST_F(Json, IsOneDocumentWithAllOfIt) {
   EXPECT_EQ(run.status, 4);
   EXPECT_EQ(run.err, "");
   const json told = json::parse(run.out);
+  EXPECT_EQ(told["error"], nullptr);
   EXPECT_EQ(told["where"], "private");
   EXPECT_EQ(told["plugin"], "TCP, version 001.000");
   EXPECT_EQ(told["command_status"], nullptr);
@@ -90,6 +101,17 @@ TEST_F(Json, TellsErrorsToo) {
     EXPECT_EQ(refused["requests"][0]["detail"], "[/proc/sys/net/core/rmem_max]: Permission denied");
     EXPECT_THAT(refused["emulated"], IsEmpty());
   }
+}
+
+TEST_F(Json, SaysWhyNothingWasDone) {
+  const std::string nowhere = folder_.Path("nowhere.xml");
+  ExpectRefused({nowhere}, 2, nowhere + ": cannot be read: No such file or directory");
+  const std::string broken = TestPlugin("null_pointer");
+  ExpectRefused({document_, "--plugin", broken}, 3,
+                broken + ": is no plug-in: its this_kae_plugin is null");
+  ExpectRefused({document_, "--netns", "/nowhere"}, 77,
+                "the network namespace /nowhere cannot be entered: No such file or directory; `ip "
+                "netns list` names those that exist, and entering one takes root");
 }
 
 TEST_F(Json, SaysWhere) {
