@@ -137,13 +137,14 @@ TEST_F(Apply, AsIsShowsTheErrorReplyAndTheRollback) {
     return;
   }
   EXPECT_EQ(run.status, 1);
+  const std::string advice =
+      "kaehost: the core files are read-only in every network namespace but the machine's first; "
+      "scratch files stand in for them, but not with --as-is or --live\n";
   ExpectInOrder(
       run.out,
       {"file write error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
-       "\nkaehost: reply: error: file error: [/proc/sys/net/core/rmem_max]: Permission denied\n"
-       "kaehost: the core files are read-only in every network namespace but the machine's first; "
-       "scratch files stand in for them, but not with --as-is or --live\n",
-       "\n  tcp_sack  restored  1       0      1\n", ": 1 restored\n",
+       "\nkaehost: reply: error: file error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
+       advice, "\n  tcp_sack  restored  1       0      1\n", ": 1 restored\n",
        "kaehost: layer released; every tunable is back at its value\n"});
 }
 

@@ -15,8 +15,9 @@ namespace second_host {
 
 Document::Document(const std::string& setting, const std::string& value)
     : content_(new kaml_content{kaml_intern("tcp-settings"), "", nullptr}) {
-  content_->child.reset(new kaml_content{kaml_intern(setting.c_str()), "", nullptr});
-  content_->child->child.reset(new kaml_content{nullptr, value, nullptr});
+  auto text = std::make_unique<kaml_content>(kaml_content{nullptr, value, nullptr});
+  content_->child = std::make_unique<kaml_content>(
+      kaml_content{kaml_intern(setting.c_str()), "", std::move(text)});
 }
 
 Document::~Document() { delete content_; }
