@@ -108,6 +108,13 @@ TEST_F(Live, SignalAmongTheRequestsLeavesOutTheRestAndRestores) {
   EXPECT_THAT(run.out, HasSubstr(kBack));
 }
 
+TEST_F(Live, SignalInTheEndInterruptsNothing) {
+  const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
+                               TestPlugin("interrupts_its_release"), "--", "true"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr(kBack));
+}
+
 TEST_F(Live, CommandIsNotRunAfterASignal) {
   const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
                                TestPlugin("interrupts_its_host"), "--", "echo", "ran"});

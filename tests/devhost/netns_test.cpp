@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "tests/devhost/kaehost.h"
@@ -20,6 +21,11 @@ std::string FinTimeout() {
   std::string value;
   std::ifstream(kFinTimeout) >> value;
   return value;
+}
+
+std::string Mounts() {
+  std::ifstream file("/proc/self/mountinfo");
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 class NetworkNamespace : public testing::Test {
@@ -42,6 +48,14 @@ TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
                     ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"),
                     HasSubstr("every tunable is back at its value\n")));
   EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(NetworkNamespace, HasNoMountsLeftOverItsTunables) {
+  const std::string before = Mounts();
+  const Outcome run =
+      Kaehost({"apply", "--netns", "/proc/self/ns/net", "--whole-catalogue", document});
+  EXPECT_THAT(run.out, HasSubstr("emulated by scratch files: "));
+  EXPECT_EQ(Mounts(), before);
 }
 
 TEST_F(NetworkNamespace, IsNotTouchedByAPrivateOne) {

@@ -77,6 +77,18 @@ void ForbidNewFileSystems() {
   prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
 }
 
+void ForbidSockets() {
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter = {std::size(program), program};
+  prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+  prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+}
+
 class Surroundings : public testing::Test {
  protected:
   Outcome Apply(const std::function<void()>& prepare) const {
@@ -162,6 +174,16 @@ TEST_F(Surroundings, ScratchFileThatCannotBeLaidIsToldWithTheWayWithoutIt) {
   EXPECT_EQ(run.err,
             "kaehost: /proc/sys/net/core/rmem_max is read-only here, and no scratch file can be "
             "laid over it: Operation not permitted; --as-is does without\n");
+}
+
+TEST_F(Surroundings, LoopbackThatStaysDownIsToldAfterTheRelease) {
+  const Outcome run = Kaehost({"apply", document_, "--", "echo", "ran"}, ForbidSockets);
+  EXPECT_EQ(run.status, 77);
+  EXPECT_THAT(run.out, AllOf(HasSubstr("kaehost: layer released; every tunable is back"),
+                             Not(HasSubstr("ran\n"))));
+  EXPECT_EQ(run.err,
+            "kaehost: the loopback interface cannot be brought up: Operation not permitted; a "
+            "command cannot be tried here\n");
 }
 
 TEST_F(Surroundings, OutputToAFullDeviceIsAFailure) {
