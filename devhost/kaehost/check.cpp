@@ -1,6 +1,5 @@
 // kaehost check: what is to be mended in documents, without applying them.
 
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -47,8 +46,8 @@ struct Result {
 Result Check(const std::string& path) try {
   const Document document = Document::Read(path);
   Result result = {path, "", FindingsIn(document)};
-  if (result.findings.empty() && std::filesystem::is_regular_file(path)) {
-    result.findings = FindingsOfSchema(path, document);
+  if (result.findings.empty()) {
+    result.findings = FindingsOfSchema(document);
   }
   return result;
 } catch (const DocumentError& error) {

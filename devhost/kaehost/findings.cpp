@@ -60,6 +60,7 @@ class Search {
 
  private:
   void LookAtElement(const kaml_content& element);
+  void LookAtAttributes(const kaml_content& element);
   void LookAtValue(const CatalogueEntry& entry, const kaml_content& element);
   void LookAtText(const kaml_content& text);
   void Add(Position place, const std::string& sentence) { findings_.push_back({place, sentence}); }
@@ -79,6 +80,7 @@ std::vector<Finding> Search::Run(const Document& document) {
                          "outermost element tcp-settings");
     return findings_;
   }
+  LookAtAttributes(*root);
   for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
     if (c->type == kElement) {
       LookAtElement(*c);
@@ -106,7 +108,14 @@ void Search::LookAtElement(const kaml_content& element) {
                            " already, and the last one counts; remove one of the two");
     earlier->second = element.begin;
   }
+  LookAtAttributes(element);
   LookAtValue(*entry, element);
+}
+
+void Search::LookAtAttributes(const kaml_content& element) {
+  if (element.has_attributes) {
+    Add(element.begin, std::string(element.name) + ": attributes are passed over; remove them");
+  }
 }
 
 void Search::LookAtValue(const CatalogueEntry& entry, const kaml_content& element) {

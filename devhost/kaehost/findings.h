@@ -17,9 +17,8 @@ struct Finding {
 // to have them, in the order of the file.
 std::vector<Finding> FindingsIn(const Document& document);
 
-// Answers what is to be mended in the XML file at `path` besides, of which `document` was made and
-// which has no findings otherwise: attributes, which are no part of a document, and whatever else
-// the schema does not allow. Throws DocumentError where the file is not what it was any more.
-std::vector<Finding> FindingsOfSchema(const std::string& path, const Document& document);
+// Answers the first thing in a document that the schema does not allow, in the words of the
+// schema's library, which say little: for documents in which nothing else is found.
+std::vector<Finding> FindingsOfSchema(const Document& document);
 
 }  // namespace devhost

@@ -1,9 +1,9 @@
 #include <libxml/parser.h>
 #include <libxml/relaxng.h>
 
-#include <algorithm>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "devhost/kaehost/findings.h"
 #include "devhost/kaehost/schema_text.h"
@@ -18,73 +18,83 @@ struct Freed {
 template <class Object, void Free(Object*)>
 using Owned = std::unique_ptr<Object, Freed<Object, Free>>;
 
+template <class Object>
+Object* NotNull(Object* object) {
+  if (object == nullptr) {
+    throw std::bad_alloc();
+  }
+  return object;
+}
+
 using Grammar = Owned<xmlRelaxNG, xmlRelaxNGFree>;
 
 Grammar NewGrammar() {
   const Owned<xmlRelaxNGParserCtxt, xmlRelaxNGFreeParserCtxt> parser(
-      xmlRelaxNGNewMemParserCtxt(kSchemaText, sizeof kSchemaText - 1));
-  Grammar grammar(xmlRelaxNGParse(parser.get()));
-  if (grammar == nullptr) {
-    throw std::bad_alloc();
-  }
-  return grammar;
+      NotNull(xmlRelaxNGNewMemParserCtxt(kSchemaText, sizeof kSchemaText - 1)));
+  return Grammar(NotNull(xmlRelaxNGParse(parser.get())));
 }
 
-// The library's sentences say little, the further ones less than the first.
+// Below a value's element the schema allows nothing, so how it goes on there does not matter.
+constexpr int kLevels = 2;
+
+const xmlChar* Chars(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
+// Adds the element as the library has elements, with all of its text in one piece. Where it stands
+// among elements does not matter to the schema, and comments have no part in it.
+void AddCopy(xmlNode* parent, const kaml_content& element, int levels) {
+  xmlNode* copy = xmlAddChild(parent, NotNull(xmlNewNode(nullptr, Chars(element.name))));
+  copy->_private = const_cast<kaml_content*>(&element);
+  std::string text;
+  for (const kaml_content* c = element.first_child; c != nullptr; c = c->next) {
+    if (c->type == kText) {
+      text += c->text;
+    } else if (c->type == kElement && levels > 0) {
+      AddCopy(copy, *c, levels - 1);
+    }
+  }
+  if (!text.empty()) {
+    xmlAddChild(copy, NotNull(xmlNewText(Chars(text.c_str()))));
+  }
+}
+
+using Tree = Owned<xmlDoc, xmlFreeDoc>;
+
+Tree NewTree(const Document& document) {
+  Tree tree(NotNull(xmlNewDoc(nullptr)));
+  for (const kaml_content* c = document.contents(); c != nullptr; c = c->next) {
+    if (c->type == kElement) {
+      AddCopy(reinterpret_cast<xmlNode*>(tree.get()), *c, kLevels);
+    }
+  }
+  return tree;
+}
+
+// The further sentences of the library say less than the first.
 void TakeError(void* findings, xmlErrorPtr error) {
   auto& found = *static_cast<std::vector<Finding>*>(findings);
   if (found.empty()) {
+    const auto* node = static_cast<const xmlNode*>(error->node);
+    const auto* element = node != nullptr ? static_cast<kaml_content*>(node->_private) : nullptr;
     std::string sentence = error->message;
     sentence.erase(sentence.find_last_not_of('\n') + 1);
     found.push_back({
-        {std::max(error->line, 1), 1},
+        element != nullptr ? element->begin : Position{1, 1},
         sentence + "; write the element as the schema has it"
     });
   }
 }
 
-const kaml_content* NextElement(const kaml_content* content) {
-  while (content != nullptr && content->type != kElement) {
-    content = content->next;
-  }
-  return content;
-}
-
-// Elements of the file and of the document come in the same order.
-void FindAttributes(const xmlNode* node, const kaml_content* element,
-                    std::vector<Finding>* findings) {
-  if (element == nullptr) {
-    throw DocumentError("the file has changed meanwhile; check it again");
-  }
-  if (node->properties != nullptr || node->nsDef != nullptr) {
-    findings->push_back(
-        {element->begin, std::string(element->name) + ": attributes are passed over; remove them"});
-  }
-  const kaml_content* child = NextElement(element->first_child);
-  for (const xmlNode* n = xmlFirstElementChild(const_cast<xmlNode*>(node)); n != nullptr;
-       n = xmlNextElementSibling(const_cast<xmlNode*>(n))) {
-    FindAttributes(n, child, findings);
-    child = NextElement(child->next);
-  }
-}
-
 }  // namespace
 
-std::vector<Finding> FindingsOfSchema(const std::string& path, const Document& document) {
-  const Owned<xmlDoc, xmlFreeDoc> file(
-      xmlReadFile(path.c_str(), nullptr,
-                  XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-  if (file == nullptr) {
-    throw DocumentError(path + ": has changed meanwhile; check it again");
-  }
+std::vector<Finding> FindingsOfSchema(const Document& document) {
+  const Tree tree = NewTree(document);
+  const Grammar grammar = NewGrammar();
+  const Owned<xmlRelaxNGValidCtxt, xmlRelaxNGFreeValidCtxt> validation(
+      NotNull(xmlRelaxNGNewValidCtxt(grammar.get())));
   std::vector<Finding> findings;
-  FindAttributes(xmlDocGetRootElement(file.get()), NextElement(document.contents()), &findings);
-  if (findings.empty()) {
-    const Grammar grammar = NewGrammar();
-    const Owned<xmlRelaxNGValidCtxt, xmlRelaxNGFreeValidCtxt> validation(
-        xmlRelaxNGNewValidCtxt(grammar.get()));
-    xmlRelaxNGSetValidStructuredErrors(validation.get(), TakeError, &findings);
-    xmlRelaxNGValidateDoc(validation.get(), file.get());
+  xmlRelaxNGSetValidStructuredErrors(validation.get(), TakeError, &findings);
+  if (xmlRelaxNGValidateDoc(validation.get(), tree.get()) < 0) {
+    throw std::bad_alloc();
   }
   return findings;
 }

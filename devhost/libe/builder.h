@@ -14,8 +14,9 @@ class Builder {
  public:
   explicit Builder(Document* document) : document_(document) {}
 
-  void StartElement(const char* name, Position begin) {
+  void StartElement(const char* name, bool has_attributes, Position begin) {
     kaml_content* element = document_->AddElement(Parent(), name);
+    element->has_attributes = has_attributes;
     element->begin = begin;
     open_.push(element);
     ++contents_;

@@ -10,8 +10,9 @@
 // One node of a document, owned by its Document.
 struct kaml_content {
   int type;
-  const char* name;  // interned; null for what is no element
-  std::string text;  // empty for what is no text
+  bool has_attributes = false;  // namespace declarations among them; they are no contents
+  const char* name;             // interned; null for what is no element
+  std::string text;             // empty for what is no text
   kaml_content* next = nullptr;
   kaml_content* first_child = nullptr;
   kaml_content* last_child = nullptr;

@@ -106,9 +106,9 @@ Reading::Parser Reading::NewParser(Reading* reading) {
 // Nothing is fetched from outside: there is no handler that would.
 xmlSAXHandler Reading::Handler() {
   xmlSAXHandler handler = {};
-  handler.startElement = [](void* self, const xmlChar* name, const xmlChar** /*attributes*/) {
+  handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) {
     TryPart(self, [&](Reading& reading) {
-      reading.builder_.StartElement(Chars(name), reading.BeginOfTag());
+      reading.builder_.StartElement(Chars(name), attributes != nullptr, reading.BeginOfTag());
       reading.text_begin_ = EndOf(">", reading.Here());
     });
   };
