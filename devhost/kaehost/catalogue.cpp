@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace devhost {
 namespace {
+
+using std::string_view_literals::operator""sv;
 
 constexpr CatalogueEntry kEntries[] = {
     {"rmem_max",                 "core/rmem_max",                 "2621440", 0, false},
@@ -77,8 +80,21 @@ const CatalogueEntry* FindInCatalogue(std::string_view element) {
   return found != std::end(kEntries) ? found : nullptr;
 }
 
-bool MayBeNegative(const CatalogueEntry& entry) {
-  return entry.element == std::string_view("tcp_adv_win_scale");
+std::string AboutNumber(const CatalogueEntry& entry, long long number) {
+  const bool may_be_negative = entry.element == "tcp_adv_win_scale"sv;
+  if (number < 0 && !may_be_negative) {
+    return "is negative; write a number from 0 up";
+  }
+  // Kernels keep pages of memory in a long, all else in an int or less.
+  using Int = std::numeric_limits<int>;
+  const bool is_long = entry.file == "ipv4/tcp_mem"sv;
+  if (!is_long && number > Int::max()) {
+    return "is more than a kernel takes; write a number up to " + std::to_string(Int::max());
+  }
+  if (number < Int::min()) {
+    return "is less than a kernel takes; write a number from " + std::to_string(Int::min()) + " up";
+  }
+  return "";
 }
 
 }  // namespace devhost

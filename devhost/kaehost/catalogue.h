@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace devhost {
@@ -21,7 +22,8 @@ std::span<const CatalogueEntry> Catalogue();
 // Answers the entry of the element, null for a name that the plug-in does not know.
 const CatalogueEntry* FindInCatalogue(std::string_view element);
 
-// Whether values below 0 have a meaning there.
-bool MayBeNegative(const CatalogueEntry& entry);
+// Answers why no kernel takes the number there and what to do about it, empty where some kernel
+// may. Many kernels are narrower: what they make of it shows when it is applied.
+std::string AboutNumber(const CatalogueEntry& entry, long long number);
 
 }  // namespace devhost

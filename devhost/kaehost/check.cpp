@@ -18,7 +18,7 @@ constexpr const char* kFooter =
   what is no well-formed XML, or more than a document may be
   elements that the plug-in does not know or passes over, or that are there twice
   text between elements
-  values that are no whole numbers, or not written in decimal
+  values that are no whole numbers, more than any kernel takes, or not written in decimal
   whatever else the schema of documents does not allow
 
 Examples:

@@ -16,6 +16,15 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kRoot = "tcp-settings";
 
+// Nobody mends more at a time, and a document may have millions.
+constexpr std::size_t kMostFindings = 1000;
+
+// A sentence begins with the element's name, which may be of any length.
+std::string NameOf(const kaml_content& element) {
+  constexpr std::size_t kLongest = 64;
+  return Shown(element.name, kLongest) + ": ";
+}
+
 std::string_view Trimmed(std::string_view text) {
   const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
@@ -32,10 +41,10 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   }
   const std::optional<long long> number = Number(std::string(value));
   if (!number) {
-    return Quoted(text) + " is no whole number; write one";
+    return Quoted(text) + " is no whole number to the kernel; write one";
   }
-  if (*number < 0 && !MayBeNegative(entry)) {
-    return Quoted(text) + " is negative; write a number from 0 up";
+  if (const std::string sentence = AboutNumber(entry, *number); !sentence.empty()) {
+    return Quoted(text) + ' ' + sentence;
   }
   if (text != std::to_string(*number)) {
     return Quoted(text) + " reaches the kernel as it is written; write " + std::to_string(*number);
@@ -75,8 +84,8 @@ std::vector<Finding> Search::Run(const Document& document) {
     root = root->next;
   }
   if (root->name != kRoot) {
-    Add(root->begin, std::string(root->name) +
-                         ": is no tcp-settings, so the request is left unanswered; name the "
+    Add(root->begin, NameOf(*root) +
+                         "is no tcp-settings, so the request is left unanswered; name the "
                          "outermost element tcp-settings");
     return findings_;
   }
@@ -87,12 +96,16 @@ std::vector<Finding> Search::Run(const Document& document) {
     } else if (c->type == kText) {
       LookAtText(*c);
     }
+    if (findings_.size() >= kMostFindings && c->next != nullptr) {
+      Add(findings_.back().place, "nothing is looked at from here on; mend what is found so far");
+      break;
+    }
   }
   return findings_;
 }
 
 void Search::LookAtElement(const kaml_content& element) {
-  const std::string name = std::string(element.name) + ": ";
+  const std::string name = NameOf(element);
   const CatalogueEntry* entry = FindInCatalogue(element.name);
   if (entry == nullptr) {
     Add(element.begin, name + AboutUnknownElement(element.name));
@@ -114,12 +127,12 @@ void Search::LookAtElement(const kaml_content& element) {
 
 void Search::LookAtAttributes(const kaml_content& element) {
   if (element.has_attributes) {
-    Add(element.begin, std::string(element.name) + ": attributes are passed over; remove them");
+    Add(element.begin, NameOf(element) + "attributes are passed over; remove them");
   }
 }
 
 void Search::LookAtValue(const CatalogueEntry& entry, const kaml_content& element) {
-  const std::string name = std::string(entry.element) + ": ";
+  const std::string name = NameOf(element);
   const kaml_content& text = *element.first_child;
   if (text.next != nullptr) {
     Add(element.begin, name + "what follows its first text, " + Quoted(text.text) +

@@ -34,6 +34,9 @@ Grammar NewGrammar() {
   return Grammar(NotNull(xmlRelaxNGParse(parser.get())));
 }
 
+// The place of a finding until it is known.
+constexpr Position kNowhere = {1, 1};
+
 // Below a value's element the schema allows nothing, so how it goes on there does not matter.
 constexpr int kLevels = 2;
 
@@ -69,18 +72,17 @@ Tree NewTree(const Document& document) {
   return tree;
 }
 
-// The further sentences of the library say less than the first.
+// The first sentence of the library says the most; where it is only a further one may know.
 void TakeError(void* findings, xmlErrorPtr error) {
   auto& found = *static_cast<std::vector<Finding>*>(findings);
   if (found.empty()) {
-    const auto* node = static_cast<const xmlNode*>(error->node);
-    const auto* element = node != nullptr ? static_cast<kaml_content*>(node->_private) : nullptr;
     std::string sentence = error->message;
     sentence.erase(sentence.find_last_not_of('\n') + 1);
-    found.push_back({
-        element != nullptr ? element->begin : Position{1, 1},
-        sentence + "; write the element as the schema has it"
-    });
+    found.push_back({kNowhere, sentence + "; write the element as the schema has it"});
+  }
+  const auto* node = static_cast<const xmlNode*>(error->node);
+  if (found[0].place.line == kNowhere.line && node != nullptr && node->_private != nullptr) {
+    found[0].place = static_cast<const kaml_content*>(node->_private)->begin;
   }
 }
 

@@ -44,10 +44,8 @@ std::string AboutValue(const std::string& value, const CatalogueEntry& entry) {
   if (!number || value.front() == '+') {
     return Quoted(value) + " is no whole number to the kernel; write one";
   }
-  if (*number < 0 && !MayBeNegative(entry)) {
-    return Quoted(value) + " is negative; write a number from 0 up";
-  }
-  return "";
+  const std::string sentence = AboutNumber(entry, *number);
+  return sentence.empty() ? "" : Quoted(value) + ' ' + sentence;
 }
 
 // Answers why the line cannot be carried, empty where it can.

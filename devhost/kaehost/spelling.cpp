@@ -1,6 +1,7 @@
 #include "devhost/kaehost/spelling.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 #include <vector>
 
@@ -27,6 +28,16 @@ std::size_t Distance(std::string_view one, std::string_view other) {
   return row.back();
 }
 
+// The name as the catalogue would write it: without a prefix, folders as in "net.ipv4." among them,
+// and in small letters.
+std::string Plain(std::string_view name) {
+  std::string plain(name.substr(name.find_last_of(".:") + 1));
+  std::transform(plain.begin(), plain.end(), plain.begin(), [](unsigned char letter) {
+    return letter == '-' ? '_' : static_cast<char>(std::tolower(letter));
+  });
+  return plain;
+}
+
 // The elements whose file bears the name.
 std::string ElementsOfFile(std::string_view name) {
   std::string elements;
@@ -40,9 +51,6 @@ std::string ElementsOfFile(std::string_view name) {
 }
 
 std::string Nearest(std::string_view name) {
-  if (name.size() > kLongestName) {
-    return "";
-  }
   const auto distance = [name](const CatalogueEntry& entry) {
     return Distance(name, entry.element);
   };
@@ -56,9 +64,11 @@ std::string Nearest(std::string_view name) {
 }  // namespace
 
 std::string AboutUnknownElement(std::string_view name) {
-  std::string meant = ElementsOfFile(name);
-  if (meant.empty()) {
-    meant = Nearest(name);
+  std::string meant;
+  if (name.size() <= kLongestName) {
+    const std::string plain = Plain(name);
+    meant = ElementsOfFile(plain);
+    meant = meant.empty() ? Nearest(plain) : meant;
   }
   return meant.empty() ? "unknown element, which is passed over; remove it"
                        : "unknown element, did you mean " + meant + "?";

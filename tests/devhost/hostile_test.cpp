@@ -1,4 +1,4 @@
-// kaehost apply with documents as large as they get. It prints what each took.
+// kaehost apply and check with documents as large as they get. It prints what each took.
 
 #include <gmock/gmock.h>
 
@@ -11,6 +11,7 @@
 #include "tests/devhost/temp_folder.h"
 
 using testing::ContainsRegex;
+using testing::EndsWith;
 using testing::StartsWith;
 
 namespace {
@@ -27,9 +28,9 @@ std::string Repeated(const std::string& text, int times) {
   return all;
 }
 
-Outcome ApplyOnASmallStack(const std::string& path) {
+Outcome OnASmallStack(const std::string& command, const std::string& path) {
   const auto start = std::chrono::steady_clock::now();
-  Outcome run = Kaehost({"apply", path}, TakeASmallStack);
+  Outcome run = Kaehost({command, path}, TakeASmallStack);
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
   std::printf("%s: %.1f seconds, %ld MiB\n",
               testing::UnitTest::GetInstance()->current_test_info()->name(), took.count(),
@@ -39,10 +40,20 @@ Outcome ApplyOnASmallStack(const std::string& path) {
 
 class HostileDocument : public testing::Test {
  protected:
+  // Expects that kaehost check finds so many things in a document, with little stack
+  // and memory.
+  void ExpectFindings(const std::string& contents, const std::string& findings) const {
+    const Outcome run = OnASmallStack(
+        "check", folder_.Write("document.xml", "<tcp-settings>" + contents + "</tcp-settings>"));
+    EXPECT_THAT(run.out, EndsWith("document.xml: " + findings + '\n'));
+    EXPECT_LT(run.peak_memory, 2 * kGibibyte);
+  }
+
   // Expects that a document reaches the plug-in with its last setting, tcp_sack, behind `contents`.
   void ExpectApplied(const std::string& contents) const {
-    const Outcome run = ApplyOnASmallStack(folder_.Write(
-        "document.xml", "<tcp-settings>" + contents + "<tcp_sack>0</tcp_sack></tcp-settings>"));
+    const Outcome run = OnASmallStack(
+        "apply", folder_.Write("document.xml", "<tcp-settings>" + contents +
+                                                   "<tcp_sack>0</tcp_sack></tcp-settings>"));
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
     EXPECT_LT(run.peak_memory, 2 * kGibibyte);
@@ -67,7 +78,7 @@ TEST_F(HostileDocument, OfTwoHundredMebibytesOfTextIsApplied) {
 
 TEST_F(HostileDocument, OfEndlessSiblingsIsRefused) {
   const FilledPipe pipe("<tcp-settings>\n", Repeated("<x/>", 16'384));
-  const Outcome run = ApplyOnASmallStack(pipe.path());
+  const Outcome run = OnASmallStack("apply", pipe.path());
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "kaehost: " + pipe.path() +
                          ":2: the document has more than 32 Mi elements, texts and comments; "
@@ -77,8 +88,21 @@ TEST_F(HostileDocument, OfEndlessSiblingsIsRefused) {
 
 TEST_F(HostileDocument, OfEndlessLevelsIsRefused) {
   const FilledPipe pipe("<tcp-settings>\n", Repeated("<x>", 16'384));
-  const Outcome run = ApplyOnASmallStack(pipe.path());
+  const Outcome run = OnASmallStack("apply", pipe.path());
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.err, StartsWith("kaehost: " + pipe.path() + ":2: the document has more than"));
   EXPECT_LT(run.peak_memory, 5 * kGibibyte);
+}
+
+TEST_F(HostileDocument, OfTenMillionUnknownElementsIsChecked) {
+  ExpectFindings(Repeated("<x>1</x>", kMany), "1001 findings");
+}
+
+TEST_F(HostileDocument, OfTenMillionLevelsIsChecked) {
+  ExpectFindings("<tcp_sack>0" + Repeated("<x>", kMany) + Repeated("</x>", kMany) + "</tcp_sack>",
+                 "1 finding");
+}
+
+TEST_F(HostileDocument, OfFiveMillionCommentsIsChecked) {
+  ExpectFindings(Repeated("<!---->\n", kMany / 2), "nothing to mend");
 }

@@ -85,6 +85,9 @@ const std::vector<Case> kCases = {
      ":1: net.ipv4.tcp_rmem: \"1,2,3\" is no whole number to the kernel; write one\n"},
     {"net.ipv4.tcp_rmem = 1 2 -3", "",
      ":1: net.ipv4.tcp_rmem: \"-3\" is negative; write a number from 0 up\n"},
+    {"net.ipv4.tcp_rmem = 1 2 2147483648", "",
+     ":1: net.ipv4.tcp_rmem: \"2147483648\" is more than a kernel takes; write a number up to "
+     "2147483647\n"},
     {"net.ipv4.tcp_sack = 0 # off", "",
      ":1: net.ipv4.tcp_sack: \"#\" begins no comment after a value; give comments lines of their "
      "own\n"},
