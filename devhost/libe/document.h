@@ -55,8 +55,8 @@ class Document {
   // content, and nothing is fetched from outside the file.
   //
   // A document may be as deep as it likes, and needs no stack for it. It may not declare entities,
-  // be longer than 256 MiB, have more than 32 Mi contents, or spend more than 64 KiB on one tag,
-  // comment, CDATA section or document type declaration.
+  // be longer than 256 MiB, have more than 32 Mi contents or 64 Ki different names, or spend more
+  // than 64 KiB on one tag, comment, CDATA section or document type declaration.
   static Document Read(const std::string& path);
 
   // Adds a content at the end of `parent`'s children, or of the top level when `parent` is null,

@@ -17,6 +17,8 @@ namespace devhost {
 namespace {
 
 constexpr std::size_t kMaxContents = std::size_t{32} << 20;
+// The parser's dictionary stops growing, and from then on each new name takes longer than the last.
+constexpr int kMaxNames = 64 << 10;
 constexpr std::size_t kMaxReason = 200;
 constexpr const char* kNoXml = "cannot be read as XML: ";
 
@@ -157,7 +159,9 @@ void Reading::Try(void* reading, Step step) {
 template <class Step>
 void Reading::TryPart(void* reading, Step step) {
   Try(reading, [&](Reading& self) {
-    self.input_.EndMarkup(self.Line());
+    if (self.parser_->inSubset == 0) {  // the document type declaration is one thing, as a tag is
+      self.input_.EndMarkup(self.Line());
+    }
     step(self);
     if (self.builder_.contents() > kMaxContents) {
       self.input_.Refuse(self.Line(),
@@ -170,6 +174,10 @@ void Reading::TryPart(void* reading, Step step) {
 int Reading::Read(void* reading, char* buffer, int size) {
   std::size_t count = 0;
   Try(reading, [&](Reading& self) {
+    if (xmlDictSize(self.parser_->dict) > kMaxNames) {
+      self.input_.Refuse(self.Line(),
+                         "the document has more than 64 Ki different names; split it into several");
+    }
     count = self.input_.Read(buffer, static_cast<std::size_t>(size), self.Line());
   });
   return static_cast<int>(count);

@@ -42,6 +42,10 @@ std::vector<std::string> DocumentsWithALong(std::size_t size) {
   for (std::size_t i = 0; attributes.size() < size; ++i) {
     attributes += " a" + std::to_string(i) + "=''";
   }
+  std::string declarations;
+  while (declarations.size() < size) {
+    declarations += "<!ELEMENT b ANY><!-- x --><?p?>";
+  }
   return {
       "<r>\n<" + x + "/></r>\n",
       "<r>\n<a b='" + x + "'/></r>\n",
@@ -59,8 +63,24 @@ std::vector<std::string> DocumentsWithALong(std::size_t size) {
       "<!--\n--><!DOCTYPE r [<!ELEMENT " + x + " ANY>]><r/>\n",
       "<!--\n--><!DOCTYPE r [<!ELEMENT r (" + x + ")>]><r/>\n",
       "<!--\n--><!DOCTYPE r [<!ATTLIST r b CDATA '" + x + "'>]><r/>\n",
+      "<!--\n--><!DOCTYPE r [" + declarations + "]><r/>\n",
       "<r/><!-- \n -->" + std::string(size, ' ') + "\n",
   };
+}
+
+// Documents whose second line has `count` different names besides a few.
+std::vector<std::string> DocumentsWithNames(int count) {
+  std::string elements;
+  std::string attributes;
+  std::string instructions;
+  for (int i = 0; i < count; ++i) {
+    const std::string name = "b" + std::to_string(i);
+    elements += "<" + name + "/>";
+    attributes += "<a " + name + "=''/>";
+    instructions += "<?" + name + "?>";
+  }
+  return {"<r>\n" + elements + "</r>", "<r>\n" + attributes + "</r>",
+          "<r>\n" + instructions + "</r>", "\n" + instructions + "<r/>"};
 }
 
 }  // namespace
@@ -102,6 +122,19 @@ TEST_F(XmlLimits, RefuseWhatIsLongAndNoText) {
 
 TEST_F(XmlLimits, AllowSixtyFourKibibytes) {
   for (const std::string& bytes : DocumentsWithALong(65'500)) {
+    ExpectRead(bytes);
+  }
+}
+
+TEST_F(XmlLimits, RefuseMoreNamesThanAreQuicklyTold) {
+  for (const std::string& bytes : DocumentsWithNames(70'000)) {
+    ExpectRefused(bytes, 2,
+                  "the document has more than 64 Ki different names; split it into several");
+  }
+}
+
+TEST_F(XmlLimits, AllowSixtyFourKibiNames) {
+  for (const std::string& bytes : DocumentsWithNames(65'000)) {
     ExpectRead(bytes);
   }
 }
