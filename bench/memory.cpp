@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,7 +20,8 @@ namespace {
 struct Heap {
   int64_t allocations;  // how many there have been
   int64_t bytes;        // that they took, with what the allocator adds
-  int64_t live;         // bytes that have not been freed
+  int64_t kept;         // blocks that have not been freed
+  int64_t live;         // bytes of those
   int64_t peak;         // the most that were live at once
 };
 
@@ -29,6 +31,7 @@ void* Count(void* block) {
   if (block != nullptr) {
     const auto size = static_cast<int64_t>(malloc_usable_size(block));
     ++heap.allocations;
+    ++heap.kept;
     heap.bytes += size;
     heap.live += size;
     heap.peak = std::max(heap.peak, heap.live);
@@ -36,12 +39,18 @@ void* Count(void* block) {
   return block;
 }
 
-void Uncount(void* block) { heap.live -= static_cast<int64_t>(malloc_usable_size(block)); }
+void Uncount(void* block) {
+  if (block != nullptr) {
+    --heap.kept;
+    heap.live -= static_cast<int64_t>(malloc_usable_size(block));
+  }
+}
 
 }  // namespace
 
-extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
+// The C library's own, under the names that stay when the others are replaced.
+extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
@@ -57,8 +66,8 @@ void free(void* block) {
   Uncount(block);
   __libc_free(block);
 }
-// NOLINTEND(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
 }
+// NOLINTEND(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
 
 namespace {
 
@@ -68,13 +77,14 @@ Heap Taken(Act act) {
   const Heap before = heap;
   heap.peak = heap.live;
   act();
-  return {heap.allocations - before.allocations, heap.bytes - before.bytes, heap.live - before.live,
-          heap.peak - before.live};
+  return {heap.allocations - before.allocations, heap.bytes - before.bytes, heap.kept - before.kept,
+          heap.live - before.live, heap.peak - before.live};
 }
 
 void Report(benchmark::State& state, const Heap& taken) {
   state.counters["allocations"] = static_cast<double>(taken.allocations);
   state.counters["bytes"] = static_cast<double>(taken.bytes);
+  state.counters["kept"] = static_cast<double>(taken.kept);
   state.counters["live"] = static_cast<double>(taken.live);
   state.counters["peak"] = static_cast<double>(taken.peak);
 }

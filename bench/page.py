@@ -38,17 +38,23 @@ def passes_table(found):
                   "Pass / means", "Pass / floor (quartiles)", "One buffer / means"), rows)
 
 
+def profile_table(found):
+    return table(("Of a request's instructions in user space", ""),
+                 [(title, f"{share:.0%}") for title, share in found.profile()])
+
+
 def memory_table(found):
     layer = found.layer_memory()
     rows = [("a layer", f"{layer['allocations']:.0f}", f"{layer['bytes']:.0f}",
-             f"{layer['live']:.0f}", f"{layer['peak']:.0f}")]
+             f"{layer['kept']:.0f}", f"{layer['live']:.0f}", f"{layer['peak']:.0f}")]
     for settings in (0, 1, 10, 57):
         for characters in (7, 100):
             run = found.request_memory(settings, characters)
             rows.append((f"a request naming {settings}, {characters} characters each",
-                         f"{run['allocations']:.0f}", f"{run['bytes']:.0f}", f"{run['live']:.0f}",
-                         f"{run['peak']:.0f}"))
-    return table(("", "Allocations", "Bytes in all", "Bytes kept", "Most at once"), rows)
+                         f"{run['allocations']:.0f}", f"{run['bytes']:.0f}", f"{run['kept']:.0f}",
+                         f"{run['live']:.0f}", f"{run['peak']:.0f}"))
+    return table(("", "Allocations", "Bytes in all", "Blocks kept", "Bytes kept",
+                  "Most at once, bytes"), rows)
 
 
 def elements_table(found):
@@ -63,9 +69,12 @@ def elements_table(found):
 def namespaces_table(found):
     rows = []
     for count in results.NAMESPACES:
-        layers, shell = (found.namespaces(kind, count) for kind in ("Layers", "Shell"))
-        rows.append((str(count), f"{layers:.1f}", f"{shell:.1f}", f"{shell / layers:.1f}"))
-    return table(("Namespaces", "Layers of one process, ms", "Shell loop, ms", "Ratio"), rows)
+        run = found.namespaces(count)
+        layers, again, shell = (run[f"{way}_ms"] for way in ("layers", "again", "shell"))
+        rows.append((str(count), str(run["iterations"]), f"{layers:.1f}", f"{shell:.1f}",
+                     f"{shell / layers:.1f}", f"{again:.1f}"))
+    return table(("Namespaces", "Rounds", "A layer in each, ms", "Shell loop, ms",
+                  "Shell / layers", "A second request to each, ms"), rows)
 
 
 def peers_table(found):
@@ -127,7 +136,8 @@ def write(found, rows, docs):
     plot_documents(found, docs / "pictures" / "documents.svg")
     plot_peers(found, docs / "pictures" / "peers.svg")
     parts = {"machine": [found.machine()], "budgets": budgets_table(rows),
-             "passes": passes_table(found), "memory": memory_table(found),
+             "passes": passes_table(found), "profile": profile_table(found),
+             "memory": memory_table(found),
              "elements": elements_table(found), "namespaces": namespaces_table(found),
              "peers": peers_table(found), "loading": loading_table(found)}
     file = docs / "performance.md"

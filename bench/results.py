@@ -9,18 +9,24 @@ import statistics
 import subprocess
 import tempfile
 
+import callgrind
+
 OUTPUTS = ("/dev/null", "pipe", "file")  # as bench/output.h numbers them
 SIZES = [10**n for n in range(7)]
 NAMESPACES = [10**n for n in range(4)]
 
 
 class Results:
-    def __init__(self, folder, library, surplus_calls):
+    def __init__(self, folder, library, calls_differ):
+        self.folder = pathlib.Path(folder)
         self.library = library
-        self.surplus_calls = surplus_calls
+        self.calls_differ = calls_differ
         self.runs = {}  # name without the manner of measuring, to a list of runs
-        for file in sorted(pathlib.Path(folder).glob("*.json")):
-            for run in json.loads(file.read_text())["benchmarks"]:
+        self.load = 0.0  # the highest load average that a benchmark found at its start
+        for file in sorted(self.folder.glob("*.json")):
+            found = json.loads(file.read_text())
+            self.load = max(self.load, found["context"]["load_avg"][0])
+            for run in found["benchmarks"]:
                 if run.get("run_type") != "aggregate":
                     name = re.sub(r"/(iterations|repeats|min_time|manual_time|real_time)[^/]*", "",
                                   run["name"])
@@ -32,6 +38,10 @@ class Results:
     def passed(self, name, output):
         """A pass of a layer: its times in microseconds and its ratios."""
         return self.one(f"{name}/output:{OUTPUTS.index(output)}")
+
+    def profile(self):
+        """Pairs of what a request does in user space and its share of the instructions."""
+        return callgrind.shares(self.folder / "request.callgrind")
 
     def element_times(self, kind):
         """Pairs of size and time of one request in microseconds."""
@@ -65,9 +75,9 @@ class Results:
     def request_memory(self, settings, characters):
         return self.one(f"RequestMemory/settings:{settings}/characters:{characters}")
 
-    def namespaces(self, kind, count):
-        """Milliseconds."""
-        return self.one(f"{kind}InNamespaces/namespaces:{count}")["real_time"]
+    def namespaces(self, count):
+        """Times in milliseconds."""
+        return self.one(f"Namespaces/count:{count}")
 
     def stripped_size(self):
         with tempfile.NamedTemporaryFile() as stripped:
@@ -80,10 +90,10 @@ class Results:
                                  text=True).stdout
         return len(re.findall(r" R_\w+", listing))
 
-    @staticmethod
-    def machine():
+    def machine(self):
         model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
         memory = re.search(r"MemTotal: *(\d+)", pathlib.Path("/proc/meminfo").read_text())
         count = len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M))
         return (f"{model[1] if model else platform.machine()}, {count} cores, "
-                f"{int(memory[1]) / 2**20:.0f} GiB; Linux {platform.release()}")
+                f"{int(memory[1]) / 2**20:.0f} GiB; Linux {platform.release()}; "
+                f"load average at most {self.load:.1f}, of which these measurements make 1 to 2")
