@@ -96,4 +96,4 @@ class Results:
         count = len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M))
         return (f"{model[1] if model else platform.machine()}, {count} cores, "
                 f"{int(memory[1]) / 2**20:.0f} GiB; Linux {platform.release()}; "
-                f"load average at most {self.load:.1f}, of which these measurements make 1 to 2")
+                f"load average at most {self.load:.1f}")
