@@ -7,7 +7,7 @@
 namespace devhost {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr CatalogueEntry kEntries[] = {
     {"rmem_max",                 "core/rmem_max",                 "2621440", 0, false},
