@@ -6,7 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "devhost/kaehost/plugin.h"
 
@@ -14,6 +17,19 @@ namespace devhost {
 namespace {
 
 using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
+
+// Null for what is no regular file.
+Handle Open(const std::string& path) {
+  elf_version(EV_CURRENT);
+  std::error_code unreadable;
+  const bool is_file = std::filesystem::is_regular_file(path, unreadable);
+  const int fd = is_file ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
+  Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
+  if (fd != -1) {
+    close(fd);
+  }
+  return file;
+}
 
 // The number of a section's entries; a loader does not look at sections, so they may be nonsense.
 int CountOf(const GElf_Shdr& header) {
@@ -47,14 +63,26 @@ void ReadNeeds(Elf* file, Elf_Data* data, const GElf_Shdr& header, SharedLibrary
 
 }  // namespace
 
-SharedLibrary ReadSharedLibrary(const std::string& path) {
-  elf_version(EV_CURRENT);
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  const Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
-  close(fd);
-  if (file == nullptr || elf_kind(file.get()) != ELF_K_ELF) {
-    throw PluginError(path + ": cannot be read as a library: " + elf_errmsg(-1));
+bool LacksItsEnd(const std::string& path) {
+  const Handle file = Open(path);
+  std::size_t size = 0;
+  std::size_t count = 0;
+  if (elf_rawfile(file.get(), &size) == nullptr || elf_getphdrnum(file.get(), &count) != 0) {
+    return false;
   }
+  for (std::size_t i = 0; i < count; ++i) {
+    GElf_Phdr segment;
+    if (gelf_getphdr(file.get(), static_cast<int>(i), &segment) != nullptr &&
+        segment.p_type == PT_LOAD && segment.p_offset + segment.p_filesz > size) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// What has been loaded as a plug-in exports a symbol, so a table without any is damaged.
+SharedLibrary ReadSharedLibrary(const std::string& path) {
+  const Handle file = Open(path);
   SharedLibrary library;
   for (Elf_Scn* section = nullptr; (section = elf_nextscn(file.get(), section)) != nullptr;) {
     GElf_Shdr header = {};
@@ -65,6 +93,11 @@ SharedLibrary ReadSharedLibrary(const std::string& path) {
     } else if (header.sh_type == SHT_DYNAMIC) {
       ReadNeeds(file.get(), data, header, &library);
     }
+  }
+  if (library.exports.empty()) {
+    throw PluginError(path +
+                      ": the plug-in's section table is missing or damaged, so that nobody can "
+                      "tell what it exports and needs; build it again");
   }
   std::sort(library.exports.begin(), library.exports.end());
   return library;

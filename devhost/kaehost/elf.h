@@ -12,7 +12,11 @@ struct SharedLibrary {
   std::string run_path;              // where these are looked for first; empty for nowhere else
 };
 
-// Reads it from the file at `path`, which has been loaded. Throws PluginError.
+// Whether the file at `path` is a library that is shorter than what is to be loaded of it, a copy
+// that was cut short for one. The loader does not look, and to touch what is missing is a SIGBUS.
+bool LacksItsEnd(const std::string& path);
+
+// Reads it from the file at `path`, which has been loaded as a plug-in. Throws PluginError.
 SharedLibrary ReadSharedLibrary(const std::string& path);
 
 }  // namespace devhost

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "devhost/kaehost/command.h"
+#include "devhost/kaehost/elf.h"
 
 namespace devhost {
 namespace {
@@ -76,8 +77,11 @@ auto Plugin::Call(const char* name, Operation operation) const {
   }
 }
 
-Plugin::Plugin(const std::string& path)
-    : path_(path), library_(dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL)) {
+Plugin::Plugin(const std::string& path) : path_(path) {
+  if (LacksItsEnd(path)) {
+    throw PluginError(path + ": the plug-in does not load: the file lacks its end; copy it again");
+  }
+  library_.reset(dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) {
     throw PluginError(path_ + ": the plug-in does not load: " + LoaderError(path_));
   }

@@ -1,8 +1,11 @@
 // kaehost inspect: what it tells of the plug-in beside it, and of broken ones.
 
+#include <elf.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -10,6 +13,7 @@
 
 #include "devhost/kaehost/catalogue.h"
 #include "tests/devhost/kaehost.h"
+#include "tests/devhost/temp_folder.h"
 
 using nlohmann::json;
 using testing::AllOf;
@@ -25,6 +29,37 @@ void ExpectRefused(const std::string& plugin, const std::string& sentence) {
   EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "kaehost: " + plugin + ": " + sentence + "\n");
+}
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Ways to spoil a library's section table, which a loader does without.
+void DropSections(Elf64_Ehdr* header, Elf64_Shdr* /*sections*/) {
+  header->e_shoff = header->e_shnum = header->e_shstrndx = 0;
+}
+
+void ZeroEntrySizes(Elf64_Ehdr* header, Elf64_Shdr* sections) {
+  std::for_each_n(sections, header->e_shnum, [](Elf64_Shdr& section) { section.sh_entsize = 0; });
+}
+
+void MisplaceNames(Elf64_Ehdr* header, Elf64_Shdr* sections) {
+  std::for_each_n(sections, header->e_shnum, [](Elf64_Shdr& section) { section.sh_link = 999; });
+}
+
+void MisplaceSections(Elf64_Ehdr* header, Elf64_Shdr* sections) {
+  std::for_each_n(sections, header->e_shnum,
+                  [](Elf64_Shdr& section) { section.sh_offset = ~0UL / 2; });
+}
+
+// The bytes of a library whose section table is spoilt.
+std::string WithSections(const std::string& path, decltype(DropSections)* spoil) {
+  std::string bytes = Content(path);
+  auto* header = reinterpret_cast<Elf64_Ehdr*>(bytes.data());
+  spoil(header, reinterpret_cast<Elf64_Shdr*>(bytes.data() + header->e_shoff));
+  return bytes;
 }
 
 }  // namespace
@@ -137,6 +172,38 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
                 "ipv4/tcp_sack");
   ExpectRefused(TestPlugin("no_release"),
                 "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB");
+}
+
+TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
+  const TempFolder folder;
+  const std::string whole = Content(TestPlugin("working"));
+  for (const std::size_t size : {whole.size() / 4, whole.size() / 2}) {
+    const std::string cut = folder.Write("cut.so", whole.substr(0, size));
+    const std::string sentence = "the plug-in does not load: the file lacks its end; copy it again";
+    ExpectRefused(cut, sentence);
+    const Outcome apply = Kaehost({"apply", "--plugin", cut, folder.Write("a.xml", "<a/>")});
+    EXPECT_EQ(apply.status, 3) << size;
+    EXPECT_THAT(apply.err, HasSubstr(cut + ": " + sentence)) << size;
+  }
+}
+
+TEST(Inspect, RefusesAPlugInWhoseSectionTableIsBad) {
+  const TempFolder folder;
+  for (const auto& spoil : {DropSections, ZeroEntrySizes, MisplaceSections}) {
+    const std::string bad = folder.Write("bad.so", WithSections(TestPlugin("working"), spoil));
+    ExpectRefused(bad,
+                  "the plug-in's section table is missing or damaged, so that nobody can tell what "
+                  "it exports and needs; build it again");
+  }
+}
+
+TEST(Inspect, TellsOfNamesThatCannotBeRead) {
+  const TempFolder folder;
+  const std::string odd =
+      folder.Write("odd.so", WithSections(TestPlugin("working"), MisplaceNames));
+  const json told = json::parse(Kaehost({"inspect", "--json", odd}).out);
+  EXPECT_THAT(told["exports"], Contains("(unreadable)"));
+  EXPECT_THAT(told["needs"], Contains("(unreadable)"));
 }
 
 TEST(Inspect, TellsOfAPlugInThatThrowsAtItsEndAllTheSame) {
