@@ -1,5 +1,6 @@
 // kaehost apply: the options.
 
+#include <CLI/CLI.hpp>
 #include <exception>
 #include <memory>
 #include <string>

@@ -1,5 +1,6 @@
 // kaehost check: what is to be mended in documents, without applying them.
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <string>

@@ -1,5 +1,6 @@
 // kaehost import: files in the form of sysctl.conf to a document.
 
+#include <CLI/CLI.hpp>
 #include <iostream>
 #include <memory>
 #include <optional>

@@ -1,5 +1,6 @@
 // kaehost inspect: what a plug-in is, needs and offers.
 
+#include <CLI/CLI.hpp>
 #include <cstring>
 #include <iomanip>
 #include <iostream>
