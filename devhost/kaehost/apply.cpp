@@ -39,7 +39,7 @@ Examples:
   kaehost apply --netns blue low-latency.xml      in the network namespace "blue"
 
 Exit status:
-  0   every request succeeded, the kernel has the values, every tunable is back
+  0   every request succeeded, the kernel has the values, all tunables are back
   1   an error reply, no reply, a tunable that is not back, or any other failure
   2   the command line or a document is bad; nothing was delivered
   3   the plug-in does not load or makes no layer; nothing was delivered

@@ -129,7 +129,7 @@ void Applying::Deliver(const Layer& layer, const Document& document, const std::
       result.thrown = Thrown();
     }
   });
-  CatalogueValues now = ReadCatalogue();
+  CatalogueValues now = CatalogueValuesOf(ReadTunables());
   result.outcomes = OutcomesOf(WhatIsAsked(document.contents()), start_, now_, now,
                                result.request.reply() == Reply::kSuccess);
   now_ = std::move(now);

@@ -17,21 +17,6 @@ std::string WordAt(int position, const std::string& text) {
              : text.substr(begin, text.find_first_of(kBlanks, begin) - begin);
 }
 
-// `read` answers the text of a file by its path below /proc/sys/net.
-CatalogueValues ValuesFrom(const auto& read) {
-  CatalogueValues values;
-  std::string_view file;
-  std::optional<std::string> text;
-  for (const CatalogueEntry& entry : Catalogue()) {
-    if (entry.file != file) {
-      file = entry.file;
-      text = read(entry.file);
-    }
-    values.push_back(text ? std::optional(WordAt(entry.position, *text)) : std::nullopt);
-  }
-  return values;
-}
-
 bool IsSameValue(const std::string& one, const std::string& other) {
   return one == other || (Number(one) && Number(one) == Number(other));
 }
@@ -88,13 +73,14 @@ Asked WhatIsAsked(const kaml_content* contents) {
   return asked;
 }
 
-CatalogueValues ReadCatalogue() { return ValuesFrom(ReadTunable); }
-
 CatalogueValues CatalogueValuesOf(const Tunables& tunables) {
-  return ValuesFrom([&tunables](const char* file) {
-    const auto found = tunables.find(file);
-    return found != tunables.end() ? std::optional(found->second) : std::nullopt;
-  });
+  CatalogueValues values;
+  for (const CatalogueEntry& entry : Catalogue()) {
+    const auto found = tunables.find(entry.file);
+    values.push_back(found != tunables.end() ? std::optional(WordAt(entry.position, found->second))
+                                             : std::nullopt);
+  }
+  return values;
 }
 
 std::vector<Outcome> OutcomesOf(const Asked& asked, const CatalogueValues& start,

@@ -43,9 +43,6 @@ Asked WhatIsAsked(const kaml_content* contents);
 
 // The value of each catalogue entry in the kernel, none where the file is not there.
 using CatalogueValues = std::vector<std::optional<std::string>>;
-CatalogueValues ReadCatalogue();
-
-// The same from all tunables as they were read.
 CatalogueValues CatalogueValuesOf(const Tunables& tunables);
 
 // Answers, in the catalogue's order, what became of the elements that a request asked for, and of

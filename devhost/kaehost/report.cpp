@@ -133,7 +133,7 @@ void Report::TellRelease(const Session& session) const {
     Complain("the layer's do_Release threw: " + *session.release_thrown);
   }
   if (session.not_restored.empty()) {
-    Tell(end + "every tunable is back at its value");
+    Tell(end + "every tunable of the catalogue is back");
     return;
   }
   Complain(end + "not back at their values:");

@@ -1,19 +1,20 @@
 #include "devhost/kaehost/tunables.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
+#include <cstring>
+#include <optional>
 #include <set>
+#include <utility>
+
+#include "devhost/kaehost/catalogue.h"
 
 namespace devhost {
 namespace {
-
-const std::string kRoot = "/proc/sys/net/";
 
 std::string TextOf(const Tunables& tunables, const std::string& name) {
   const auto found = tunables.find(name);
@@ -43,21 +44,19 @@ std::optional<std::string> ReadText(int folder, const char* name) {
 
 }  // namespace
 
-std::optional<std::string> ReadTunable(const std::string& tunable) {
-  return ReadText(AT_FDCWD, (kRoot + tunable).c_str());
-}
-
 Tunables ReadTunables() {
   Tunables tunables;
-  for (const std::string folder : {"core", "ipv4"}) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir((kRoot + folder).c_str()), closedir);
-    while (const dirent* entry = opened != nullptr ? readdir(opened.get()) : nullptr) {
-      if (entry->d_type == DT_REG) {
-        tunables[folder + '/' + entry->d_name] =
-            ReadText(dirfd(opened.get()), entry->d_name).value_or("");
-      }
+  const int folder = open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const char* file = "";
+  for (const CatalogueEntry& entry : Catalogue()) {
+    if (std::strcmp(std::exchange(file, entry.file), entry.file) == 0) {
+      continue;  // the values of a file follow one another
+    }
+    if (std::optional<std::string> text = ReadText(folder, file)) {
+      tunables[file] = std::move(*text);
     }
   }
+  close(folder);
   return tunables;
 }
 

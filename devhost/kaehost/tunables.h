@@ -7,7 +7,8 @@
 
 namespace devhost {
 
-// The kernel's network tunables as they stand: path below /proc/sys/net ("ipv4/tcp_sack") to text.
+// The catalogue's files as they stand in the kernel: path below /proc/sys/net ("ipv4/tcp_sack") to
+// text, those left out that are not there.
 using Tunables = std::map<std::string, std::string>;
 
 // A tunable that differs between two readings; a text is empty where the tunable was not there.
@@ -17,13 +18,8 @@ struct Change {
   std::string after;
 };
 
-// Reads one, by its path below /proc/sys/net, as the calling thread's network namespace shows it.
-// Its text comes without the last newline, and empty where the file refuses to be read; none where
-// there is no such file.
-std::optional<std::string> ReadTunable(const std::string& tunable);
-
-// Reads every tunable in /proc/sys/net/ipv4 and /proc/sys/net/core, but not those in the folders
-// below, which belong to single interfaces and come and go with them.
+// Reads them as the calling thread's network namespace shows them. A text comes without its last
+// newline, and empty where the file refuses to be read.
 Tunables ReadTunables();
 
 // Answers what differs, in the order of the tunables' paths.

@@ -43,7 +43,8 @@ TEST_F(Command, RunsUnderTheSettingsBeforeTheyArePutBack) {
                                            "20\n"
                                            "kaehost: cat: ended with status 0\n"
                                            "\nkaehost: releasing the layer\n"));
-  EXPECT_THAT(run.out, EndsWith("kaehost: layer released; every tunable is back at its value\n"));
+  EXPECT_THAT(run.out,
+              EndsWith("kaehost: layer released; every tunable of the catalogue is back\n"));
 }
 
 TEST_F(Command, LeavesNothingButItsOutputAndTheCountsWhenQuiet) {
@@ -119,7 +120,7 @@ TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {
   const Outcome run = kaehost.Finish();
   EXPECT_EQ(run.status, 9);
   EXPECT_THAT(run.out, HasSubstr("trapped\nkaehost: sh: ended with status 9\n"));
-  EXPECT_THAT(run.out, EndsWith("every tunable is back at its value\n"));
+  EXPECT_THAT(run.out, EndsWith("every tunable of the catalogue is back\n"));
 }
 
 TEST_F(Command, PrintsToStandardErrorBesideJson) {

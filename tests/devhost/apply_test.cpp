@@ -69,7 +69,7 @@ TEST_F(Apply, ShowsTheWholeLifeOfALayer) {
        "config done\n\nkaehost: reply: success\n  element ",
        "\nkaehost: " + document + ": 1 applied, ",
        "\n\nkaehost: releasing the layer\n\nsetting to previous values\n", "tcp_sack = 1\n",
-       "config done\n\nkaehost: layer released; every tunable is back at its value\n"});
+       "config done\n\nkaehost: layer released; every tunable of the catalogue is back\n"});
 }
 
 TEST_F(Apply, SetsItsSectionsApartByOneEmptyLine) {
@@ -145,7 +145,7 @@ TEST_F(Apply, AsIsShowsTheErrorReplyAndTheRollback) {
       {"file write error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
        "\nkaehost: reply: error: file error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
        advice, "\n  tcp_sack  restored  1       0      1\n", ": 1 restored\n",
-       "kaehost: layer released; every tunable is back at its value\n"});
+       "kaehost: layer released; every tunable of the catalogue is back\n"});
 }
 
 TEST_F(Apply, OneFailedRequestAmongSeveralIsAFailure) {
@@ -153,7 +153,7 @@ TEST_F(Apply, OneFailedRequestAmongSeveralIsAFailure) {
   const Outcome run = Kaehost({"apply", foreign, Setting("tcp_sack", "0")});
   EXPECT_EQ(run.status, 1);
   ExpectInOrder(run.out, {"kaehost: reply: none", "kaehost: reply: success\n",
-                          "kaehost: layer released; every tunable is back at its value\n"});
+                          "kaehost: layer released; every tunable of the catalogue is back\n"});
 }
 
 TEST_F(Apply, ForeignRootGetsNoReply) {

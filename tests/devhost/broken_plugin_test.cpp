@@ -130,5 +130,5 @@ TEST_F(BrokenPlugin, ThatThrowsAtItsEndHasDoneItsWork) {
   const Outcome run = ApplyWith(path);
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "kaehost: " + path + ": the plug-in's CleanupPlugin threw: too late\n");
-  EXPECT_THAT(run.out, EndsWith("back at its value\n[plug-in destroyed]\n"));
+  EXPECT_THAT(run.out, EndsWith("the catalogue is back\n[plug-in destroyed]\n"));
 }

@@ -46,7 +46,7 @@ TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
               AllOf(HasSubstr("kaehost: in the network namespace /proc/self/ns/net; its tunables "
                               "will be put back"),
                     ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"),
-                    HasSubstr("every tunable is back at its value\n")));
+                    HasSubstr("every tunable of the catalogue is back\n")));
   EXPECT_EQ(FinTimeout(), "37");
 }
 

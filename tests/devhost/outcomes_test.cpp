@@ -137,7 +137,7 @@ TEST(Outcomes, AreCountedByTheirFates) {
 }
 
 TEST(Outcomes, ReadEachValueFromItsPlaceInTheFile) {
-  const CatalogueValues values = devhost::ReadCatalogue();
+  const CatalogueValues values = devhost::CatalogueValuesOf(devhost::ReadTunables());
   std::size_t i = 0;
   for (const devhost::CatalogueEntry& entry : devhost::Catalogue()) {
     const std::string element = entry.element;

@@ -44,7 +44,7 @@ TEST_F(WorkingPlugin, CallsThePlugInAsItsContractSays) {
                 "[do_Release]\n"
                 "[layer destroyed]\n"
                 "\n"
-                "kaehost: layer released; every tunable is back at its value\n"
+                "kaehost: layer released; every tunable of the catalogue is back\n"
                 "[CleanupPlugin]\n"
                 "[plug-in destroyed]\n");
 }

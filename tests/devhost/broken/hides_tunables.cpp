@@ -1,4 +1,4 @@
-// Takes tunables away, brings one that was not there, and leaves it at that.
+// Takes tunables away, one of them with another in its place, and leaves it at that.
 
 #include <sys/mount.h>
 
@@ -8,7 +8,7 @@ class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
     mount("none", "/proc/sys/net/core", "tmpfs", 0, nullptr);
-    WriteTunable("core/new", "1");
+    WriteTunable("core/wmem_max", "1");
     return request->SendSuccess(nullptr);
   }
 };

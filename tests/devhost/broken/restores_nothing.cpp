@@ -1,4 +1,5 @@
-// Changes tunables and leaves them changed after its release.
+// Changes tunables, one outside the catalogue among them, and leaves them changed after its
+// release.
 
 #include "tests/devhost/broken/working_plugin.h"
 
@@ -7,8 +8,8 @@ class Layer : public WorkingLayer {
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
     WriteTunable("ipv4/tcp_sack", "0");
     WriteTunable("ipv4/ip_local_port_range", "40000 50000");
-    WriteTunable("ipv4/ip_local_reserved_ports", "8080");
-    WriteTunable("core/somaxconn", "128");
+    WriteTunable("core/rmem_max", "5");
+    WriteTunable("ipv4/ip_forward", "1");
     return request->SendSuccess(nullptr);
   }
 };
