@@ -94,7 +94,7 @@ void EnterPrivateNamespace() {
 
 void EnterNetworkNamespace(const std::string& name) {
   const std::string path = name.find('/') == std::string::npos ? "/run/netns/" + name : name;
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0;
   const int error = errno;
   close(fd);

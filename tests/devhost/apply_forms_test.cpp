@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "devhost/kaehost/catalogue.h"
@@ -171,4 +172,27 @@ TEST_F(Forms, WholeCatalogueIsNotAsTheKernelHasIt) {
   const Outcome run = Kaehost({"apply", "--whole-catalogue", "--as-is", document_});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "kaehost: --as-is excludes --whole-catalogue; see kaehost apply --help\n");
+}
+
+TEST_F(Forms, AnErrorComesWithTheAdviceThatFitsIt) {
+  const std::string core_advice =
+      "the core files are read-only in every network namespace but the machine's first; scratch "
+      "files stand in for them, but not with --as-is or --live";
+  const std::pair<std::string, std::string> cases[] = {
+      {"[/proc/sys/net/core/rmem_max]: Permission denied", core_advice},
+      {"[/proc/sys/net/ipv4/tcp_sack]: Permission denied",
+       "writing this file takes root in the network namespace that it belongs to"},
+      {"[/proc/sys/net/core/rmem_max]: Read-only file system",
+       "/proc/sys is mounted read-only, as it is in most containers; start the container with a "
+       "writable one"},
+      {"[/proc/sys/net/core/rmem_max]: Too many open files", ""},
+  };
+  for (const auto& [detail, advice] : cases) {
+    const std::string failing = folder_.Write("failing.xml", "<a>" + detail + "</a>");
+    const Outcome run = Kaehost({"apply", "--quiet", failing, "--plugin", TestPlugin("fails")});
+    EXPECT_EQ(run.status, 1) << detail;
+    EXPECT_THAT(run.out, HasSubstr("kaehost: reply: error: file error: " + detail + "\n" +
+                                   (advice.empty() ? "" : "kaehost: " + advice + "\n") +
+                                   "kaehost: " + failing + ": nothing asked for"));
+  }
 }

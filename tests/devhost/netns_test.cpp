@@ -1,6 +1,7 @@
 // kaehost in a network namespace that exists already: the one that the test is in.
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
@@ -72,6 +73,16 @@ TEST_F(NetworkNamespace, IsLookedForByNameWhereIpNetnsKeepsThem) {
             "kaehost: the network namespace /run/netns/no-such-name cannot be entered: No such "
             "file or directory; `ip netns list` names those that exist, and entering one takes "
             "root\n");
+}
+
+// A pipe that nobody writes to would keep an ordinary open waiting.
+TEST_F(NetworkNamespace, ThatIsNoneIsNotWaitedFor) {
+  const TempFolder pipes;
+  const std::string pipe = pipes.Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const Outcome run = Kaehost({"apply", "--netns", pipe, document});
+  EXPECT_EQ(run.status, 77);
+  EXPECT_THAT(run.err, HasSubstr(pipe + " cannot be entered: Invalid argument; "));
 }
 
 TEST_F(NetworkNamespace, WithoutANameIsNotAPrivateOne) {
