@@ -19,8 +19,4 @@ std::string GenerateLine(Choices& choices, const std::map<std::string, File>& fi
 // The 50 files of the catalogue, as "ipv4/tcp_sack".
 const std::vector<std::string>& TunableFiles();
 
-// What opening a file of this kind fails with, 0 where it opens.
-int ReadError(File::Kind kind);
-int WriteError(File::Kind kind);
-
 }  // namespace model

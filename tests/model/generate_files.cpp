@@ -1,7 +1,5 @@
 // Random files, their texts, and the lines that are printed of them.
 
-#include <cerrno>
-
 #include "tests/model/generate.h"
 #include "tests/support/catalogue.h"
 #include "tests/support/obstacles.h"
@@ -57,38 +55,6 @@ const std::vector<std::string>& TunableFiles() {
     return names;
   }();
   return files;
-}
-
-int ReadError(File::Kind kind) {
-  switch (kind) {
-    case File::kMissing:
-      return ENOENT;
-    case File::kLoop:
-      return ELOOP;
-    case File::kSocket:
-      return ENXIO;
-    case File::kBelowAFile:
-      return ENOTDIR;
-    case File::kSealed:
-      return EACCES;
-    default:
-      return 0;
-  }
-}
-
-int WriteError(File::Kind kind) {
-  switch (kind) {
-    case File::kFolder:
-      return EISDIR;
-    case File::kReadOnly:
-      return EROFS;
-    case File::kWriteProtected:
-      return EACCES;
-    case File::kRunningProgram:
-      return ETXTBSY;
-    default:
-      return ReadError(kind);
-  }
 }
 
 std::string GenerateValue(Choices& choices) {

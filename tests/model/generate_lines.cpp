@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "tests/model/generate.h"
+#include "tests/model/model_world.h"
 #include "tests/support/catalogue.h"
 
 namespace model {

@@ -5,9 +5,7 @@
 
 namespace model {
 
-namespace {
-
-int ErrorToRead(File::Kind kind) {
+int ReadError(File::Kind kind) {
   switch (kind) {
     case File::kMissing:
       return ENOENT;
@@ -30,7 +28,7 @@ int ErrorToRead(File::Kind kind) {
   return 0;
 }
 
-int ErrorToWrite(File::Kind kind) {
+int WriteError(File::Kind kind) {
   switch (kind) {
     case File::kFolder:
       return EISDIR;
@@ -41,9 +39,11 @@ int ErrorToWrite(File::Kind kind) {
     case File::kRunningProgram:
       return ETXTBSY;
     default:
-      return ErrorToRead(kind);
+      return ReadError(kind);
   }
 }
+
+namespace {
 
 bool HoldsText(File::Kind kind) {
   return kind == File::kText || kind == File::kReadOnly || kind == File::kWriteProtected ||
@@ -75,7 +75,7 @@ int World::OpenError(const std::string& file, Way way) const {
   }
   const auto found = files_.find(file);
   const File::Kind kind = found == files_.end() ? File::kMissing : found->second.kind;
-  return way == Way::kReading ? ErrorToRead(kind) : ErrorToWrite(kind);
+  return way == Way::kReading ? ReadError(kind) : WriteError(kind);
 }
 
 std::string World::Content(const std::string& file) const {

@@ -8,6 +8,10 @@
 
 namespace model {
 
+// What opening a file of this kind fails with, 0 where it opens.
+int ReadError(File::Kind kind);
+int WriteError(File::Kind kind);
+
 // The kernel, the host and standard output, as far as a layer meets them. Keeps the record of what
 // is seen, and lets happen what waits for a line.
 class World {

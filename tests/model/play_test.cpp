@@ -12,6 +12,7 @@
 #include "tests/model/descriptors.h"
 #include "tests/model/generate.h"
 #include "tests/model/line_watch.h"
+#include "tests/model/model_world.h"
 #include "tests/model/played_files.h"
 #include "tests/support/output.h"
 
