@@ -42,8 +42,8 @@ class kaeCPLayer {
 
   class ConfigureCB {
    public:
-    // Serves one request. `content` is the first top-level content of its document, null for none.
-    // Both stay the host's. Answers false when the request was not carried through.
+    // Serves one request, never null. `content` is the first top-level content of its document,
+    // null for none. Both stay the host's. Answers false when the request was not carried through.
     virtual bool do_Configure(kaeRequest* request, const kaml_content* content) = 0;
 
    protected:

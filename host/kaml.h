@@ -30,7 +30,7 @@ const char* kaml_elem_name(const kaml_content* content);
 // Answers the first child of the element `content`, or null when it has none.
 const kaml_content* kaml_elem_contents(const kaml_content* content);
 
-// Answers the text of the text content `content`, valid as long as the content itself.
+// Answers the text of the text content `content`, never null, valid as long as the content itself.
 const char* kaml_text(const kaml_content* content);
 
 }  // extern "C"
