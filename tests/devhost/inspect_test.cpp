@@ -36,6 +36,18 @@ std::string Content(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::size_t EndOfWhatIsLoaded(const std::string& library) {
+  const auto* header = reinterpret_cast<const Elf64_Ehdr*>(library.data());
+  const auto* segments = reinterpret_cast<const Elf64_Phdr*>(library.data() + header->e_phoff);
+  std::size_t end = 0;
+  std::for_each_n(segments, header->e_phnum, [&end](const Elf64_Phdr& segment) {
+    if (segment.p_type == PT_LOAD) {
+      end = std::max(end, segment.p_offset + segment.p_filesz);
+    }
+  });
+  return end;
+}
+
 // Ways to spoil a library's section table, which a loader does without.
 void DropSections(Elf64_Ehdr* header, Elf64_Shdr* /*sections*/) {
   header->e_shoff = header->e_shnum = header->e_shstrndx = 0;
@@ -177,7 +189,8 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
 TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
   const TempFolder folder;
   const std::string whole = Content(TestPlugin("working"));
-  for (const std::size_t size : {whole.size() / 4, whole.size() / 2}) {
+  const std::size_t needed = EndOfWhatIsLoaded(whole);
+  for (const std::size_t size : {needed / 2, needed - 1}) {
     const std::string cut = folder.Write("cut.so", whole.substr(0, size));
     const std::string sentence = "the plug-in does not load: the file lacks its end; copy it again";
     ExpectRefused(cut, sentence);
@@ -185,6 +198,8 @@ TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
     EXPECT_EQ(apply.status, 3) << size;
     EXPECT_THAT(apply.err, HasSubstr(cut + ": " + sentence)) << size;
   }
+  const std::string enough = folder.Write("enough.so", whole.substr(0, needed));
+  EXPECT_EQ(Kaehost({"apply", "--plugin", enough, folder.Write("a.xml", "<a/>")}).status, 0);
 }
 
 TEST(Inspect, RefusesAPlugInWhoseSectionTableIsBad) {
