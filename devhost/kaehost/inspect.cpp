@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstring>
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -92,18 +93,18 @@ Json ToJson(const std::string& path, const Inspected& inspected) {
   return json;
 }
 
-int Fail(const Options& options, const std::string& sentence) {
+int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
   if (options.json) {
     const Json json = {
         {"error",  sentence      },
         {"plugin", options.plugin},
-        {"status", int{kNoPlugin}}
+        {"status", int{status}   }
     };
     Out() << JsonText(json) << '\n';
   } else {
     std::cerr << "kaehost: " << sentence << '\n';
   }
-  return kNoPlugin;
+  return status;
 }
 
 int Inspect(const Options& options) try {
@@ -117,7 +118,11 @@ int Inspect(const Options& options) try {
   }
   return kDone;
 } catch (const PluginError& error) {
-  return Fail(options, error.what());
+  return Fail(options, kNoPlugin, error.what());
+} catch (const NamespaceError& error) {
+  return Fail(options, kNoSandbox, error.what());
+} catch (const std::exception& error) {
+  return Fail(options, kFailed, error.what());
 }
 
 }  // namespace

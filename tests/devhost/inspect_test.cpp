@@ -240,6 +240,16 @@ TEST(Inspect, NeedsAPrivateNamespace) {
   EXPECT_EQ(Kaehost({"inspect"}, ForbidNamespacesToRoot).status, 77);
 }
 
+TEST(Inspect, JsonTellsThatThereIsNoPrivateNamespace) {
+  const Outcome run = Kaehost({"inspect", "--json", "x.so"}, ForbidNamespacesToRoot);
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.err, "");
+  const json told = json::parse(run.out);
+  EXPECT_THAT(told["error"].get<std::string>(), HasSubstr("no private namespace to be had: "));
+  EXPECT_EQ(told["plugin"], "x.so");
+  EXPECT_EQ(told["status"], 77);
+}
+
 TEST(Inspect, IsExplainedByItsHelp) {
   const Outcome run = Kaehost({"inspect", "--help"});
   EXPECT_EQ(run.status, 0);
