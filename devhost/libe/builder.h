@@ -40,6 +40,9 @@ class Builder {
     ++contents_;
   }
 
+  // Answers whether an element is open.
+  bool IsInside() const { return !open_.empty(); }
+
   // Answers how many contents the document has.
   std::size_t contents() const { return contents_; }
 

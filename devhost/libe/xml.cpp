@@ -73,7 +73,7 @@ class Reading {
 
   Input input_;
   Builder builder_;
-  Position text_begin_ = {1, 1};  // where a text would begin that came next
+  Position end_of_last_ = {1, 1};  // of the last part, where within the root the next one begins
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
 };
@@ -111,18 +111,19 @@ xmlSAXHandler Reading::Handler() {
   handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) {
     TryPart(self, [&](Reading& reading) {
       reading.builder_.StartElement(Chars(name), attributes != nullptr, reading.BeginOfTag());
-      reading.text_begin_ = EndOf(">", reading.Here());
+      reading.end_of_last_ = EndOf(">", reading.Here());
     });
   };
   handler.endElement = [](void* self, const xmlChar* /*name*/) {
     TryPart(self, [](Reading& reading) {
       reading.builder_.EndElement();
-      reading.text_begin_ = reading.Here();
+      reading.end_of_last_ = reading.Here();
     });
   };
   handler.characters = [](void* self, const xmlChar* text, int size) {
     TryPart(self, [&](Reading& reading) {
-      reading.builder_.AddText({Chars(text), static_cast<std::size_t>(size)}, reading.text_begin_);
+      reading.builder_.AddText({Chars(text), static_cast<std::size_t>(size)}, reading.end_of_last_);
+      reading.end_of_last_ = reading.Here();
     });
   };
   handler.comment = [](void* self, const xmlChar* /*text*/) {
@@ -197,11 +198,16 @@ void Reading::AddOther(ContentType type) {
   if (parser_->inSubset == 0) {
     builder_.AddOther(type);
   }
-  text_begin_ = Here();
+  end_of_last_ = Here();
 }
 
-// In a tag there is no other "<" than its first. The parser has got as far as the tag's end.
+// The parser has got as far as the tag's end, and may have forgotten where a long one began. Before
+// the root there are blanks of which it tells nothing; but in a tag there is no other "<" than its
+// first.
 Position Reading::BeginOfTag() const {
+  if (builder_.IsInside()) {
+    return end_of_last_;
+  }
   const xmlParserInput& input = *parser_->input;
   const std::string_view known(Chars(input.base), static_cast<std::size_t>(input.cur - input.base));
   const std::size_t begin = std::min(known.rfind('<'), known.size());

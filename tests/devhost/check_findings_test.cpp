@@ -98,6 +98,20 @@ TEST_F(Findings, HaveAttributesBesideOthers) {
               HasSubstr(":2:1: tcp_sack: attributes are passed over; remove them\n"));
 }
 
+TEST_F(Findings, StandWhereALongTagBegins) {
+  const std::string tag = "<tcp_sack\na='" + std::string(600, 'x') + "'\nb='y'>";
+  for (const auto& [before, place] :
+       {std::pair{"", "1:15"}, std::pair{"\n  ", "2:3"}, std::pair{"1 &amp;\n&#50;", "2:6"},
+        std::pair{"<!-- \xc3\xa4\n -->", "2:5"}, std::pair{"\n<tcp_ecn/>", "2:11"},
+        std::pair{"<tcp_ecn>0</tcp_ecn\n>", "2:2"}, std::pair{"<?because\n?> ", "2:4"},
+        std::pair{"<![CDATA[\n]]>", "2:4"}}) {
+    EXPECT_THAT(
+        Of("<tcp-settings>" + std::string(before) + tag + "0</tcp_sack></tcp-settings>").out,
+        HasSubstr(path_ + ':' + place + ": tcp_sack: attributes are passed over"))
+        << before;
+  }
+}
+
 TEST_F(Findings, ShowLongNamesCut) {
   EXPECT_THAT(Of("<tcp-settings><" + std::string(65, 'x') + "/></tcp-settings>").out,
               HasSubstr(":1:15: " + std::string(64, 'x') + "...: unknown element, which is"));
