@@ -103,14 +103,15 @@ int ImportAll(const Options& options) try {
     WriteWhole(*options.output, imported.Document());
   }
   if (options.json) {
-    Out() << JsonText(ToJson(imported, status)) << '\n';
-    return status;
+    Out() << JsonText(ToJson(imported, status)) << std::endl;
+  } else {
+    if (!options.output) {
+      Out() << imported.Document() << std::flush;
+    }
+    Tell(imported, options.quiet);
   }
-  if (!options.output) {
-    Out() << imported.Document();
-  }
-  Tell(imported, options.quiet);
-  return status;
+  const bool is_there = options.output || Out();
+  return is_there ? status : kBadInput;  // of which main tells
 } catch (const std::runtime_error& error) {
   return Fail(options, error.what());
 }

@@ -63,7 +63,8 @@ std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
 int Run(const Chosen& chosen) {
   const int status = chosen();
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return Fail(kFailed, "standard output cannot be written; what it shows is not all");
+    return Fail(status == kBadInput ? kBadInput : kFailed,
+                "standard output cannot be written; what it shows is not all");
   }
   return status;
 }
@@ -84,7 +85,7 @@ int main(int argc, char** argv) try {
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
-    return app.exit(help);
+    return Run([&] { return app.exit(help); });
   } catch (const CLI::ParseError& error) {
     return FailUsage(app, error);
   }

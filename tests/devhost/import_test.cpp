@@ -265,6 +265,19 @@ TEST_F(Import, LeavesTheOldFileWhereTheNewOneIsNotWritten) {
   EXPECT_TRUE(std::filesystem::is_empty(folder_.Path("")));
 }
 
+TEST_F(Import, HasNoDocumentWhereStandardOutputCannotBeWritten) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\nx = 1\n");
+  const auto fill = [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); };
+  const std::string lost = "kaehost: standard output cannot be written; what it shows is not all\n";
+  const Outcome run = Kaehost({"import", "--quiet", path}, fill);
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err,
+            path + ":2: x: the catalogue has no such tunable; set it by other means\n" + lost);
+  EXPECT_EQ(Kaehost({"import", "--json", path}, fill).status, 2);
+  EXPECT_EQ(Kaehost({"import", "--json", "--output", document_, path}, fill).status, 1);
+  EXPECT_THAT(Content(document_), HasSubstr("<tcp_sack>0</tcp_sack>"));
+}
+
 TEST_F(Import, JsonTellsAllOfIt) {
   const std::string path =
       folder_.Write("settings.conf", "net.ipv4.tcp_rmem = 1 2\nnet.core.x = 1\n");

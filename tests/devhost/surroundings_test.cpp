@@ -193,6 +193,12 @@ TEST_F(Surroundings, OutputToAFullDeviceIsAFailure) {
   EXPECT_EQ(run.err, kOutputLost);
 }
 
+TEST_F(Surroundings, HelpToAFullDeviceIsAFailure) {
+  const Outcome run = Kaehost({"--help"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, kOutputLost);
+}
+
 TEST_F(Surroundings, OutputToAClosedPipeIsAFailureWhereItDoesNotKill) {
   const Outcome run = Apply([] {
     std::signal(SIGPIPE, SIG_IGN);
