@@ -55,7 +55,7 @@ std::string AboutLine(const SysctlLine& line, const Entries& entries) {
                                   : "the catalogue has no such tunable; set it by other means";
   }
   if (!line.has_value) {
-    return "there is no \"=\" and value; write KEY = VALUE";
+    return "there is no \"=\" before a value; write KEY = VALUE";
   }
   if (line.values.empty()) {
     return "there is no value after \"=\"; write one or remove the line";

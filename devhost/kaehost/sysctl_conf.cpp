@@ -82,7 +82,8 @@ std::optional<SysctlLine> Read(const std::string& text, int number) {
     return std::nullopt;
   }
   const std::string key = Trimmed(line.substr(0, equals).substr(has_dash ? 1 : 0));
-  return SysctlLine{number, key, PathOf(key), Words(has_value ? line.substr(equals + 1) : ""),
+  const std::string name = has_value ? key : key.substr(0, key.find_first_of(kBlanks));
+  return SysctlLine{number, key, PathOf(name), Words(has_value ? line.substr(equals + 1) : ""),
                     has_value};
 }
 

@@ -8,7 +8,7 @@ namespace devhost {
 // A line of a file in the form of sysctl.conf that says something.
 struct SysctlLine {
   int number;
-  std::string key;                  // as it is written, without a "-" before it
+  std::string key;                  // as it is written, without a "-"; where no "=" is, all of it
   std::string path;                 // what it means, below /proc/sys: "net/ipv4/tcp_sack"
   std::vector<std::string> values;  // the words after "="
   bool has_value;                   // whether there is a "=" at all
