@@ -9,6 +9,7 @@
 #include <optional>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace devhost {
 namespace {
@@ -90,7 +91,9 @@ std::optional<SysctlLine> Read(const std::string& text, int number) {
 }  // namespace
 
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
-  std::istringstream stream(ReadAll(path));
+  constexpr std::string_view kMark = "\xef\xbb\xbf";  // that some editors begin UTF-8 with
+  const std::string all = ReadAll(path);
+  std::istringstream stream(all.starts_with(kMark) ? all.substr(kMark.size()) : all);
   std::vector<SysctlLine> lines;
   int number = 0;
   for (std::string text; std::getline(stream, text);) {

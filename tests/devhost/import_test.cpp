@@ -32,6 +32,8 @@ const std::vector<Case> kCases = {
     {"net.ipv4.tcp_sack = 0", "<tcp_sack>0</tcp_sack>", ""},
     {"net/ipv4/tcp_sack=0", "<tcp_sack>0</tcp_sack>", ""},
     {"  \tnet.core.rmem_max\t=\t5  \r", "<rmem_max>5</rmem_max>", ""},
+    {"\xef\xbb\xbfnet.ipv4.tcp_sack = 0", "<tcp_sack>0</tcp_sack>", ""},
+    {"\xef\xbb\xbf# why\r\n", "", ""},
     {"-net.ipv4.tcp_sack = 0", "<tcp_sack>0</tcp_sack>", ""},
     {"- net.ipv4.tcp_sack = 0", "<tcp_sack>0</tcp_sack>", ""},
     {"# net.ipv4.tcp_sack = 0\n ; net.ipv4.tcp_sack = 1\n\n  \n", "", ""},
