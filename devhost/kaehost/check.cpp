@@ -16,11 +16,11 @@ namespace {
 
 constexpr const char* kFooter =
     R"(Findings come as FILE:LINE:COLUMN: what is wrong and what to do, for
-  what is no well-formed XML, or more than a document may be
   elements that the plug-in does not know or passes over, or that are there twice
   text between elements
   values that are no whole numbers, more than any kernel takes, or not written in decimal
   whatever else the schema of documents does not allow
+Of what is no well-formed XML, or more than a document may be, standard error tells the line.
 
 Examples:
   kaehost check low-latency.xml

@@ -93,6 +93,8 @@ TEST_F(Check, NeedsADocument) {
 TEST_F(Check, IsExplainedByItsHelp) {
   const Outcome run = Kaehost({"check", "--help"});
   EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr("\nOf what is no well-formed XML, or more than a document may be, "
+                                 "standard error tells the line.\n"));
   EXPECT_THAT(run.out, HasSubstr("--json"));
   EXPECT_THAT(run.out, HasSubstr("--quiet"));
   EXPECT_THAT(run.out, HasSubstr("\nExit status:\n  0  "));
