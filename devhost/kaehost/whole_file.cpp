@@ -39,6 +39,16 @@ mode_t ModeOf(const std::string& path) {
   return kNew & ~mask;
 }
 
+// The file that is meant, where links lead to one, which need not be there yet.
+fs::path TargetOf(fs::path path) {
+  constexpr int kMostLinks = 40;  // as the kernel follows
+  std::error_code no_such_file;
+  for (int i = 0; i < kMostLinks && fs::is_symlink(path, no_such_file); ++i) {
+    path = path.parent_path() / fs::read_symlink(path);
+  }
+  return fs::weakly_canonical(path, no_such_file);
+}
+
 bool WriteAll(int fd, const std::string& text) {
   std::size_t written = 0;
   while (written < text.size()) {
@@ -59,7 +69,7 @@ void WriteWhole(const std::string& path, const std::string& text) {
     WriteAsItIs(path, text);
     return;
   }
-  const std::string target = fs::weakly_canonical(path, no_such_file);
+  const std::string target = TargetOf(path);
   std::string beside = target + ".XXXXXX";
   const int fd = mkstemp(beside.data());
   if (fd < 0) {

@@ -220,6 +220,16 @@ TEST_F(Import, ReplacesAFileByAWholeOneOfTheSameMode) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
+TEST_F(Import, WritesTheFileThatALinkLeadsToWhereThereIsNoneYet) {
+  const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  const std::string link = folder_.Path("link.xml");
+  std::filesystem::create_symlink("further.xml", link);
+  std::filesystem::create_symlink(document_, folder_.Path("further.xml"));
+  EXPECT_EQ(Kaehost({"import", "--quiet", "--output", link, path}).status, 0);
+  EXPECT_THAT(Content(document_), HasSubstr("<tcp_sack>0</tcp_sack>"));
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
 TEST_F(Import, GivesANewFileTheModeThatFilesGet) {
   const std::string path = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
   EXPECT_EQ(Kaehost({"import", "--quiet", "--output", document_, path}, [] { umask(027); }).status,
