@@ -41,7 +41,7 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   }
   const std::optional<long long> number = Number(std::string(value));
   if (!number) {
-    return Quoted(text) + " is no whole number to the kernel; write one";
+    return Quoted(text) + ' ' + AboutNoNumber(std::string(value));
   }
   if (const std::string sentence = AboutNumber(entry, *number); !sentence.empty()) {
     return Quoted(text) + ' ' + sentence;

@@ -42,7 +42,7 @@ std::string AboutValue(const std::string& value, const CatalogueEntry& entry) {
   }
   const std::optional<long long> number = Number(value);
   if (!number || value.front() == '+') {
-    return Quoted(value) + " is no whole number to the kernel; write one";
+    return Quoted(value) + ' ' + AboutNoNumber(value);
   }
   const std::string sentence = AboutNumber(entry, *number);
   return sentence.empty() ? "" : Quoted(value) + ' ' + sentence;

@@ -9,4 +9,7 @@ namespace devhost {
 // blanks around it if need be; none for anything else.
 std::optional<long long> Number(const std::string& text);
 
+// Answers why a text of which Number makes none is none, and what to do.
+std::string AboutNoNumber(const std::string& text);
+
 }  // namespace devhost

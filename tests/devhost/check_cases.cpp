@@ -43,7 +43,14 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_sack>1.5</tcp_sack>",
      "1:25: tcp_sack: \"1.5\" is no whole number to the kernel; write one"},
     {"<tcp_sack>99999999999999999999</tcp_sack>",
-     "1:25: tcp_sack: \"99999999999999999999\" is no whole number to the kernel; write one"},
+     "1:25: tcp_sack: \"99999999999999999999\" is beyond what any kernel takes; write a number "
+     "nearer "
+     "to 0"},
+    {"<tcp_sack>-0xffffffffffffffffff</tcp_sack>",
+     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is beyond what any kernel takes; write a number "
+     "nearer to 0"},
+    {"<tcp_sack>99999999999999999999.5</tcp_sack>",
+     "1:25: tcp_sack: \"99999999999999999999.5\" is no whole number to the kernel; write one"},
     {"<tcp_sack> 1\n</tcp_sack>",
      "1:25: tcp_sack: \" 1 \" reaches the kernel as it is written; write 1"},
     {"<tcp_sack>+1</tcp_sack>",

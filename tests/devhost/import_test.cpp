@@ -94,6 +94,13 @@ const std::vector<Case> kCases = {
     {"net.ipv4.tcp_rmem = 1 2 2147483648", "",
      ":1: net.ipv4.tcp_rmem: \"2147483648\" is more than a kernel takes; write a number up to "
      "2147483647\n"},
+    {"net.ipv4.tcp_mem = 1 2 9223372036854775808", "",
+     ":1: net.ipv4.tcp_mem: \"9223372036854775808\" is beyond what any kernel takes; write a "
+     "number "
+     "nearer to 0\n"},
+    {"net.ipv4.tcp_sack = 99999999999999999999x", "",
+     ":1: net.ipv4.tcp_sack: \"99999999999999999999x\" is no whole number to the kernel; write "
+     "one\n"},
     {"net.ipv4.tcp_sack = 0 # off", "",
      ":1: net.ipv4.tcp_sack: \"#\" begins no comment after a value; give comments lines of their "
      "own\n"},
