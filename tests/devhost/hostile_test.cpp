@@ -55,7 +55,7 @@ class HostileDocument : public testing::Test {
         "apply", folder_.Write("document.xml", "<tcp-settings>" + contents +
                                                    "<tcp_sack>0</tcp_sack></tcp-settings>"));
     EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +0\n"));
+    EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +applied +1 +0 +0\n"));
     EXPECT_LT(run.peak_memory, 2 * kGibibyte);
   }
 
