@@ -7,9 +7,10 @@
 
 namespace {
 
-// What namespaces forbid is well-formed nevertheless.
+// What namespaces and document types forbid is well-formed nevertheless.
 void TakeError(void* is_sound, xmlErrorPtr error) {
-  if (error->level >= XML_ERR_ERROR && error->domain != XML_FROM_NAMESPACE) {
+  if (error->level >= XML_ERR_ERROR && error->domain != XML_FROM_NAMESPACE &&
+      error->domain != XML_FROM_VALID) {
     *static_cast<bool*>(is_sound) = false;
   }
 }
