@@ -11,8 +11,6 @@
 #include "devhost/kaehost/json.h"
 #include "devhost/kaehost/output.h"
 #include "devhost/kaehost/plugin.h"
-#include "devhost/kaehost/sandbox.h"
-#include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
@@ -71,29 +69,19 @@ void AddPlaceOptions(CLI::App* apply, Place* place) {
       ->excludes(as_is);
 }
 
-// Called while an exception is handled, which people get told by main.
-int Refuse(const ApplyOptions& options, ExitStatus status, const std::string& sentence) {
+int ApplyOrRefuse(const ApplyOptions& options) try {
+  return Apply(options);
+} catch (const std::exception& error) {
   if (!options.json) {
-    throw;
+    throw;  // main tells people
   }
+  const ExitStatus status = StatusFor(error);
   const Json json = {
-      {"error",  sentence   },
-      {"status", int{status}}
+      {"error",  error.what()},
+      {"status", int{status} }
   };
   Out() << JsonText(json) << '\n';
   return status;
-}
-
-int ApplyOrRefuse(const ApplyOptions& options) try {
-  return Apply(options);
-} catch (const DocumentError& error) {
-  return Refuse(options, kBadInput, error.what());
-} catch (const PluginError& error) {
-  return Refuse(options, kNoPlugin, error.what());
-} catch (const NamespaceError& error) {
-  return Refuse(options, kNoSandbox, error.what());
-} catch (const std::exception& error) {
-  return Refuse(options, kFailed, error.what());
 }
 
 }  // namespace

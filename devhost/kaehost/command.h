@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ enum ExitStatus {
   kNotAsAsked = 4,  // requests succeeded, but the kernel has not the values asked for
   kNoSandbox = 77,  // no namespace to be had
 };
+
+// Answers what kaehost ends with when a command throws `error`.
+ExitStatus StatusFor(const std::exception& error);
 
 // What is to be done in the end: the command that the command line chose, with its options.
 using Chosen = std::function<int()>;

@@ -117,12 +117,8 @@ int Inspect(const Options& options) try {
     Tell(options.plugin, inspected);
   }
   return kDone;
-} catch (const PluginError& error) {
-  return Fail(options, kNoPlugin, error.what());
-} catch (const NamespaceError& error) {
-  return Fail(options, kNoSandbox, error.what());
 } catch (const std::exception& error) {
-  return Fail(options, kFailed, error.what());
+  return Fail(options, StatusFor(error), error.what());
 }
 
 }  // namespace

@@ -14,9 +14,6 @@
 #include <vector>
 
 #include "devhost/kaehost/command.h"
-#include "devhost/kaehost/plugin.h"
-#include "devhost/kaehost/sandbox.h"
-#include "devhost/libe/document.h"
 
 using namespace devhost;
 
@@ -90,12 +87,9 @@ int main(int argc, char** argv) try {
     return FailUsage(app, error);
   }
   return Run(chosen);
-} catch (const DocumentError& error) {
-  return Fail(kBadInput, std::string(error.what()) + "; nothing was delivered");
-} catch (const PluginError& error) {
-  return Fail(kNoPlugin, std::string(error.what()) + "; nothing was delivered");
-} catch (const NamespaceError& error) {
-  return Fail(kNoSandbox, error.what());
 } catch (const std::exception& error) {
-  return Fail(kFailed, error.what());
+  const ExitStatus status = StatusFor(error);
+  const bool is_before_requests = status == kBadInput || status == kNoPlugin;
+  return Fail(status,
+              error.what() + std::string(is_before_requests ? "; nothing was delivered" : ""));
 }

@@ -162,3 +162,13 @@ TEST_F(Findings, OfTheSchemaSayWhere) {
   EXPECT_EQ(found[0].place.column, 3);
   EXPECT_THAT(found[0].sentence, ContainsRegex("^[^\n]+; write the element as the schema has it$"));
 }
+
+// The library names one of the two, and the place is that one's.
+TEST_F(Findings, OfTheSchemaSayWhereInALineOfSeveralElements) {
+  const std::vector<devhost::Finding> found =
+      OfSchema("<tcp-settings><tcp_sack>on</tcp_sack><tcp_ecn>on</tcp_ecn></tcp-settings>");
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_THAT(found[0].sentence, HasSubstr(" tcp_ecn "));
+  EXPECT_EQ(found[0].place.line, 1);
+  EXPECT_EQ(found[0].place.column, 38);
+}
