@@ -3,12 +3,12 @@ import collections
 import re
 
 # What the plug-in calls, by the first pattern that is found in the function's name.
-CALLED = ((r"_filebuf<.*>::open\(", "opening the file streams"),
-          (r"_filebuf<.*>::close\(", "closing the file streams, which writes their texts"),
-          (r"^printf$", "`printf` of the values"),
-          (r"__ostream_insert<", "inserting texts into streams"),
+CALLED = ((r"_filebuf<.*>::open\(", "opening file streams"),
+          (r"_filebuf<.*>::close\(", "closing file streams, which writes the values"),
+          (r"^printf$", "`printf` of values"),
+          (r"__ostream_insert<", "inserting text into streams"),
           (r"ostream::(put|flush)\(", "ending and flushing lines"),
-          (r"", "the rest of the libraries: strings, the map, the host"))
+          (r"", "other library code: strings, the map, the host"))
 OWN = "the plug-in's own code"
 
 

@@ -19,8 +19,8 @@ def table(head, rows):
 
 
 def budgets_table(rows):
-    return table(("", "Budget", "Measured", ""),
-                 [(title, str(budget), shown, "" if holds else "missed")
+    return table(("", "Budget", "Measured", "Result"),
+                 [(title, str(budget), shown, "met" if holds else "missed")
                   for title, budget, shown, holds in rows])
 
 
@@ -34,12 +34,13 @@ def passes_table(found):
                          f"{run['own_ratio']:.3f}",
                          f"**{run['ratio']:.3f}** ({run['ratio_q1']:.3f} to {run['ratio_q3']:.3f})",
                          f"{run['one_buffer_ratio']:.3f}"))
-    return table(("Pass", "Standard output", "Floor, us", "Means, us", "Pass, us", "Means / floor",
-                  "Pass / means", "Pass / floor (quartiles)", "One buffer / means"), rows)
+    return table(("Pass", "Standard output", "Floor, us", "Streams, us", "Pass, us",
+                  "Streams / floor", "Pass / streams", "Pass / floor (quartiles)",
+                  "One buffer / streams"), rows)
 
 
 def profile_table(found):
-    return table(("Of a request's instructions in user space", ""),
+    return table(("Instructions of a request in user space", "Share"),
                  [(title, f"{share:.0%}") for title, share in found.profile()])
 
 
@@ -50,11 +51,11 @@ def memory_table(found):
     for settings in (0, 1, 10, 57):
         for characters in (7, 100):
             run = found.request_memory(settings, characters)
-            rows.append((f"a request naming {settings}, {characters} characters each",
+            rows.append((f"a request (settings: {settings}, characters each: {characters})",
                          f"{run['allocations']:.0f}", f"{run['bytes']:.0f}", f"{run['kept']:.0f}",
                          f"{run['live']:.0f}", f"{run['peak']:.0f}"))
-    return table(("", "Allocations", "Bytes in all", "Blocks kept", "Bytes kept",
-                  "Most at once, bytes"), rows)
+    return table(("", "Allocations", "Bytes allocated", "Blocks kept", "Bytes kept",
+                  "Peak, bytes"), rows)
 
 
 def elements_table(found):
@@ -62,8 +63,8 @@ def elements_table(found):
     for kind in ("Known", "Unknown"):
         slope, error = found.slope(kind)
         rows.append((kind.lower(), f"{slope:.1f}", f"{error:.1f}", f"{found.flatness(kind):.2f}"))
-    return table(("Names", "An element adds, ns", "Standard error, ns",
-                  "Each among 10^6 / among 10^4"), rows)
+    return table(("Names", "Time per element, ns", "Standard error, ns",
+                  "Document of 10^6 / of 10^4"), rows)
 
 
 def namespaces_table(found):
@@ -73,8 +74,8 @@ def namespaces_table(found):
         layers, again, shell = (run[f"{way}_ms"] for way in ("layers", "again", "shell"))
         rows.append((str(count), str(run["iterations"]), f"{layers:.1f}", f"{shell:.1f}",
                      f"{shell / layers:.1f}", f"{again:.1f}"))
-    return table(("Namespaces", "Rounds", "A layer in each, ms", "Shell loop, ms",
-                  "Shell / layers", "A second request to each, ms"), rows)
+    return table(("N", "Rounds", "Layers, ms", "Shell loop, ms", "Shell / layers",
+                  "Second requests, ms"), rows)
 
 
 def peers_table(found):

@@ -21,21 +21,21 @@ def budgets(found):
 
     for name in ("Request", "Snapshot", "Release"):
         run = found.passed(name, "/dev/null")
-        yield row(f"{name} / its floor", 1.10, run["ratio"],
+        yield row(f"{name} / floor", 1.10, run["ratio"],
                   f"{run['ratio']:.3f} ({run['ratio_q1']:.3f} to {run['ratio_q3']:.3f})")
-    yield row("System calls beyond those needed", 0, found.calls_differ,
+    yield row("Unneeded system calls", 0, found.calls_differ,
               "some: see above" if found.calls_differ else "0")
     live = found.layer_memory()["live"]
     yield row("Heap of a layer, bytes", 32 * 1024, live, f"{live:.0f}")
     none, all_short, all_long = (found.request_memory(*document) for document in
                                  ((0, 7), (57, 7), (57, 100)))
     more = all_short["allocations"] - none["allocations"]
-    yield row("Allocations for 57 settings named, short values", 0, more, f"{more:.0f}")
+    yield row("Extra allocations for 57 short values", 0, more, f"{more:.0f}")
     kept = all_long["kept"] - 57
-    yield row("Blocks kept beyond one for each of 57 long values", 0, kept, f"{kept:.0f}")
+    yield row("Extra blocks for 57 long values, beyond one each", 0, kept, f"{kept:.0f}")
     for kind in ("Known", "Unknown"):
         flat = found.flatness(kind)
-        yield row(f"An element among 10^6 / among 10^4, {kind.lower()} names", 1.25, flat,
+        yield row(f"Time per {kind.lower()} element, document of 10^6 / of 10^4", 1.25, flat,
                   f"{flat:.2f}")
     peers = found.one("Peers")
     ratio = peers["kaehost_us"] / peers["sysctl_us"]
