@@ -2,7 +2,7 @@
 import collections
 import re
 
-# What the plug-in calls, by the first pattern that is found in the function's name.
+# The functions that the plug-in calls. The first pattern found in the function's name counts.
 CALLED = ((r"_filebuf<.*>::open\(", "opening file streams"),
           (r"_filebuf<.*>::close\(", "closing file streams, which writes the values"),
           (r"^printf$", "`printf` of values"),
@@ -13,7 +13,7 @@ OWN = "the plug-in's own code"
 
 
 class Names:
-    """A name stands in full at its first place only: "(7) printf", later "(7)"."""
+    """Only the first use of a name is in full: "(7) printf", later "(7)"."""
     def __init__(self):
         self.known = {}
 
@@ -23,8 +23,8 @@ class Names:
 
 
 def of_plugin(lines):
-    """Instructions of the plug-in itself (under None) and of each function that it calls in other
-    libraries, with all that this calls in turn."""
+    """Instructions of the plug-in itself (under None), and of each function that it calls in other
+    libraries, including everything that the function calls."""
     objects, functions = Names(), Names()
     costs = collections.Counter()
     here = there = called = ""
@@ -58,5 +58,5 @@ def shares(file):
         titles[OWN if name is None
                else next(title for pattern, title in CALLED if re.search(pattern, name))] += cost
     if len(titles) != len(CALLED) + 1:
-        raise SystemExit(f"{file}: not everything that a request does is there: {dict(titles)}")
+        raise SystemExit(f"{file}: some parts of a request are missing: {dict(titles)}")
     return [(title, cost / costs.total()) for title, cost in titles.most_common()]

@@ -1,5 +1,5 @@
-// What a request costs by the size of its document: 1 to 10^6 child elements, of known and of
-// unknown names. The whole catalogue is written in each; what is asked is what an element adds.
+// The cost of a request by document size: 1 to 10^6 child elements, with known and with unknown
+// names. Each request writes the whole catalogue. The question is what each element adds.
 
 #include <benchmark/benchmark.h>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Names in turn, so that those at the catalogue's end, which take longest to find, are among them.
+// Uses all names in turn, including those at the end of the catalogue, which take longest to find.
 constexpr const char* kKnown[] = {"rmem_max", "tcp_mem_low", "tcp_sack", "tcp_port_max"};
 constexpr const char* kUnknown[] = {"tcp_mem", "ipfrag_time", "mtu", "tcp_sak"};
 
@@ -38,7 +38,7 @@ void Deliver(benchmark::State& state, const auto& names) {
 void KnownElements(benchmark::State& state) { Deliver(state, kKnown); }
 void UnknownElements(benchmark::State& state) { Deliver(state, kUnknown); }
 
-// Several times, since a line is laid through the times of all sizes.
+// Repeats each size, because a line is fitted to the times of all sizes.
 void Sizes(benchmark::internal::Benchmark* of) {
   of->RangeMultiplier(10)->Range(1, 1000000);
   of->Repetitions(5)->MinTime(0.1)->Unit(benchmark::kMicrosecond);

@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// The same system calls and nothing else: what a pass costs at least.
+// Only the system calls of a pass: the least that it can cost.
 class Floor {
  public:
   // `calls` must outlive this object.

@@ -1,4 +1,4 @@
-// From dlopen to the first layer, in a fresh process each time, since a loader keeps what it has.
+// From dlopen to the first layer, in a new process each time, because the loader caches libraries.
 
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
@@ -33,7 +33,7 @@ Times LoadAndMakeALayer() {
   return {load, Since(start)};
 }
 
-// Loads in a child process that has not loaded it yet.
+// Loads the plug-in in a child process that has not loaded it yet.
 Times LoadInAChild() {
   int ends[2];
   Times times = {};

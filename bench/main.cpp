@@ -4,7 +4,7 @@
 #include "bench/world.h"
 
 int main(int argc, char** argv) {
-  rlimit files = {};  // a descriptor for each of many namespaces
+  rlimit files = {};  // one descriptor for each namespace
   getrlimit(RLIMIT_NOFILE, &files);
   files.rlim_cur = files.rlim_max;
   setrlimit(RLIMIT_NOFILE, &files);

@@ -1,5 +1,5 @@
-// What a layer and a request take from the heap, counted in the allocator itself: a program of its
-// own, so that the counting costs the other benchmarks nothing.
+// The heap use of a layer and of a request, counted in the allocator. This is a separate program,
+// so that counting does not slow down the other benchmarks.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -18,11 +18,11 @@
 namespace {
 
 struct Heap {
-  int64_t allocations;  // how many there have been
-  int64_t bytes;        // that they took, with what the allocator adds
-  int64_t kept;         // blocks that have not been freed
-  int64_t live;         // bytes of those
-  int64_t peak;         // the most that were live at once
+  int64_t allocations;  // number of allocations
+  int64_t bytes;        // in all allocations, with the allocator's overhead
+  int64_t kept;         // blocks not freed yet
+  int64_t live;         // bytes in them
+  int64_t peak;         // maximum of live
 };
 
 Heap heap;  // of one thread
@@ -49,7 +49,7 @@ void Uncount(void* block) {
 }  // namespace
 
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-inconsistent-declaration-parameter-name)
-// The C library's own, under the names that stay when the others are replaced.
+// The C library's own functions. These names remain when malloc and the others are replaced.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -71,7 +71,7 @@ void free(void* block) {
 
 namespace {
 
-// What `act` takes.
+// The heap use of `act`.
 template <class Act>
 Heap Taken(Act act) {
   const Heap before = heap;
@@ -91,7 +91,7 @@ void Report(benchmark::State& state, const Heap& taken) {
 
 void LayerMemory(benchmark::State& state) {
   const bench::Output output;
-  { BuiltLayer first; }  // the host's own table of names is filled once
+  { BuiltLayer first; }  // fills the host's table of names, once
   for (auto _ : state) {
     std::unique_ptr<BuiltLayer> layer;
     Report(state, Taken([&] { layer = std::make_unique<BuiltLayer>(); }));
@@ -99,7 +99,7 @@ void LayerMemory(benchmark::State& state) {
 }
 BENCHMARK(LayerMemory)->Iterations(1);
 
-// A document that names the catalogue's first settings, each with a value of so many characters.
+// A document with the first settings of the catalogue, each with a value of the given length.
 void RequestMemory(benchmark::State& state) {
   const bench::Output output;
   devhost::Document document;

@@ -1,5 +1,5 @@
-// A layer in each of many network namespaces, configured one after the other from one process,
-// beside a shell that enters each and runs the usual tool.
+// One process configures a layer in each of many network namespaces, one after the other. For
+// comparison, a shell enters each and runs the usual tool.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -33,12 +33,12 @@ void Enter(int network) {
   }
 }
 
-// Fresh network namespaces, each with writable core files. The process is in the one that it was in
-// before when this object goes.
+// New network namespaces, each with writable core files. The destructor returns the process to its
+// previous namespace.
 class Networks {
  public:
   explicit Networks(int64_t count) : home_(Current()) {
-    // The kernel takes earlier ones apart in the background.
+    // The kernel destroys earlier namespaces in the background; wait for it.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     for (int64_t i = 0; i < count; ++i) {
       if (unshare(CLONE_NEWNET) != 0) {
@@ -53,7 +53,7 @@ class Networks {
       close(network);
     }
     if (setns(home_, CLONE_NEWNET) != 0) {
-      std::terminate();  // all that follows would be measured in another place
+      std::terminate();  // else later measurements would run in the wrong namespace
     }
     close(home_);
   }
@@ -63,7 +63,7 @@ class Networks {
   auto begin() const { return networks_.begin(); }
   auto end() const { return networks_.end(); }
 
-  // Lets `act` run in each of them.
+  // Runs `act` in each of them.
   void InEach(const auto& act) const {
     for (const int network : networks_) {
       Enter(network);
@@ -86,7 +86,7 @@ void Configure(BuiltLayer& layer, const devhost::Document& document) {
   }
 }
 
-// Two of the values that both ways leave, which no kernel has by itself.
+// Two of the values that both ways leave. No kernel has them by default.
 void ExpectTheValues() {
   if (KernelText("ipv4/tcp_sack") != "0" || Words(KernelText("ipv4/tcp_rmem"))[1] != "5000") {
     throw std::runtime_error("a namespace was left with other values");
@@ -127,7 +127,7 @@ void AddShell(Times& times, int64_t count, const bench::Inputs& inputs) {
   networks.InEach(ExpectTheValues);
 }
 
-// Every round and both ways have fresh namespaces.
+// Each round and each way gets new namespaces.
 void Namespaces(benchmark::State& state) {
   const devhost::Document document = bench::TracedDocument();
   const bench::Inputs inputs;

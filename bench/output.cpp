@@ -10,7 +10,7 @@
 namespace bench {
 namespace {
 
-// Answers a descriptor to write to and, of a pipe, puts the other into `reading`.
+// Returns a descriptor to write to. For a pipe, stores the read end in `reading`.
 int Open(Output::Target target, int& reading) {
   if (target == Output::kPipe) {
     int ends[2];

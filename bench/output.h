@@ -2,13 +2,13 @@
 
 namespace bench {
 
-// Lets standard output lead elsewhere while it lives.
+// Redirects standard output during its lifetime.
 class Output {
  public:
   enum Target {
-    kNull,  // /dev/null: a write costs next to nothing
-    kPipe,  // as to a supervisor or a log collector, which reads when nothing is measured
-    kFile,  // a file in the folder for temporary ones
+    kNull,  // /dev/null: a write costs almost nothing
+    kPipe,  // like a supervisor or log collector, but read only between measurements
+    kFile,  // a temporary file
   };
 
   explicit Output(Target target = kNull);
@@ -16,13 +16,13 @@ class Output {
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
-  // Forgets what was written: a pipe is read empty, a file is cut off.
+  // Discards what was written: drains the pipe, truncates the file.
   void Empty() const;
 
  private:
   Target target_;
   int saved_;
-  int reading_ = -1;  // a pipe's other end
+  int reading_ = -1;  // the read end of the pipe
 };
 
 }  // namespace bench

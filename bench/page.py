@@ -148,5 +148,5 @@ def write(found, rows, docs):
                               lambda m: m[1] + "\n" + "\n".join(lines) + "\n" + m[2], text,
                               flags=re.S)
         if count != 1:
-            raise SystemExit(f"{file}: there are {count} places for {name}")
+            raise SystemExit(f"{file}: found {count} markers for {name}, expected one")
     file.write_text(text)

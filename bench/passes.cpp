@@ -1,5 +1,5 @@
-// Each pass of a layer (a snapshot, a request, a release) beside its floor and beside the means
-// that it has to use.
+// Each pass of a layer (a snapshot, a request, a release), compared with its floor and with the
+// streams that it must use.
 
 #include <benchmark/benchmark.h>
 
@@ -59,7 +59,7 @@ void Snapshot(benchmark::State& state) {
 
 void Request(benchmark::State& state) {
   const devhost::Document document = bench::TracedDocument();
-  const bench::Output output;  // of the layer's beginning and end
+  const bench::Output output;  // while the layer is created and released
   BuiltLayer layer;
   const auto configure = [&] {
     devhost::Request request;
@@ -70,7 +70,7 @@ void Request(benchmark::State& state) {
 }
 
 void Release(benchmark::State& state) {
-  const bench::Output output;  // of the layer that is left in the end
+  const bench::Output output;  // while the last layer is released
   std::unique_ptr<BuiltLayer> layer;
   MeasurePass(
       state, "release", [&] { layer = std::make_unique<BuiltLayer>(); }, [&] { layer.reset(); },

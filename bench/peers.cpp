@@ -1,5 +1,5 @@
-// The same values applied by the tools that people use, as whole processes, and by this project, in
-// one network namespace and taking turns.
+// Common tools, as whole processes, and this project apply the same values in one network
+// namespace, in turns.
 
 #include <benchmark/benchmark.h>
 
@@ -20,11 +20,11 @@ namespace {
 
 struct Way {
   const char* name;
-  bool restores;  // as `kaehost apply` does at its end
+  bool restores;  // like `kaehost apply` at its end
   std::function<void()> apply;
 };
 
-// In each round every way applies the values once, starting from the kernel's own.
+// In each round, every way applies the values once, starting from the kernel's own values.
 void Peers(benchmark::State& state) {
   const bench::Inputs inputs;
   const devhost::Document document = bench::TracedDocument();

@@ -14,7 +14,7 @@
 namespace bench {
 namespace {
 
-// A request writes its whole catalogue, whatever its document names.
+// A request writes the whole catalogue, whatever its document contains.
 void WriteSettings(const std::string& path) {
   std::ofstream file(path);
   std::string key;

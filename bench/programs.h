@@ -5,10 +5,10 @@
 
 namespace bench {
 
-// The same values for the tools that people use and for kaehost, in files that go with this object.
+// The same values for the common tools and for kaehost, in files that are deleted with this object.
 struct Inputs {
-  std::string settings;  // everything that a request writes, as sysctl.conf has it
-  std::string document;  // with which the traced request was made
+  std::string settings;  // everything that a request writes, in sysctl.conf format
+  std::string document;  // the document of the traced request
 
   Inputs();
   ~Inputs();
@@ -16,8 +16,8 @@ struct Inputs {
   Inputs& operator=(const Inputs&) = delete;
 };
 
-// Runs a program, which is looked for as a shell does it, to its end, its output going to
-// /dev/null. Throws unless it ends with status 0.
+// Finds a program in PATH, runs it with output to /dev/null, and waits for its end. Throws unless
+// it exits with status 0.
 void RunProgram(std::vector<std::string> words);
 
 }  // namespace bench

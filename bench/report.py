@@ -1,11 +1,11 @@
 #!/usr/bin/python3
-"""Prints budgets and what was measured; with --page, writes docs/performance.md's tables and plots.
+"""Prints budgets and measurements. --page also writes the tables and plots of docs/performance.md.
 
     bench/report.py RESULTS LIBRARY CALLS_DIFFER [--page]
 
-CALLS_DIFFER is the status of the test that counts system calls, 0 or 1.
+CALLS_DIFFER is the exit status of the test that counts system calls, 0 or 1.
 
-Ends with 1 when a budget is missed.
+The exit status is 1 if a budget is missed.
 """
 import pathlib
 import sys

@@ -1,4 +1,4 @@
-"""What the benchmarks found, read from the files that ./measure leaves."""
+"""The results of the benchmarks, from the files that ./measure writes."""
 import json
 import math
 import pathlib
@@ -21,8 +21,8 @@ class Results:
         self.folder = pathlib.Path(folder)
         self.library = library
         self.calls_differ = calls_differ
-        self.runs = {}  # name without the manner of measuring, to a list of runs
-        self.load = 0.0  # the highest load average that a benchmark found at its start
+        self.runs = {}  # from a name, without measurement settings, to a list of runs
+        self.load = 0.0  # the highest load average at the start of a benchmark
         for file in sorted(self.folder.glob("*.json")):
             found = json.loads(file.read_text())
             self.load = max(self.load, found["context"]["load_avg"][0])
@@ -36,21 +36,21 @@ class Results:
         return self.runs[name][0]
 
     def passed(self, name, output):
-        """A pass of a layer: its times in microseconds and its ratios."""
+        """A pass of a layer: times in microseconds, and ratios."""
         return self.one(f"{name}/output:{OUTPUTS.index(output)}")
 
     def profile(self):
-        """Pairs of what a request does in user space and its share of the instructions."""
+        """The parts of a request in user space: pairs of title and share of the instructions."""
         return callgrind.shares(self.folder / "request.callgrind")
 
     def element_times(self, kind):
-        """Pairs of size and time of one request in microseconds."""
+        """Pairs of document size and time of one request in microseconds."""
         return [(size, run["real_time"]) for size in SIZES
                 for run in self.runs[f"{kind}Elements/{size}"]]
 
     def slope(self, kind):
-        """Nanoseconds that an element adds, and the standard error: a line through all times, each
-        weighted so that relative errors count alike."""
+        """Nanoseconds that an element adds, and the standard error. Fits a line to all times, with
+        weights so that relative errors count equally."""
         points = [(size, time, 1 / time**2) for size, time in self.element_times(kind)]
         weight = sum(w for _, _, w in points)
         mean_x = sum(w * x for x, _, w in points) / weight
@@ -62,7 +62,7 @@ class Results:
         return slope * 1e3, error * 1e3
 
     def flatness(self, kind):
-        """How much longer an element takes among a million than among ten thousand."""
+        """Time per element in a document of a million, divided by that in one of ten thousand."""
         def each(size):
             empty = statistics.median(r["real_time"] for r in self.runs[f"{kind}Elements/1"])
             time = statistics.median(r["real_time"] for r in self.runs[f"{kind}Elements/{size}"])

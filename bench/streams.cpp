@@ -37,7 +37,7 @@ Streams::Streams(const std::vector<SystemCall>& calls, Buffer buffer) : buffer_(
   }
 }
 
-// In one write are the line that was flushed and before it the values that waited for it.
+// One write contains the flushed line, and before it the values that waited in the buffer.
 void Streams::AddLines(const std::string& printed) {
   std::size_t start = 0;
   for (std::size_t end = 0; (end = printed.find('\n', start)) != std::string::npos;

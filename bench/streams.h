@@ -8,9 +8,10 @@
 
 namespace bench {
 
-// The same system calls made by the means that a layer has to use, and nothing of a layer's own: a
-// file stream for each direction, std::cout with a flush for each line, printf for each value, all
-// paths and texts at hand. What lies between this and the floor belongs to the two libraries.
+// The same system calls through the library functions that a layer must use, without any code of a
+// layer: a file stream for each direction, std::cout with a flush for each line, printf for each
+// value. All paths and texts are ready. The difference to the floor is the cost of the C and C++
+// libraries.
 class Streams {
  public:
   enum Buffer { kOfEachFile, kOfThePass };
@@ -24,9 +25,9 @@ class Streams {
     enum { kLine, kValue, kRead, kWrite } kind;
     std::string text;         // kLine; kRead and kWrite: the path
     std::string name;         // kValue
-    std::string value;        // kValue; kWrite: what goes into the file
-    bool missing = false;     // kRead, kWrite: not there
-    unsigned long words = 0;  // kRead: how many the file is read for
+    std::string value;        // kValue; kWrite: the file's new text
+    bool missing = false;     // kRead, kWrite: the file does not exist
+    unsigned long words = 0;  // kRead: how many words to read
   };
 
   void AddLines(const std::string& printed);

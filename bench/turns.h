@@ -9,7 +9,7 @@
 
 namespace bench {
 
-// Ways to do the same thing, measured taking turns, so that what disturbs one disturbs the others.
+// Several ways to do the same thing. They take turns, so a disturbance affects all of them.
 class Turns {
  public:
   struct Way {
@@ -19,11 +19,11 @@ class Turns {
 
   explicit Turns(std::vector<Way> ways) : ways_(std::move(ways)) {}
 
-  // Lets each way run once, starting with another one each time; `before` and `after` surround each
-  // run and are not measured.
+  // Runs each way once. Each round starts with another way. `before` and `after` surround each run
+  // and are not measured.
   void Round(const std::function<void()>& before, const std::function<void()>& after);
 
-  // The latest time of a way, in seconds.
+  // The last time of a way, in seconds.
   double Last(const std::string& name) const { return times_.at(name).back(); }
 
   // Counter NAME_us: the median of a way's times.

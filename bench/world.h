@@ -8,18 +8,18 @@
 #include "tests/kernel/built_layer.h"
 #include "tests/system_calls/trace.h"
 
-// Where the benchmarks take place: a private namespace on this machine's kernel, with core/rmem_max
-// and core/wmem_max covered by scratch files.
+// The environment of the benchmarks: a private namespace on this machine's kernel, with scratch
+// files mounted over core/rmem_max and core/wmem_max.
 namespace bench {
 
-// Moves this process there. Also traces a layer's life first, since a tracer needs a namespace of
-// its own.
+// Moves this process into that namespace. Traces a layer's life first, because a tracer needs its
+// own namespace.
 void EnterWorld();
 
-// The system calls of each step of a layer's life, as the tracer saw them.
+// The traced system calls of each step of a layer's life.
 const std::vector<SystemCall>& CallsOf(const std::string& step);
 
-// The document that the traced life was led with.
+// The document of the traced request.
 devhost::Document TracedDocument();
 
 }  // namespace bench
