@@ -8,8 +8,8 @@
 
 namespace devhost {
 
-// Fills a document part by part, in the order of a file. How deep it is in the document is kept
-// here, not on the stack.
+// Builds a document part by part, in file order. It keeps the open elements here, not on the call
+// stack, so deep documents need no deep recursion.
 class Builder {
  public:
   explicit Builder(Document* document) : document_(document) {}
@@ -24,7 +24,7 @@ class Builder {
 
   void EndElement() { open_.pop(); }
 
-  // A text comes in pieces, CDATA sections among them. There is none outside of elements.
+  // Text arrives in pieces, including CDATA sections. There is no text outside elements.
   void AddText(std::string_view text, Position begin) {
     kaml_content* last = Parent()->last_child;
     if (last == nullptr || last->type != kText) {
@@ -40,13 +40,13 @@ class Builder {
     ++contents_;
   }
 
-  // Answers whether an element is open.
+  // Returns whether an element is open.
   bool IsInside() const { return !open_.empty(); }
 
-  // Answers how many contents the document has.
+  // Returns the number of contents in the document.
   std::size_t contents() const { return contents_; }
 
-  // Answers the line of the element that is open.
+  // Returns the line of the open element.
   int open_line() const { return open_.top()->begin.line; }
 
  private:

@@ -12,9 +12,9 @@
 
 namespace devhost {
 
-// The bytes of a document: of a file, a pipe or a device. Nothing that anybody means to apply comes
-// near its limits; whatever is read, the time and the memory that it takes stay within bounds. A
-// folder opens too, but nothing can be read from it. Throws DocumentError.
+// The bytes of a document, from a file, a pipe or a device. Its limits bound time and memory for
+// any input, and are far above real documents. A folder can be opened, but reading it fails. Throws
+// DocumentError.
 class Input {
  public:
   explicit Input(const std::string& path)
@@ -27,7 +27,7 @@ class Input {
   Input(const Input&) = delete;
   Input& operator=(const Input&) = delete;
 
-  // Answers how many bytes it read, 0 at the end. `line` is where the parser is.
+  // Returns the number of bytes read, 0 at the end. `line` is the parser's current line.
   std::size_t Read(char* buffer, std::size_t size, int line) {
     if (markup_bytes_ > kMaxMarkup + kReadAhead) {
       Refuse(markup_line_,
@@ -46,7 +46,7 @@ class Input {
     return static_cast<std::size_t>(count);
   }
 
-  // To be called when the parser has got through a tag, a comment or some text.
+  // Call this after the parser has finished a tag, a comment or some text.
   void EndMarkup(int line) {
     markup_bytes_ = 0;
     markup_line_ = line;
@@ -58,9 +58,9 @@ class Input {
 
  private:
   static constexpr std::size_t kMaxBytes = std::size_t{256} << 20;
-  // The time that the parser takes grows with the square of the number of a tag's attributes.
+  // The parser's time grows with the square of the number of attributes in a tag.
   static constexpr std::size_t kMaxMarkup = std::size_t{64} << 10;
-  // More than the parser reads ahead, so that nothing shorter is refused.
+  // More than the parser reads ahead, so that shorter markup is never refused.
   static constexpr std::size_t kReadAhead = std::size_t{8} << 10;
 
   [[noreturn]] void ThrowUnreadable() const {

@@ -1,4 +1,4 @@
-// The code behind the host's classes.
+// Implements the host's classes.
 
 #include "host/kae.h"
 

@@ -1,4 +1,4 @@
-// The document functions: interning, and what a plug-in asks of a content.
+// Implements the document functions: interning, and access to contents.
 
 #include "host/kaml.h"
 
@@ -17,7 +17,7 @@ struct Names {
   std::vector<const char*> in_order;
 };
 
-// Never destroyed: a plug-in's names outlive even static destruction.
+// Never destroyed: a plug-in uses its names even during static destruction.
 Names& TheNames() {
   static auto& names = *new Names;
   return names;

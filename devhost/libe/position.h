@@ -6,20 +6,19 @@
 
 namespace devhost {
 
-// A place in a file, both from 1. Columns are in characters.
+// A position in a file. Both start at 1; columns count characters.
 struct Position {
   int line;
   int column;
 };
 
-// Answers how many characters some UTF-8 has.
+// Returns the number of characters in UTF-8 text.
 inline int Characters(std::string_view text) {
   return static_cast<int>(
       std::count_if(text.begin(), text.end(), [](char byte) { return (byte & '\xc0') != '\x80'; }));
 }
 
-// Answers where `text` begins that ends at `end`, and before which `before` stands: as much as is
-// known of it.
+// Returns where `text` begins, given that it ends at `end`. `before` is the known text before it.
 inline Position BeginOf(std::string_view text, Position end, std::string_view before) {
   const auto newlines = static_cast<int>(std::count(text.begin(), text.end(), '\n'));
   if (newlines == 0) {
@@ -28,7 +27,7 @@ inline Position BeginOf(std::string_view text, Position end, std::string_view be
   return {end.line - newlines, Characters(before.substr(before.rfind('\n') + 1)) + 1};
 }
 
-// Answers where what follows `text` is, which begins at `begin`.
+// Returns the position right after `text`, which begins at `begin`.
 inline Position EndOf(std::string_view text, Position begin) {
   const std::size_t newline = text.rfind('\n');
   if (newline == std::string_view::npos) {

@@ -8,8 +8,8 @@ namespace devhost {
 
 enum class Reply { kNone, kSuccess, kError };
 
-// The request behind a kaeRequest handle: it keeps the first reply and takes no second. Every
-// kaeRequest that reaches this host library has to be one of these.
+// The request behind a kaeRequest handle. It keeps the first reply and rejects any other. Every
+// kaeRequest passed to this host library must be one of these.
 class Request : public kaeRequest {
  public:
   Reply reply() const { return reply_; }
@@ -18,7 +18,7 @@ class Request : public kaeRequest {
   const std::string& error() const { return error_; }
   const std::string& detail() const { return detail_; }
 
-  // Whether a further reply came after the first.
+  // Whether there was more than one reply.
   bool answered_again() const { return answered_again_; }
 
  private:

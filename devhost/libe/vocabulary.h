@@ -5,7 +5,7 @@
 
 namespace devhost {
 
-// Answers every name that has been interned, in the order in which they came.
+// Returns all interned names, in the order of their first use.
 std::vector<std::string> Vocabulary();
 
 }  // namespace devhost

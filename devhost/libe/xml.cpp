@@ -1,4 +1,4 @@
-// Documents from XML.
+// Reads documents from XML.
 
 #include <libxml/parser.h>
 
@@ -17,20 +17,20 @@ namespace devhost {
 namespace {
 
 constexpr std::size_t kMaxContents = std::size_t{32} << 20;
-// The parser's dictionary stops growing, and from then on each new name takes longer than the last.
+// Above this, the parser's dictionary stops growing and each new name takes longer than the last.
 constexpr int kMaxNames = 64 << 10;
 constexpr std::size_t kMaxReason = 200;
 constexpr const char* kNoXml = "cannot be read as XML: ";
 
 const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
-// Makes the parser's words one line, and a short one: names in them may be of any length.
+// Shortens the parser's message to one short line: names in it can have any length.
 std::string Tidy(std::string reason) {
   reason.erase(reason.find_last_not_of('\n') + 1);
   std::replace(reason.begin(), reason.end(), '\n', ' ');
   if (reason.size() > kMaxReason) {
     std::size_t end = kMaxReason;
-    while ((reason[end] & '\xc0') == '\x80') {  // in the midst of a character
+    while ((reason[end] & '\xc0') == '\x80') {  // inside a character
       --end;
     }
     reason.resize(end);
@@ -39,9 +39,9 @@ std::string Tidy(std::string reason) {
   return reason;
 }
 
-// Fills a document with what the parser tells of a file, part by part: there is no second tree, and
-// nothing recurses. It uses the parser's first interface, which takes names as they are written.
-// The first failure ends the input, since it is the one that explains the others.
+// Builds a document from the parser's callbacks, part by part: without a second tree and without
+// recursion. It uses the SAX1 interface, which keeps names as written. It stops at the first
+// failure, because that one explains the others.
 class Reading {
  public:
   Reading(const std::string& path, Document* document) : input_(path), builder_(document) {}
@@ -55,7 +55,7 @@ class Reading {
   static xmlSAXHandler Handler();
   static Parser NewParser(Reading* reading);
 
-  // What the parser calls. It is written in C: nothing may be thrown through it.
+  // The parser's callbacks. The parser is C code: no exception may pass through it.
   template <class Step>
   static void Try(void* reading, Step step);
   template <class Step>
@@ -73,7 +73,7 @@ class Reading {
 
   Input input_;
   Builder builder_;
-  Position end_of_last_ = {1, 1};  // of the last part, where within the root the next one begins
+  Position end_of_last_ = {1, 1};  // of the last part; inside the root, the next one begins here
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
 };
@@ -95,7 +95,7 @@ Reading::Parser Reading::NewParser(Reading* reading) {
   Parser parser(
       xmlCreateIOParserCtxt(&handler, reading, Read, nullptr, reading, XML_CHAR_ENCODING_NONE),
       [](xmlParserCtxt* done) {
-        xmlFreeDoc(done->myDoc);  // left behind where a file ends among its entities
+        xmlFreeDoc(done->myDoc);  // exists if the file ended inside its entity declarations
         xmlFreeParserCtxt(done);
       });
   if (parser == nullptr) {
@@ -105,7 +105,7 @@ Reading::Parser Reading::NewParser(Reading* reading) {
   return parser;
 }
 
-// Nothing is fetched from outside: there is no handler that would.
+// Nothing is fetched from outside the file: no handler does that.
 xmlSAXHandler Reading::Handler() {
   xmlSAXHandler handler = {};
   handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) {
@@ -160,7 +160,7 @@ void Reading::Try(void* reading, Step step) {
 template <class Step>
 void Reading::TryPart(void* reading, Step step) {
   Try(reading, [&](Reading& self) {
-    if (self.parser_->inSubset == 0) {  // the document type declaration is one thing, as a tag is
+    if (self.parser_->inSubset == 0) {  // the document type declaration counts as one, like a tag
       self.input_.EndMarkup(self.Line());
     }
     step(self);
@@ -184,7 +184,7 @@ int Reading::Read(void* reading, char* buffer, int size) {
   return static_cast<int>(count);
 }
 
-// Colons have no meaning here, so none is misplaced.
+// Colons have no meaning here, so namespace errors are ignored.
 void Reading::TakeError(void* reading, xmlErrorPtr error) {
   Try(reading, [&](Reading& self) {
     if (error->level >= XML_ERR_ERROR && error->domain != XML_FROM_NAMESPACE) {
@@ -193,7 +193,7 @@ void Reading::TakeError(void* reading, xmlErrorPtr error) {
   });
 }
 
-// What stands in the document type declaration is no content.
+// Parts of the document type declaration are not contents.
 void Reading::AddOther(ContentType type) {
   if (parser_->inSubset == 0) {
     builder_.AddOther(type);
@@ -201,9 +201,9 @@ void Reading::AddOther(ContentType type) {
   end_of_last_ = Here();
 }
 
-// The parser has got as far as the tag's end, and may have forgotten where a long one began. Before
-// the root there are blanks of which it tells nothing; but in a tag there is no other "<" than its
-// first.
+// The parser is at the end of the tag, and may no longer know where a long tag began. Inside the
+// root, a tag begins where the last part ended. Before the root, the parser does not report white
+// space, so look back for "<": a tag contains only one.
 Position Reading::BeginOfTag() const {
   if (builder_.IsInside()) {
     return end_of_last_;
@@ -222,7 +222,7 @@ void Reading::RefuseEntity() const {
 
 std::string Reading::Explain(const xmlError& error) const {
   if (error.domain != XML_FROM_PARSER) {
-    return error.message;  // of the decoder, while the parser's place in its buffer is undefined
+    return error.message;  // from the decoder; the parser's buffer position is undefined now
   }
   if (std::string why = WhyNoFurther(); !why.empty()) {
     return why;
@@ -230,12 +230,12 @@ std::string Reading::Explain(const xmlError& error) const {
   if (error.code != XML_ERR_TAG_NAME_MISMATCH) {
     return error.message;
   }
-  // The parser's own words lack the line.
+  // The parser's own message does not contain the line.
   return std::string("Opening and ending tag mismatch: ") + error.str1 + " line " +
          std::to_string(builder_.open_line()) + " and " + error.str2;
 }
 
-// Answers why the parser takes the place where it is for the end of the file when it is none.
+// Returns why the parser stopped here as if the file ended, although it did not; else empty.
 std::string Reading::WhyNoFurther() const {
   const xmlParserInput& input = *parser_->input;
   if (input.cur != input.end) {
