@@ -7,13 +7,13 @@
 
 namespace model {
 
-// Where the decisions of a random scenario come from: a seed, or bytes that somebody else thought
-// up. The same source gives the same decisions with every compiler and library.
+// The source of the decisions in a random scenario: a seed, or bytes from elsewhere, such as a
+// fuzzer. The same source gives the same decisions with every compiler and library.
 class Choices {
  public:
   static Choices FromSeed(std::uint64_t seed) { return {seed, true, nullptr, 0}; }
 
-  // Where the bytes end, every decision is 0 from there on. The bytes must outlive the choices.
+  // After the last byte, every decision is 0. The bytes must outlive the choices.
   static Choices FromBytes(const std::uint8_t* bytes, std::size_t size) {
     return {0, false, bytes, size};
   }
@@ -26,7 +26,7 @@ class Choices {
     return random_ ? static_cast<std::size_t>(Random() % n) : Number(n) % n;
   }
 
-  // Whether something happens that does so once in `n` times; never where the bytes have ended.
+  // Returns true once in `n` times, and never after the last byte.
   bool OneIn(std::size_t n) { return Below(n) == n - 1; }
 
   template <class T>

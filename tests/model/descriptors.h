@@ -4,7 +4,7 @@
 
 namespace model {
 
-// The process's right to open anything: taken and given back, at the latest when this object ends.
+// Takes away the process's ability to open files, and restores it, at the latest in the destructor.
 class Descriptors {
  public:
   Descriptors() { getrlimit(RLIMIT_NOFILE, &free_); }
@@ -12,7 +12,7 @@ class Descriptors {
   Descriptors(const Descriptors&) = delete;
   Descriptors& operator=(const Descriptors&) = delete;
 
-  // Every open fails with EMFILE from here on.
+  // From now on, every open fails with EMFILE.
   void Take() {
     taken_ = true;
     Set(0);
@@ -25,7 +25,7 @@ class Descriptors {
     }
   }
 
-  // Lets the story's teller open files although they are taken.
+  // Lets the player open files during its lifetime, even if descriptors are taken.
   class Loan {
    public:
     explicit Loan(Descriptors& descriptors) : descriptors_(descriptors), lent_(descriptors.taken_) {

@@ -6,8 +6,8 @@
 
 namespace model {
 
-// What library and model differ in, in a reduced scenario that still shows a difference, for a
-// person to read. The two must differ in `scenario`.
+// Reduces `scenario` to one that still shows a difference between library and model, and returns a
+// readable description of the difference. The two must differ in `scenario`.
 std::string ExplainDifference(Player& player, const Scenario& scenario);
 
 }  // namespace model

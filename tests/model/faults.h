@@ -9,9 +9,9 @@ namespace model {
 
 enum class Moment { kSnapshot, kRequest, kRollback, kRelease };
 
-// One fault: opening the catalogue's `index`-th file fails with `error` at one moment only. Before
-// and after, and for every other file, opening goes well or meets a missing file; only a rollback
-// needs another failing file, which is another one's folder.
+// One fault: opening the `index`-th file of the catalogue fails with `error`, at one moment only.
+// At other moments, and for all other files, opening succeeds or the file is missing. One
+// exception: a rollback needs another file that fails; it is a folder.
 struct Fault {
   std::size_t index;
   int error;
@@ -20,18 +20,18 @@ struct Fault {
   // The file, as "ipv4/tcp_sack".
   std::string File() const;
 
-  // Whether opening a file can fail that way at that moment: what forbids only writing lets a
-  // snapshot pass.
+  // Whether opening a file can fail that way at that moment: an error only for writing cannot occur
+  // in a snapshot.
   bool CanOccur() const;
 
-  // The line that tells of it.
+  // The line that reports it.
   std::string Line() const;
 
-  // A layer's life with it.
+  // A layer's life with this fault.
   Scenario Story() const;
 };
 
-// Where the output of such a story mentions `file` as one that could not be opened, and how.
+// A line in the output of such a story that reports that `file` could not be opened.
 struct Mention {
   Moment moment;
   std::string line;

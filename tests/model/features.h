@@ -8,12 +8,12 @@
 
 namespace model {
 
-// Finds out what occurs in scenarios, by name: "a socket is written", "descriptors are taken".
+// Counts what occurs in scenarios, by name: "a socket is written", "descriptors are taken".
 class Features {
  public:
   void Count(const Scenario& scenario);
 
-  // In how many of the scenarios so far.
+  // The number of scenarios so far with this feature.
   int operator[](const std::string& feature) const;
 
  private:
@@ -27,11 +27,11 @@ class Features {
   void CountValue(const std::string& text);
   void CountLines(const Scenario& scenario);
 
-  std::set<std::string> found_;  // in the scenario that is being counted
+  std::set<std::string> found_;  // in the current scenario
   std::map<std::string, int> counts_;
 };
 
-// A kind of file as its obstacle is called in features: "a socket".
+// The name of a kind of file in features: "a socket".
 std::string NameOf(File::Kind kind);
 
 }  // namespace model

@@ -5,15 +5,15 @@
 
 namespace model {
 
-// Answers a random scenario: mostly a short one, now and then one with something enormous in it.
+// Returns a random scenario. Most are short; a few contain something very large.
 Scenario Generate(Choices& choices);
 
-// Its parts. Half of the texts are such as kernels and operators use.
+// Parts of a scenario. Half of the texts are realistic for kernels and operators.
 File GenerateFile(Choices& choices);
 std::string GenerateValue(Choices& choices);
 std::vector<Node> GenerateDocument(Choices& choices);
 
-// A line that an armed change may wait for, likely to come in a story with these files.
+// A line for a change to wait for. It is likely to appear in a story with these files.
 std::string GenerateLine(Choices& choices, const std::map<std::string, File>& files);
 
 // The 50 files of the catalogue, as "ipv4/tcp_sack".

@@ -7,15 +7,14 @@
 
 namespace model {
 
-// Between Start() and Stop() tells each line that is written to std::cout, once it has been
-// flushed. What is written goes to standard output all the same, by way of the same buffer as
-// always.
+// Between Start() and Stop(), reports each line written to std::cout after it is flushed. The
+// output still goes to standard output, through the usual buffer.
 class LineWatch : private std::streambuf {
  public:
   explicit LineWatch(std::function<void(const std::string&)> on_line);
   ~LineWatch() override;
 
-  // Nothing happens where it has been started or stopped already.
+  // No effect if already started or stopped.
   void Start();
   void Stop();
 
@@ -25,7 +24,7 @@ class LineWatch : private std::streambuf {
   int sync() override;
 
   std::function<void(const std::string&)> on_line_;
-  std::string unflushed_;  // and the part of a line that was flushed without its end
+  std::string unflushed_;  // also an incomplete line that was flushed
   std::streambuf* usual_ = nullptr;
 };
 

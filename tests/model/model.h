@@ -4,7 +4,7 @@
 
 namespace model {
 
-// Answers what is to be seen of the scenario. Knows the plug-in's promises and nothing of its code.
+// Returns what the plug-in must do in the scenario. Based only on its promises, not on its code.
 Trace Predict(const Scenario& scenario);
 
 }  // namespace model

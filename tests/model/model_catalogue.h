@@ -10,8 +10,8 @@ struct Row {
   const char* name;      // of the setting and of its element
   const char* file;      // below /proc/sys/net
   const char* fallback;  // the built-in default
-  std::size_t values;    // in its file: its own and those of the rows after it; 0 in these rows
-  bool reset;            // a new layer starts with the default, whatever the file holds
+  std::size_t values;    // number of values in the file; 0 for all but the first of them
+  bool reset;            // a new layer starts with the default, not with the file's value
 };
 
 extern const std::array<Row, 57> kCatalogue;

@@ -10,12 +10,12 @@
 
 namespace model {
 
-// A layer from the call that asks for it to its release.
+// A layer, from its creation to its release.
 class Layer {
  public:
   explicit Layer(World& world);
 
-  // `answer` is the host's to a reply.
+  // `answer` is what the host returns for a reply.
   bool Configure(const std::vector<Node>& document, bool answer);
 
   void Release();
@@ -29,7 +29,7 @@ class Layer {
   enum class Policy { kRollBack, kGoOn };
 
   void TakeSnapshot();
-  int ReadFile(std::size_t first);  // answers the error of the open
+  int ReadFile(std::size_t first);  // returns the error of the open
   void SetToPrevious();
   void SetDefaults();
 

@@ -9,7 +9,7 @@
 
 #include "tests/model/scenario.h"
 
-// Verbs for the stories that the tests tell, and what they look for in a trace.
+// Helpers to build stories for tests, and to check traces.
 namespace model {
 
 using Lines = std::vector<std::string>;
@@ -74,8 +74,8 @@ inline bool Ends(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// Most stories leave most files missing. What is said of those, and of the seven children while
-// they hold their defaults, is left out; the stories that are told in full have it.
+// In most stories most files are missing. The lines about them, and about the seven children with
+// default values, are left out. model_test_texts.h has complete stories.
 inline bool IsToldOften(const std::string& line) {
   const Lines children = {"tcp_mem_pressure = 65536", "tcp_mem_high = 98304",
                           "tcp_rmem_default = 87380", "tcp_rmem_max = 174760",
@@ -107,7 +107,7 @@ inline Lines Told(const Trace& trace) {
   return lines;
 }
 
-// What a new layer tells when none of its files can be read, and what its release tells.
+// The lines of a new layer that can read no file, and those of its release.
 inline const Lines kBirth = {"", "reading previous config...", "reading config done", "",
                              "setting to previous values"};
 inline const Lines kEnd = {"", "setting to previous values", "", "writing config...",
@@ -118,7 +118,7 @@ inline Lines operator+(Lines all, const Lines& more) {
   return all;
 }
 
-// The calls from the n-th on, each with the line that was the last to be printed before it.
+// The calls from the n-th on, each with the last line printed before it.
 inline Calls CallsFrom(const Trace& trace, std::size_t n) {
   Calls calls;
   for (std::size_t i = n; i < trace.calls.size(); ++i) {
@@ -130,10 +130,10 @@ inline Calls CallsFrom(const Trace& trace, std::size_t n) {
   return calls;
 }
 
-// The calls of the host while a new layer comes to be.
+// The number of host calls during the creation of a layer.
 inline constexpr std::size_t kCallsOfABirth = 59;
 
-// `text` with `line` in the place of the one line that holds `key`.
+// `text`, with `line` instead of the line that contains `key`.
 inline std::string With(std::string text, const std::string& key, const std::string& line) {
   const std::size_t found = text.find(key);
   EXPECT_NE(found, std::string::npos) << key;

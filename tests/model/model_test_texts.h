@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-// Stories told in full.
+// Complete stories.
 namespace model {
 
 // clang-format off
@@ -137,7 +137,7 @@ tcp_port_max = 4096
 config done
 )";
 
-// A release while every file can be written and every setting holds its default.
+// A release in which every file can be written and every setting has its default.
 inline const std::string kReleaseWithEveryFile = R"(
 setting to previous values
 
@@ -202,7 +202,7 @@ tcp_port_max = 4096
 config done
 )";
 
-// What the files hold then.
+// The files after that release.
 inline const std::map<std::string, std::string> kDefaults = {
     {"core/rmem_max", "2621440"},
     {"core/wmem_max", "112640"},

@@ -8,35 +8,35 @@
 
 namespace model {
 
-// What opening a file of this kind fails with, 0 where it opens.
+// The error of opening a file of this kind, 0 if it opens.
 int ReadError(File::Kind kind);
 int WriteError(File::Kind kind);
 
-// The kernel, the host and standard output, as far as a layer meets them. Keeps the record of what
-// is seen, and lets happen what waits for a line.
+// The kernel, the host and standard output, as far as a layer uses them. Records what happens, and
+// makes the changes that wait for a line.
 class World {
  public:
   enum class Way { kReading, kWriting };
 
   explicit World(const Scenario& scenario) : files_(scenario.files) {}
 
-  // Lets a change of the world happen, now or at the line that it waits for.
+  // Makes a change now, or at the line that it waits for.
   void Change(const Operation& operation);
 
-  // The error of an open, 0 when it succeeds. `file` is a path below /proc/sys/net.
+  // The error of an open, 0 if it succeeds. `file` is a path below /proc/sys/net.
   int OpenError(const std::string& file, Way way) const;
 
-  // For files that open that way.
+  // For files that can be opened for this.
   std::string Content(const std::string& file) const;
   void Replace(const std::string& file, const std::string& text);
 
-  // A line on the standard output stream: those who wait for it have their turn.
+  // Prints a line through std::cout, and makes the changes that wait for it.
   void PrintLine(const std::string& text);
 
-  // A line of the formatted print, which stops at a NUL and for which nobody can wait.
+  // Prints a line through printf, which stops at a NUL. No change can wait for it.
   void PrintValue(const char* name, const char* value);
 
-  // A call of the host, and the two that the host shows.
+  // Records a call of the host. The replies are also part of the output.
   void Call(const std::string& call);
   void SendSuccess();
   void SendError(const std::string& error, const std::string& detail);

@@ -6,19 +6,19 @@
 
 namespace model {
 
-// Plays scenarios on the real library, which it keeps loaded, over a tree of files of its own.
-// Needs the private namespace that the tests' main enters. One at a time; not for several threads.
+// Plays scenarios on the real library, with its own tree of files. Keeps the library loaded. Needs
+// the private namespace that the tests' main enters. Only one object at a time; not thread-safe.
 class Player {
  public:
   Player();
 
-  // Answers what was seen of the scenario.
+  // Returns what happened in the scenario.
   Trace Play(const Scenario& scenario);
 
  private:
   LoadedLibrary library_;
   TunableTree tree_;
-  std::map<std::string, File::Kind> standing_;  // what stands where in the tree
+  std::map<std::string, File::Kind> standing_;  // the kind of each file in the tree
 };
 
 }  // namespace model

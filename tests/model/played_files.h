@@ -8,18 +8,18 @@
 
 namespace model {
 
-// A scenario's files as they stand in a tree. `standing` tells what stands where, and outlives the
-// scenario.
+// The files of a scenario in a tree. `standing` has the kind of each file in the tree, and outlives
+// the scenario.
 class PlayedFiles {
  public:
   PlayedFiles(TunableTree& tree, std::map<std::string, File::Kind>& standing)
       : tree_(tree), standing_(standing) {}
 
-  // Replaces what is there only where it differs, which spares most scenarios half of their time.
+  // Replaces a file only if it differs. This halves the time of most scenarios.
   void Put(const std::string& name, const File& file);
 
-  // The text of each file that stands there as a regular one, and of every other that nobody put
-  // there, which is taken away so that it is not laid to the next scenario's charge.
+  // The text of each regular file of the scenario, and of every file that appeared besides. Removes
+  // the latter, so that the next scenario does not start with them.
   std::map<std::string, std::string> Texts();
 
  private:

@@ -6,11 +6,11 @@
 
 namespace model {
 
-// A scenario, for a person to read. Long texts and long repetitions are cut short.
+// A scenario in readable form. Long texts and long repetitions are shortened.
 std::string Print(const Scenario& scenario);
 
-// The first difference between what was to be expected and what was seen, with what led up to it;
-// empty where there is none.
+// The first difference between expected and seen, with what happened just before; empty if there is
+// none.
 std::string PrintDifference(const Trace& expected, const Trace& seen);
 
 }  // namespace model

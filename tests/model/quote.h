@@ -4,8 +4,8 @@
 
 namespace model {
 
-// The text in double quotes on one line, unprintable bytes escaped, the middle of a long one left
-// out.
+// The text in double quotes on one line. Unprintable bytes are escaped; a long text has its middle
+// left out.
 std::string Quote(const std::string& text);
 
 }  // namespace model

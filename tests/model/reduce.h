@@ -8,11 +8,11 @@ namespace model {
 
 using Oracle = std::function<bool(const Scenario&)>;
 
-// Whether the story makes sense: it uses layers only between their creation and their release.
+// Whether the scenario uses each layer only between its creation and its release.
 bool IsLegal(const Scenario& scenario);
 
-// Answers a scenario that still fails and of which nothing more can be left out or made plainer one
-// by one. `still_fails` is asked about legal scenarios only, at most `patience` times.
+// Returns a minimal scenario that still fails: no single part can be removed or simplified. Calls
+// `still_fails` only for legal scenarios, at most `patience` times.
 Scenario Reduce(Scenario scenario, const Oracle& still_fails, int patience = 5000);
 
 }  // namespace model

@@ -10,7 +10,7 @@
 
 namespace {
 
-// A fixed table: the watch must not allocate.
+// A fixed table, because recording must not allocate.
 std::array<Allocations::Block, 1 << 16> g_blocks;
 std::size_t g_count = 0;
 bool g_watching = false;

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <vector>
 
-// Watches every allocation by operator new for as long as it lives. The program's operators new and
-// delete are replaced where this file's source is linked in. One at a time.
+// Records every allocation by operator new during its lifetime. Programs that link allocations.cpp
+// get its operators new and delete. Only one object at a time.
 class Allocations {
  public:
   Allocations();
@@ -15,19 +15,19 @@ class Allocations {
   struct Block {
     void* address;
     std::size_t size;
-    std::size_t host_calls;  // how many calls the recording host had seen before
+    std::size_t host_calls;  // number of earlier calls to the recording host
     bool live;
   };
 
-  // All blocks of this size, in the order of their allocation.
+  // All blocks of this size, in order of allocation.
   static std::vector<Block> OfSize(std::size_t size);
 
-  // Those that have not been freed.
+  // All blocks of this size that are not freed yet.
   static std::vector<Block> Live(std::size_t size);
 
-  // Lets the `n`-th allocation from now on throw std::bad_alloc, once; with 0 none.
+  // Makes the `n`-th allocation from now on throw std::bad_alloc, once. 0 means none.
   static void Fail(std::size_t n);
 
-  // Answers whether that allocation has not come yet.
+  // Returns whether that allocation is still to come.
   static bool IsToFail();
 };

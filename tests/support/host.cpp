@@ -16,7 +16,7 @@ int g_interns_until_failure = 0;
 
 }  // namespace
 
-// The caller's errno stays: asking a pipe for its position changes it.
+// Keeps the caller's errno: ftell on a pipe changes it.
 static void Record(std::string call) {
   const int error = errno;
   Calls().push_back(std::move(call));
@@ -25,13 +25,13 @@ static void Record(std::string call) {
 }
 
 std::vector<std::string>& Calls() {
-  // Never destroyed: a plug-in that is still loaded at the end of the process adds to it then.
+  // Never destroyed: a plug-in that is still loaded adds to it at the end of the process.
   static auto& calls = *new std::vector<std::string>;
   return calls;
 }
 
 std::vector<long>& CallPositions() {
-  // With room enough that its growth is not taken for an allocation of the plug-in.
+  // Large enough, so that growing it does not count as an allocation of the plug-in.
   static auto& positions = *new auto([] {
     std::vector<long> empty;
     empty.reserve(1 << 12);

@@ -15,8 +15,8 @@ struct kaml_content {
   kaml_content* contents = nullptr;
 };
 
-// The host that the tests run the plug-in in: a libe.so that records what it is asked for, in
-// order, and fails on demand. Not for several threads.
+// The host of the plug-in in tests: a libe.so that records all calls in order, and fails on demand.
+// Not thread-safe.
 namespace recording_host {
 
 constexpr int kText = 0;
@@ -29,29 +29,29 @@ struct Reply {
   std::string detail;
 };
 
-// Keeps every reply, and prints each on standard output as a line in braces, so that its place
-// among the plug-in's lines is seen: {success}, {success with a body} or {error "ERROR" "DETAIL"}.
+// Keeps every reply. Also prints each as a line in braces on standard output, to show its position
+// among the plug-in's lines: {success}, {success with a body} or {error "ERROR" "DETAIL"}.
 class Request : public kaeRequest {
  public:
   std::vector<Reply> replies;
-  bool answer = true;  // what the next reply is answered with
+  bool answer = true;  // the result of the next SendSuccess or SendError
 };
 
 // Every call of a host function since ResetHost(), as "kaml_intern tcp_sack", "kaml_cont_type",
 // "kaeCPLayer()", "~kaeCPLayer", "~kaePlugin", "SendSuccess", "SendError".
 std::vector<std::string>& Calls();
 
-// Where standard output stood at each of these calls, in bytes from its start, flushed or not; -1
-// where it has no position.
+// The position of standard output at each of these calls, in bytes from its start, flushed or not.
+// -1 if it has no position.
 std::vector<long>& CallPositions();
 
-// Lets the `n`-th call of kaml_intern from now on throw std::bad_alloc, once.
+// Makes the `n`-th call of kaml_intern from now on throw std::bad_alloc, once.
 void FailIntern(int n);
 
-// Forgets calls, failures and contents; interned names stay.
+// Clears calls, failures and contents. Interned names stay.
 void ResetHost();
 
-// Builders of contents; none of them counts as a call. Lists are linked in the order given.
+// These build contents, and do not count as calls. Lists keep the given order.
 const char* Intern(const std::string& text);
 kaml_content* Node(int type, const char* name, std::vector<kaml_content*> contents = {});
 kaml_content* Element(const std::string& name, std::vector<kaml_content*> contents = {});

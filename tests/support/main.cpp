@@ -1,5 +1,5 @@
-// The main function of every test that meets /proc/sys/net: it moves the whole process into a
-// private namespace first, so that no test can reach the machine's own tunables.
+// The main function of every test that uses /proc/sys/net. It first moves the whole process into a
+// private namespace, so that no test can reach the machine's own tunables.
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-// Tells failures on standard error as well: many tests capture standard output, and with it what is
-// told there of their failures.
+// Prints failures on standard error too: many tests capture standard output, including the report
+// of their failures.
 class FailuresOnStandardError : public testing::EmptyTestEventListener {
   void OnTestPartResult(const testing::TestPartResult& result) override {
     if (result.failed()) {
@@ -24,7 +24,7 @@ class FailuresOnStandardError : public testing::EmptyTestEventListener {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Output goes through a buffer as on a device, where standard output is no terminal.
+  // Buffer the output as on a device, where standard output is not a terminal.
   std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
   testing::InitGoogleTest(&argc, argv);
   testing::UnitTest::GetInstance()->listeners().Append(new FailuresOnStandardError);

@@ -37,8 +37,8 @@ void WriteFile(const std::string& path, const std::string& text) {
   Check(static_cast<bool>((std::ofstream(path, std::ios::binary) << text).flush()), path);
 }
 
-// Answers when the program has taken the child's place. It dies with this process and keeps none of
-// its descriptors.
+// Returns after the child has executed the program. The program ends with this process and keeps
+// none of its descriptors.
 pid_t Run(const std::string& program) {
   std::array<int, 2> until_exec = {};
   Check(pipe2(until_exec.data(), O_CLOEXEC) == 0, "pipe");
@@ -66,7 +66,7 @@ Obstacles::~Obstacles() {
   }
 }
 
-// Answers whether the thing at `path` is still to be made.
+// Returns whether `path` still has to be created.
 bool Obstacles::Make(const std::string& path) {
   Check(mkdir(folder_.c_str(), 0777) == 0 || errno == EEXIST, folder_);
   return !Exists(path);

@@ -4,9 +4,9 @@
 
 #include <string>
 
-// What a symbolic link in the place of a tunable can lead to, so that opening the tunable fails
-// honestly, without a mount for each. All of it lies in the folder `folder`, which must not exist;
-// each thing is made when it is first asked for, and its path is answered.
+// Targets for a symbolic link that replaces a tunable, so that opening the tunable really fails,
+// without a mount for each. They are in the folder `folder`, which must not exist yet. Each
+// function creates its target on first use and returns the path.
 class Obstacles {
  public:
   explicit Obstacles(std::string folder) : folder_(std::move(folder)) {}
@@ -20,15 +20,15 @@ class Obstacles {
   // ENOTDIR.
   std::string BelowAFile();
 
-  // ETXTBSY for writing; reads as RunningProgram(). Throws std::runtime_error where the kernel does
+  // ETXTBSY for writing; reads as RunningProgram(). Throws std::runtime_error if the kernel does
   // not protect running programs.
   std::string Program();
 
-  // An empty file on a file system without a free byte: it opens both ways, and what is written to
+  // An empty file on a full file system: it opens for reading and writing, but what is written to
   // it is lost.
   std::string FullDevice();
 
-  // EROFS for writing: a read-only view of the file at `path`, which is moved away from there.
+  // EROFS for writing: a read-only view of the file at `path`. Moves that file away.
   std::string ReadOnlyView(const std::string& path);
 
  private:
@@ -39,8 +39,8 @@ class Obstacles {
   pid_t program_ = 0;
 };
 
-// The bytes of the program that Obstacles runs: an executable whose text also holds words.
+// The bytes of the program that Obstacles runs: an executable that also contains words of text.
 const std::string& RunningProgram();
 
-// Takes the capabilities that let root open files whose mode forbids it from the process for good.
+// Permanently drops the capabilities that let root open files against their mode.
 void ObeyFileModes();

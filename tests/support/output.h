@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Takes what is written to standard output, by whichever means, for as long as it lives.
+// Captures everything written to standard output during its lifetime, by any function.
 class CapturedOutput {
  public:
   CapturedOutput();
@@ -14,7 +14,7 @@ class CapturedOutput {
   CapturedOutput(const CapturedOutput&) = delete;
   CapturedOutput& operator=(const CapturedOutput&) = delete;
 
-  // Answers what has come since the last call.
+  // Returns the output since the last call.
   std::string Take();
 
  private:
@@ -22,18 +22,18 @@ class CapturedOutput {
   int file_;
 };
 
-// Takes what is written to std::cout, apart from what C functions write to standard output, for as
-// long as it lives. `on_write` is called after each piece and each flush, with everything that has
-// come since the last flush.
+// Captures what is written to std::cout during its lifetime, but not what C functions write to
+// standard output. Calls `on_write` after each piece and each flush, with everything since the last
+// flush.
 class CapturedStream : private std::streambuf {
  public:
   explicit CapturedStream(std::function<void(const std::string&)> on_write = {});
   ~CapturedStream() override;
 
-  // What came, cut where it was flushed; the last piece has not been flushed.
+  // The output, split at each flush. The last piece is not flushed yet.
   const std::vector<std::string>& pieces() const { return pieces_; }
 
-  // What came, whole.
+  // The whole output.
   std::string text() const;
 
  private:

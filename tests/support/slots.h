@@ -2,9 +2,9 @@
 
 #include <cstddef>
 
-// Calls the virtual operation in slot `slot` of the object at `object`, as code compiled against
-// another copy of the class declaration would: by position alone. A virtual destructor takes two
-// slots. References are passed as pointers.
+// Calls the virtual function in slot `slot` of the object at `object` only by its position, like
+// code compiled against another copy of the class declaration. A virtual destructor takes two
+// slots. Pass references as pointers.
 template <class Result, class... Arguments>
 #if defined(__clang__)
 __attribute__((no_sanitize("function")))

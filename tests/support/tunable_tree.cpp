@@ -30,8 +30,8 @@ TunableTree::TunableTree() {
 
 TunableTree::~TunableTree() { umount2("/proc/sys/net", MNT_DETACH); }
 
-// Most of the tests' time goes into files, hence the bare system calls, of which the first is
-// enough where a file is there already.
+// Uses bare system calls, because the tests spend most of their time on files. If a file exists,
+// the first call is enough.
 void TunableTree::Write(const std::string& name, const std::string& text) {
   constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
   constexpr mode_t kMode = 0666;
@@ -95,7 +95,7 @@ void TunableTree::Seal(const std::string& name) { SetMode(name, 0); }
 void TunableTree::Clear(const std::string& name) {
   const std::string path = Path(name);
   if (unlink(path.c_str()) != 0 && errno != ENOENT) {
-    umount2(path.c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);  // a read-only one
+    umount2(path.c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);  // of MakeReadOnly
     fs::remove(path);
   }
 }

@@ -4,9 +4,9 @@
 
 #include "tests/support/obstacles.h"
 
-// A stand-in for the kernel's tunables: an empty file system laid over /proc/sys/net, with the
-// folders ipv4 and core, for as long as this object lives. Names are paths below /proc/sys/net, as
-// "ipv4/tcp_sack". Needs the private namespace that the tests' main enters.
+// A stand-in for the kernel's tunables: an empty file system mounted over /proc/sys/net during the
+// lifetime of this object, with the folders ipv4 and core. Names are paths below /proc/sys/net,
+// such as "ipv4/tcp_sack". Needs the private namespace that the tests' main enters.
 class TunableTree {
  public:
   TunableTree();
@@ -14,45 +14,45 @@ class TunableTree {
   TunableTree(const TunableTree&) = delete;
   TunableTree& operator=(const TunableTree&) = delete;
 
-  // Puts a regular file with this text there, whatever was there before.
+  // Creates a regular file with this text, and replaces what was there.
   void Write(const std::string& name, const std::string& text);
 
-  // Answers the file's exact text.
+  // Returns the file's exact text.
   std::string Read(const std::string& name) const;
 
-  // Opening then gives ENOENT, for writing too, as for a tunable that the kernel does not have. (A
-  // name that is merely absent would be created by the open.)
+  // Opening fails with ENOENT, also for writing, as for a tunable that the kernel does not have.
+  // (If the name were only absent, the open would create it.)
   void MakeMissing(const std::string& name);
 
-  // Opening for writing then gives EISDIR; opening for reading succeeds and the read fails.
+  // Opening for writing fails with EISDIR. Opening for reading succeeds, but the read fails.
   void MakeFolder(const std::string& name);
 
-  // Opening then gives ELOOP.
+  // Opening fails with ELOOP.
   void MakeLoop(const std::string& name);
 
-  // Opening for writing then gives EROFS; reading works.
+  // Opening for writing fails with EROFS. Reading works.
   void MakeReadOnly(const std::string& name);
 
-  // The same by a symbolic link and in a fraction of the time. What is there must be a file.
+  // The same with a symbolic link, and much faster. `name` must be a file.
   void LinkReadOnly(const std::string& name);
 
-  // What is written then meets a full device: the open works, the flush fails. Reads as empty.
+  // Writing meets a full device: the open succeeds, the flush fails. Reads as empty.
   void MakeFull(const std::string& name);
 
-  // Opening then gives ENXIO, ENOTDIR.
+  // Opening fails with ENXIO, ENOTDIR.
   void MakeSocket(const std::string& name);
   void MakeBelowAFile(const std::string& name);
 
-  // Opening for writing then gives ETXTBSY; what is read is RunningProgram(). Throws
-  // std::runtime_error where the kernel knows no such protection.
+  // Opening for writing fails with ETXTBSY. Reads as RunningProgram(). Throws std::runtime_error if
+  // the kernel does not protect running programs.
   void MakeRunningProgram(const std::string& name);
 
-  // Opening the file that is there then gives EACCES: for writing, both ways. From the first of
-  // these on the process can no longer open what a file's mode forbids.
+  // Opening the existing file fails with EACCES: for writing only; for both. From the first call
+  // on, the process can no longer open files against their mode.
   void WriteProtect(const std::string& name);
   void Seal(const std::string& name);
 
-  // Answers the full path.
+  // Returns the full path.
   static std::string Path(const std::string& name) { return "/proc/sys/net/" + name; }
 
  private:
