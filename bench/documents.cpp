@@ -6,7 +6,7 @@
 #include <string>
 
 #include "bench/output.h"
-#include "bench/world.h"
+#include "bench/private_kernel.h"
 #include "devhost/libe/request.h"
 
 namespace {

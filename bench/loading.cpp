@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "bench/output.h"
-#include "bench/world.h"
+#include "bench/private_kernel.h"
 #include "host/kae.h"
 
 namespace {

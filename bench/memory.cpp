@@ -10,7 +10,7 @@
 #include <string>
 
 #include "bench/output.h"
-#include "bench/world.h"
+#include "bench/private_kernel.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/built_layer.h"
 #include "tests/support/catalogue.h"

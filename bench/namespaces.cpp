@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "bench/output.h"
+#include "bench/private_kernel.h"
 #include "bench/programs.h"
 #include "bench/statistics.h"
-#include "bench/world.h"
 #include "devhost/kaehost/sandbox.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/built_layer.h"

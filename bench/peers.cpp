@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "bench/floor.h"
 #include "bench/output.h"
+#include "bench/private_kernel.h"
 #include "bench/programs.h"
 #include "bench/statistics.h"
-#include "bench/world.h"
+#include "bench/system_calls_alone.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/kernel.h"
 
@@ -28,7 +28,7 @@ struct Way {
 void Peers(benchmark::State& state) {
   const bench::Inputs inputs;
   const devhost::Document document = bench::TracedDocument();
-  const bench::Floor restore(bench::CallsOf("release"));
+  const bench::SystemCallsAlone restore(bench::CallsOf("release"));
   const bench::Output output;
   BuiltLayer layer;
   const Way ways[] = {

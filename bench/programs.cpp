@@ -9,7 +9,7 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "bench/world.h"
+#include "bench/private_kernel.h"
 
 namespace bench {
 namespace {

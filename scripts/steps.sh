@@ -1,4 +1,4 @@
-# What ./check and scripts/deep have in common; sourced, in the repository's folder.
+# What ./check and scripts/check_deep have in common; sourced, in the repository's folder.
 set -euo pipefail
 jobs=$(nproc)
 readonly jobs

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/docs/page.h"
+#include "tests/docs/support/page.h"
 #include "tests/plugin/elf_file.h"
 #include "tests/plugin/loaded_plugin.h"
 

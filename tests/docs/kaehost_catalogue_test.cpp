@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "devhost/kaehost/catalogue.h"
-#include "tests/docs/observed_catalogue.h"
+#include "tests/docs/support/observed_catalogue.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/docs/page.h"
-#include "tests/docs/played_life.h"
+#include "tests/docs/support/page.h"
+#include "tests/docs/support/played_life.h"
 #include "tests/plugin/loaded_plugin.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // What the schema of configuration documents allows, and that it speaks of what the built plug-in
 // knows.
 
-#include "tests/docs/schema.h"
+#include "tests/docs/support/schema.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/docs/observed_catalogue.h"
-#include "tests/docs/page.h"
+#include "tests/docs/support/observed_catalogue.h"
+#include "tests/docs/support/page.h"
 
 namespace {
 

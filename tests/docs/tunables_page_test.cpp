@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/docs/observed_catalogue.h"
-#include "tests/docs/page.h"
+#include "tests/docs/support/observed_catalogue.h"
+#include "tests/docs/support/page.h"
 
 namespace {
 

@@ -12,10 +12,10 @@
 #include <exception>
 
 #include "devhost/kaehost/sandbox.h"
-#include "tests/model/explain.h"
-#include "tests/model/generate.h"
-#include "tests/model/model.h"
-#include "tests/model/play.h"
+#include "tests/model/generator/generate.h"
+#include "tests/model/player/play.h"
+#include "tests/model/predictor/predict.h"
+#include "tests/model/reporter/explain.h"
 #include "tests/support/namespace.h"
 
 namespace {

@@ -1,0 +1,89 @@
+// Each pass of a layer (a snapshot, a request, a release), compared with its floor and with the
+// streams that it must use.
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <memory>
+
+#include "bench/interleaved_measurements.h"
+#include "bench/output.h"
+#include "bench/private_kernel.h"
+#include "bench/streams.h"
+#include "bench/system_calls_alone.h"
+#include "devhost/libe/request.h"
+
+namespace {
+
+constexpr int kRounds = 500;
+
+using Step = std::function<void()>;
+
+void MeasurePass(benchmark::State& state, const char* name, const Step& before, const Step& pass,
+                 const Step& after) {
+  const bench::Output output(static_cast<bench::Output::Target>(state.range(0)));
+  const bench::SystemCallsAlone floor(bench::CallsOf(name));
+  const bench::Streams streams(bench::CallsOf(name));
+  const bench::Streams one_buffer(bench::CallsOf(name), bench::Streams::kOfThePass);
+  bench::InterleavedMeasurements turns({
+      {"pass",       pass                     },
+      {"floor",      [&] { floor.Run(); }     },
+      {"streams",    [&] { streams.Run(); }   },
+      {"one_buffer", [&] { one_buffer.Run(); }}
+  });
+  for (auto _ : state) {
+    turns.Round(
+        [&] {
+          before();
+          output.Empty();
+        },
+        [&] {
+          after();
+          output.Empty();
+        });
+    state.SetIterationTime(turns.Last("pass"));
+  }
+  turns.ReportTimes(state);
+  turns.ReportRatio(state, "ratio", "pass", "floor");
+  turns.ReportRatio(state, "streams_ratio", "streams", "floor");
+  turns.ReportRatio(state, "own_ratio", "pass", "streams");
+  turns.ReportRatio(state, "one_buffer_ratio", "one_buffer", "streams");
+}
+
+void Snapshot(benchmark::State& state) {
+  std::unique_ptr<BuiltLayer> layer;
+  MeasurePass(
+      state, "snapshot", [] {}, [&] { layer = std::make_unique<BuiltLayer>(); },
+      [&] { layer.reset(); });
+}
+
+void Request(benchmark::State& state) {
+  const devhost::Document document = bench::TracedDocument();
+  const bench::Output output;  // while the layer is created and released
+  BuiltLayer layer;
+  const auto configure = [&] {
+    devhost::Request request;
+    layer.Configure(request, document.contents());
+  };
+  MeasurePass(
+      state, "request", [] {}, configure, [] {});
+}
+
+void Release(benchmark::State& state) {
+  const bench::Output output;  // while the last layer is released
+  std::unique_ptr<BuiltLayer> layer;
+  MeasurePass(
+      state, "release", [&] { layer = std::make_unique<BuiltLayer>(); }, [&] { layer.reset(); },
+      [] {});
+}
+
+void Targets(benchmark::internal::Benchmark* pass) {
+  pass->Arg(bench::Output::kNull)->Arg(bench::Output::kPipe)->Arg(bench::Output::kFile);
+  pass->ArgName("output")->Iterations(kRounds)->UseManualTime()->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK(Snapshot)->Apply(Targets);
+BENCHMARK(Request)->Apply(Targets);
+BENCHMARK(Release)->Apply(Targets);
+
+}  // namespace

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "devhost/libe/document.h"
+#include "tests/kernel/built_layer.h"
+#include "tests/system_calls/trace.h"
+
+// The environment of the benchmarks: a private namespace on this machine's kernel, with scratch
+// files mounted over core/rmem_max and core/wmem_max.
+namespace bench {
+
+// Moves this process into that namespace. Traces a layer's life first, because a tracer needs its
+// own namespace.
+void EnterPrivateKernel();
+
+// The traced system calls of each step of a layer's life.
+const std::vector<SystemCall>& CallsOf(const std::string& step);
+
+// The document of the traced request.
+devhost::Document TracedDocument();
+
+}  // namespace bench
