@@ -20,7 +20,7 @@
 #include "bench/private_kernel.h"
 #include "bench/programs.h"
 #include "bench/statistics.h"
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/built_layer.h"
 #include "tests/kernel/kernel.h"

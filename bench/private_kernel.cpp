@@ -2,7 +2,8 @@
 
 #include <map>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 
 namespace bench {
 namespace {

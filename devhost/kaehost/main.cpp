@@ -13,7 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "devhost/kaehost/command.h"
+#include "devhost/kaehost/commands.h"
+#include "devhost/kaehost/exit_status.h"
 
 using namespace devhost;
 

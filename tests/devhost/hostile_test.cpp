@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/devhost/filled_pipe.h"
-#include "tests/devhost/kaehost.h"
-#include "tests/devhost/temp_folder.h"
+#include "tests/devhost/support/filled_pipe.h"
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
 
 using testing::ContainsRegex;
 using testing::EndsWith;

@@ -12,10 +12,11 @@
 #include <string>
 #include <vector>
 
-#include "devhost/kaehost/catalogue.h"
-#include "devhost/kaehost/sandbox.h"
-#include "tests/devhost/kaehost.h"
-#include "tests/devhost/temp_folder.h"
+#include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
 
 using testing::HasSubstr;
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/devhost/kaehost.h"
-#include "tests/devhost/temp_folder.h"
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
 
 using testing::AllOf;
 using testing::HasSubstr;

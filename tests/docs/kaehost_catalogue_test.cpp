@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "devhost/kaehost/catalogue.h"
+#include "devhost/kaehost/kernel/catalogue.h"
 #include "tests/docs/support/observed_catalogue.h"
 
 namespace {

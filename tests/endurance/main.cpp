@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
 #include "tests/endurance/cycles.h"
 #include "tests/endurance/hosted.h"
 #include "tests/endurance/requests.h"

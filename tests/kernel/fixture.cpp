@@ -2,7 +2,7 @@
 
 #include <sys/mount.h>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 
 BareKernelTest::~BareKernelTest() {
   recording_host::ResetHost();

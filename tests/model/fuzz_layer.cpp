@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <exception>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
 #include "tests/model/generator/generate.h"
 #include "tests/model/player/play.h"
 #include "tests/model/predictor/predict.h"

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
 #include "tests/model/generator/generate.h"
 #include "tests/model/player/play.h"
 #include "tests/model/predictor/predict.h"

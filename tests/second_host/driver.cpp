@@ -11,7 +11,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 #include "tests/second_host/host.h"
 #include "tests/support/namespace.h"
 

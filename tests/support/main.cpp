@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
 #include "tests/support/namespace.h"
 
 namespace {

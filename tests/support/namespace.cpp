@@ -5,7 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
 
 constexpr int kSkipped = 77;
 

@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "devhost/kaehost/sandbox.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/libe/document.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/built_layer.h"

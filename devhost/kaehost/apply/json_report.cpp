@@ -1,0 +1,94 @@
+#include "devhost/kaehost/apply/json_report.h"
+
+#include <sstream>
+
+#include "devhost/kaehost/text/json.h"
+
+namespace devhost {
+namespace {
+
+const char* WordFor(Reply reply) {
+  switch (reply) {
+    case Reply::kNone:
+      return "none";
+    case Reply::kSuccess:
+      return "success";
+    case Reply::kError:
+      return "error";
+  }
+  return "";
+}
+
+Json OrNull(const auto& optional) { return optional ? Json(*optional) : Json(); }
+
+Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
+  Json json;
+  json["element"] = outcome.entry->element;
+  json["file"] = outcome.entry->file;
+  json["position"] = outcome.entry->position;
+  json["outcome"] = WordFor(outcome.fate);
+  json["before"] = OrNull(outcome.before);
+  json["asked"] = OrNull(outcome.asked);
+  json["now"] = OrNull(outcome.now);
+  json["emulated"] = session.IsEmulated(*outcome.entry);
+  return json;
+}
+
+Json RequestJson(const SessionResult& session, const RequestResult& result) {
+  Json json;
+  json["document"] = result.document;
+  json["reply"] = WordFor(result.request.reply());
+  json["error"] = result.request.error();
+  json["detail"] = result.request.detail();
+  json["answered_again"] = result.request.answered_again();
+  json["thrown"] = OrNull(result.thrown);
+  json["outcomes"] = Json::array();
+  json["counts"] = Json::object();
+  for (const Outcome& outcome : result.outcomes) {
+    json["outcomes"].push_back(OutcomeJson(session, outcome));
+  }
+  for (const auto& [fate, count] : CountFates(result.outcomes)) {
+    json["counts"][WordFor(fate)] = count;
+  }
+  return json;
+}
+
+Json Lines(const std::string& text) {
+  Json lines = Json::array();
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+}  // namespace
+
+std::string ToJson(const SessionResult& session, const std::string& progress, int status) {
+  Json json;
+  json["error"] = nullptr;
+  json["where"] = session.where;
+  json["emulated"] = session.emulated;
+  json["plugin"] = session.plugin;
+  json["requests"] = Json::array();
+  for (const RequestResult& result : session.requests) {
+    json["requests"].push_back(RequestJson(session, result));
+  }
+  json["interrupted_by"] = OrNull(session.interrupted_by);
+  json["command_status"] = OrNull(session.command_status);
+  json["release_thrown"] = OrNull(session.release_thrown);
+  json["restored"] = session.not_restored.empty();
+  json["not_restored"] = Json::array();
+  for (const Change& change : session.not_restored) {
+    json["not_restored"].push_back({
+        {"tunable", change.tunable},
+        {"before",  change.before },
+        {"now",     change.after  }
+    });
+  }
+  json["progress"] = Lines(progress);
+  json["status"] = status;
+  return JsonText(json);
+}
+
+}  // namespace devhost

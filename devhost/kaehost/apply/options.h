@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "devhost/kaehost/apply/target_namespace.h"
+
+namespace devhost {
+
+struct ApplyOptions {
+  std::vector<std::string> documents;
+  std::vector<std::string> command;  // to run under the settings; empty for none
+  std::string plugin;
+  TargetNamespace target;
+  bool hold = false;  // keep the settings until a signal comes
+  bool json = false;
+  bool quiet = false;
+};
+
+}  // namespace devhost

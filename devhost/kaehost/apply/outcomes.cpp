@@ -1,0 +1,119 @@
+#include "devhost/kaehost/apply/outcomes.h"
+
+#include "devhost/kaehost/text/numbers.h"
+#include "devhost/libe/document.h"
+
+namespace devhost {
+namespace {
+
+std::string WordAt(int position, const std::string& text) {
+  constexpr const char* kBlanks = " \t\n";
+  std::size_t begin = text.find_first_not_of(kBlanks);
+  for (int i = 0; i < position && begin != std::string::npos; ++i) {
+    begin = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, begin));
+  }
+  return begin == std::string::npos
+             ? ""
+             : text.substr(begin, text.find_first_of(kBlanks, begin) - begin);
+}
+
+bool IsSameValue(const std::string& one, const std::string& other) {
+  return one == other || (Number(one) && Number(one) == Number(other));
+}
+
+Fate FateOfWhatWasAsked(const std::string& asked, const std::optional<std::string>& before,
+                        const std::optional<std::string>& now) {
+  if (!before && !now) {
+    return Fate::kMissing;
+  }
+  if (now && IsSameValue(asked, *now)) {
+    return before == now ? Fate::kUnchanged : Fate::kApplied;
+  }
+  return before == now ? Fate::kRejected : Fate::kAdjusted;
+}
+
+}  // namespace
+
+const char* WordFor(Fate fate) {
+  switch (fate) {
+    case Fate::kApplied:
+      return "applied";
+    case Fate::kUnchanged:
+      return "unchanged";
+    case Fate::kAdjusted:
+      return "adjusted";
+    case Fate::kRejected:
+      return "rejected";
+    case Fate::kMissing:
+      return "missing";
+    case Fate::kRestored:
+      return "restored";
+    case Fate::kOverridden:
+      return "overridden";
+  }
+  return "";
+}
+
+Asked WhatIsAsked(const kaml_content* contents) {
+  Asked asked;
+  for (const kaml_content* root = contents; root != nullptr; root = root->next) {
+    if (root->type != kElement) {
+      continue;
+    }
+    if (std::string_view(root->name) != "tcp-settings") {
+      break;
+    }
+    for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
+      const CatalogueEntry* entry = c->type == kElement ? FindInCatalogue(c->name) : nullptr;
+      if (entry != nullptr && c->first_child != nullptr && c->first_child->type == kText) {
+        asked[entry->element] = c->first_child->text;
+      }
+    }
+  }
+  return asked;
+}
+
+CatalogueValues CatalogueValuesOf(const Tunables& tunables) {
+  CatalogueValues values;
+  for (const CatalogueEntry& entry : Catalogue()) {
+    const auto found = tunables.find(entry.file);
+    values.push_back(found != tunables.end() ? std::optional(WordAt(entry.position, found->second))
+                                             : std::nullopt);
+  }
+  return values;
+}
+
+std::vector<Outcome> OutcomesOf(const Asked& asked, const CatalogueValues& start,
+                                const CatalogueValues& before, const CatalogueValues& now,
+                                bool success) {
+  std::vector<Outcome> outcomes;
+  for (std::size_t i = 0; i < Catalogue().size(); ++i) {
+    const auto found = asked.find(Catalogue()[i].element);
+    const bool is_asked = found != asked.end();
+    const bool has_changed = before[i] != now[i];
+    if (!is_asked && !has_changed) {
+      continue;
+    }
+    Outcome outcome{&Catalogue()[i], Fate::kOverridden, {}, before[i], now[i]};
+    if (is_asked) {
+      outcome.asked = found->second;
+    }
+    if (!success && now[i] && now[i] == start[i]) {
+      outcome.fate = Fate::kRestored;
+    } else if (is_asked) {
+      outcome.fate = FateOfWhatWasAsked(found->second, before[i], now[i]);
+    }
+    outcomes.push_back(std::move(outcome));
+  }
+  return outcomes;
+}
+
+std::map<Fate, int> CountFates(const std::vector<Outcome>& outcomes) {
+  std::map<Fate, int> counts;
+  for (const Outcome& outcome : outcomes) {
+    ++counts[outcome.fate];
+  }
+  return counts;
+}
+
+}  // namespace devhost

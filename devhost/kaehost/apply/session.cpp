@@ -1,0 +1,211 @@
+#include "devhost/kaehost/apply/session.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "devhost/kaehost/apply/interruption.h"
+#include "devhost/kaehost/apply/json_report.h"
+#include "devhost/kaehost/apply/session_result.h"
+#include "devhost/kaehost/apply/text_report.h"
+#include "devhost/kaehost/apply/user_command.h"
+#include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/plugin/plugin_output.h"
+#include "devhost/kaehost/text/output.h"
+#include "devhost/libe/document.h"
+
+namespace devhost {
+namespace {
+
+Report::Style StyleOf(const ApplyOptions& options) {
+  if (options.json) {
+    return Report::kSilent;
+  }
+  return options.quiet ? Report::kQuiet : Report::kFull;
+}
+
+PluginOutput::Fate PluginOutputOf(const ApplyOptions& options) {
+  if (options.json) {
+    return PluginOutput::kKept;
+  }
+  return options.quiet ? PluginOutput::kDropped : PluginOutput::kShown;
+}
+
+// Neither a reader that goes nor a file that may not grow is to keep the tunables from coming back.
+void KeepOutputFromEndingTheProcess() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+class Session {
+ public:
+  Session(const ApplyOptions& options, const std::vector<Document>& documents)
+      : options_(options),
+        documents_(documents),
+        report_(StyleOf(options)),
+        plugin_output_(PluginOutputOf(options)) {}
+
+  int Run();
+
+ private:
+  void LeadALayersLife();
+  void DeliverAll(const Layer& layer);
+  void Deliver(const Layer& layer, const Document& document, const std::string& name);
+  void UseTheSettings();
+  void Release(const Layer& layer);
+  bool IsEveryDocumentInForce() const;
+  int Status() const;
+
+  const ApplyOptions& options_;
+  const std::vector<Document>& documents_;
+  const Report report_;
+  PluginOutput plugin_output_;
+  Interruption interruption_;
+  Tunables before_;
+  CatalogueValues start_;
+  CatalogueValues now_;
+  SessionResult result_;
+};
+
+int Session::Run() {
+  result_.emulated = Enter(options_.target);
+  result_.where = options_.target.live            ? "live"
+                  : options_.target.netns.empty() ? "private"
+                                                  : options_.target.netns;
+  report_.Tell(Description(options_.target, result_.emulated));
+  if (!options_.target.IsPrivate()) {
+    KeepOutputFromEndingTheProcess();
+  }
+  before_ = ReadTunables();
+  now_ = start_ = CatalogueValuesOf(before_);
+  LeadALayersLife();
+  const int status = Status();
+  if (options_.json) {
+    Out() << ToJson(result_, plugin_output_.Text(), status) << '\n';
+  }
+  return status;
+}
+
+void Session::LeadALayersLife() {
+  const auto unload = [this](Plugin* plugin) { plugin_output_.Of([plugin] { delete plugin; }); };
+  const std::unique_ptr<Plugin, decltype(unload)> plugin(
+      plugin_output_.Of([this] { return new Plugin(options_.plugin); }), unload);
+  result_.plugin =
+      plugin_output_.Of([&] { return plugin->name() + ", version " + plugin->version(); });
+  report_.Tell("plug-in " + result_.plugin);
+  const Layer layer = plugin_output_.Of([&] { return plugin->NewLayer(); });
+  try {
+    DeliverAll(layer);
+    UseTheSettings();
+  } catch (...) {
+    Release(layer);
+    throw;
+  }
+  Release(layer);
+}
+
+void Session::DeliverAll(const Layer& layer) {
+  for (std::size_t i = 0; i < documents_.size(); ++i) {
+    if (interruption_.Came()) {
+      report_.Complain("interrupted; not delivered: " + options_.documents[i]);
+    } else {
+      Deliver(layer, documents_[i], options_.documents[i]);
+    }
+  }
+}
+
+void Session::Deliver(const Layer& layer, const Document& document, const std::string& name) {
+  report_.TellNext("request: " + name);
+  RequestResult& result = result_.requests.emplace_back();
+  result.document = name;
+  plugin_output_.Of([&] {
+    try {
+      layer.configure->do_Configure(&result.request, document.contents());
+    } catch (...) {
+      result.thrown = Thrown();
+    }
+  });
+  CatalogueValues now = CatalogueValuesOf(ReadTunables());
+  result.outcomes = OutcomesOf(WhatIsAsked(document.contents()), start_, now_, now,
+                               result.request.reply() == Reply::kSuccess);
+  now_ = std::move(now);
+  report_.TellResult(result_, result);
+}
+
+// Nothing is tried under settings that are not those of the documents.
+void Session::UseTheSettings() {
+  result_.interrupted_by = interruption_.Came();
+  const bool complete = !result_.interrupted_by && IsEveryDocumentInForce();
+  if (!options_.command.empty() && !complete) {
+    report_.Complain(options_.command[0] + ": not run, since not every document is in force");
+  } else if (!options_.command.empty()) {
+    if (options_.target.IsPrivate()) {
+      BringLoopbackUp();
+    }
+    report_.TellNext("running: " + options_.command[0]);
+    result_.command_status = RunUserCommand(options_.command, interruption_, !options_.json);
+    report_.Tell(options_.command[0] + ": ended with status " +
+                 std::to_string(*result_.command_status));
+  } else if (complete && (options_.hold || options_.target.live)) {
+    report_.TellNext("holding the settings until Ctrl-C or SIGTERM, then restoring; process " +
+                     std::to_string(getpid()));
+    interruption_.Await();
+  }
+}
+
+bool Session::IsEveryDocumentInForce() const {
+  return result_.requests.size() == documents_.size() &&
+         std::all_of(result_.requests.begin(), result_.requests.end(),
+                     std::mem_fn(&RequestResult::has_succeeded));
+}
+
+void Session::Release(const Layer& layer) {
+  report_.TellNext("releasing the layer");
+  plugin_output_.Of([&] {
+    try {
+      layer.release->do_Release();
+    } catch (...) {
+      result_.release_thrown = Thrown();
+    }
+  });
+  result_.not_restored = Compare(before_, ReadTunables());
+  report_.TellRelease(result_);
+}
+
+int Session::Status() const {
+  if (result_.release_thrown || !result_.not_restored.empty()) {
+    return kFailed;
+  }
+  if (result_.command_status) {
+    return *result_.command_status;
+  }
+  const auto& requests = result_.requests;
+  if (!std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::has_succeeded))) {
+    return kFailed;
+  }
+  if (result_.interrupted_by) {
+    constexpr int kSignalled = 128;
+    return kSignalled + *result_.interrupted_by;
+  }
+  return std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::is_as_asked))
+             ? kDone
+             : kNotAsAsked;
+}
+
+}  // namespace
+
+int RunSession(const ApplyOptions& options) {
+  std::vector<Document> documents;
+  for (const std::string& path : options.documents) {
+    documents.push_back(Document::Read(path));
+  }
+  return Session(options, documents).Run();
+}
+
+}  // namespace devhost

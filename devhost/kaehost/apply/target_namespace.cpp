@@ -1,0 +1,87 @@
+#include "devhost/kaehost/apply/target_namespace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
+
+namespace devhost {
+namespace {
+
+constexpr const char* kTunables = "/proc/sys/net/";
+constexpr const char* kCoreFiles[] = {"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"};
+
+// Opening alone changes no tunable.
+void RefuseWhereNothingCanBeWritten(const TargetNamespace& target) {
+  const std::string path = std::string(kTunables) + "ipv4/tcp_sack";
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const int error = errno;
+  close(fd);
+  if (fd >= 0) {
+    return;
+  }
+  std::string advice = "; see whether the kernel shows its tunables there";
+  if (error == EROFS) {
+    advice =
+        "; /proc/sys is mounted read-only, as in most containers: start the container with a "
+        "writable one";
+  } else if (error == EACCES || error == EPERM) {
+    advice = target.live ? "; the machine's own tunables take root: run as root, or leave out "
+                           "--live to try the documents in a private namespace"
+                         : "; run as root of the network namespace";
+  }
+  throw NamespaceError(path + " cannot be written here: " + std::strerror(error) + advice);
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
+}
+
+}  // namespace
+
+std::vector<std::string> Enter(const TargetNamespace& target) {
+  if (target.IsPrivate()) {
+    EnterPrivateNamespace();
+  } else if (!target.live) {
+    EnterNetworkNamespace(target.netns);
+  }
+  RefuseWhereNothingCanBeWritten(target);
+  const bool needs_scratch_files =
+      !target.live && !target.as_is &&
+      std::any_of(std::begin(kCoreFiles), std::end(kCoreFiles), RefusesToBeWritten);
+  if (!target.IsPrivate() && (target.whole_catalogue || needs_scratch_files)) {
+    TakeMountsApart();
+  }
+  std::vector<std::string> emulated;
+  if (target.whole_catalogue) {
+    emulated = ShowWholeCatalogue();
+  }
+  if (needs_scratch_files || target.whole_catalogue) {
+    for (const std::string& path : MakeWritable({std::begin(kCoreFiles), std::end(kCoreFiles)})) {
+      emulated.push_back(path.substr(std::strlen(kTunables)));
+    }
+  }
+  return emulated;
+}
+
+std::string Description(const TargetNamespace& target, const std::vector<std::string>& emulated) {
+  if (target.live) {
+    return "LIVE: the tunables of this machine itself are written, until they are put back";
+  }
+  return (target.IsPrivate()
+              ? "in a private namespace; the machine's own tunables are out of reach"
+              : "in the network namespace " + target.netns + "; its tunables will be put back") +
+         (emulated.empty() ? "" : "; emulated by scratch files: " + Joined(emulated));
+}
+
+}  // namespace devhost

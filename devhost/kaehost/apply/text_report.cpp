@@ -1,0 +1,150 @@
+#include "devhost/kaehost/apply/text_report.h"
+
+#include <ostream>
+
+#include "devhost/kaehost/text/colour.h"
+#include "devhost/kaehost/text/output.h"
+#include "devhost/kaehost/text/table.h"
+
+namespace devhost {
+namespace {
+
+Colour ColourOf(Fate fate) {
+  switch (fate) {
+    case Fate::kApplied:
+    case Fate::kUnchanged:
+      return Colour::kGreen;
+    case Fate::kRejected:
+    case Fate::kRestored:
+      return Colour::kRed;
+    default:
+      return Colour::kYellow;
+  }
+}
+
+bool IsWrong(const Outcome& outcome) {
+  return outcome.fate != Fate::kApplied && outcome.fate != Fate::kUnchanged &&
+         outcome.fate != Fate::kOverridden;
+}
+
+// "3 applied, 1 missing"
+std::string Counts(const std::vector<Outcome>& outcomes) {
+  std::string text;
+  for (const auto& [fate, count] : CountFates(outcomes)) {
+    text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + WordFor(fate);
+  }
+  return text.empty() ? "nothing asked for, nothing changed" : text;
+}
+
+// What to do about an error reply that is the surroundings' fault, empty for others.
+std::string Advice(const std::string& detail) {
+  if (detail.find("/core/") != std::string::npos && detail.ends_with("Permission denied")) {
+    return "the core files are read-only in every network namespace but the machine's first; "
+           "scratch files stand in for them, but not with --as-is or --live";
+  }
+  if (detail.ends_with("Permission denied")) {
+    return "writing this file takes root in the network namespace that it belongs to";
+  }
+  if (detail.ends_with("Read-only file system")) {
+    return "/proc/sys is mounted read-only, as it is in most containers; start the container with "
+           "a writable one";
+  }
+  return "";
+}
+
+}  // namespace
+
+void Report::Tell(const std::string& line) const {
+  if (style_ == kFull) {
+    Out() << "kaehost: " << line << std::endl;
+  }
+}
+
+void Report::TellNext(const std::string& line) const {
+  if (style_ == kFull) {
+    Out() << '\n';
+    Tell(line);
+  }
+}
+
+void Report::Complain(const std::string& line) const {
+  if (style_ != kSilent) {
+    Out() << "kaehost: " << line << std::endl;
+  }
+}
+
+void Report::TellResult(const SessionResult& session, const RequestResult& result) const {
+  if (style_ == kFull) {
+    Out() << '\n';
+  }
+  if (result.thrown) {
+    Complain("the layer's do_Configure threw: " + *result.thrown);
+  }
+  TellReply(result);
+  TellOutcomes(session, result);
+  Complain(
+      result.document + ": " +
+      (result.outcomes.empty() ? "nothing asked for, nothing changed" : Counts(result.outcomes)));
+}
+
+void Report::TellReply(const RequestResult& result) const {
+  const Request& request = result.request;
+  switch (request.reply()) {
+    case Reply::kNone:
+      Complain("reply: none; the layer left the request unanswered");
+      break;
+    case Reply::kSuccess:
+      Tell("reply: success");
+      break;
+    case Reply::kError:
+      Complain("reply: error: " + request.error() + ": " + request.detail());
+      if (const std::string advice = Advice(request.detail()); !advice.empty()) {
+        Complain(advice);
+      }
+      break;
+  }
+  if (request.answered_again()) {
+    Complain("the layer replied more than once; only its first reply counts");
+  }
+}
+
+void Report::TellOutcomes(const SessionResult& session, const RequestResult& result) const {
+  if (style_ == kSilent) {
+    return;
+  }
+  Table table({"element", "outcome", "before", "asked", "now"});
+  for (const Outcome& outcome : result.outcomes) {
+    if (style_ == kFull || IsWrong(outcome)) {
+      table.Add(
+          {outcome.entry->element, WordFor(outcome.fate), outcome.before.value_or("-"),
+           outcome.asked.value_or("-"),
+           outcome.now.value_or("-") + (session.IsEmulated(*outcome.entry) ? " (emulated)" : "")},
+          ColourOf(outcome.fate));
+    }
+  }
+  table.Print(Out());
+}
+
+void Report::TellRelease(const SessionResult& session) const {
+  if (style_ == kFull) {
+    Out() << '\n';
+  }
+  const std::string end = session.release_thrown ? "" : "layer released; ";
+  if (session.release_thrown) {
+    Complain("the layer's do_Release threw: " + *session.release_thrown);
+  }
+  if (session.not_restored.empty()) {
+    Tell(end + "every tunable of the catalogue is back");
+    return;
+  }
+  Complain(end + "not back at their values:");
+  if (style_ != kSilent) {
+    Table table({"tunable", "before", "now"});
+    for (const Change& change : session.not_restored) {
+      table.Add({change.tunable, change.before, change.after});
+    }
+    table.Print(Out());
+  }
+}
+
+}  // namespace devhost

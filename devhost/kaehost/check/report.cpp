@@ -1,0 +1,43 @@
+#include "devhost/kaehost/check/report.h"
+
+#include <iostream>
+
+#include "devhost/kaehost/text/colour.h"
+#include "devhost/kaehost/text/output.h"
+
+namespace devhost {
+
+void Tell(const CheckResult& result, bool quiet) {
+  if (!result.error.empty()) {
+    std::cerr << "kaehost: " << result.error << '\n';
+    return;
+  }
+  for (const Finding& finding : result.findings) {
+    Out() << result.document << ':' << finding.position.line << ':' << finding.position.column
+          << ": " << Painted(finding.sentence, Colour::kYellow) << '\n';
+  }
+  if (!quiet) {
+    const std::size_t count = result.findings.size();
+    Out() << "kaehost: " << result.document << ": "
+          << (count == 0   ? "nothing to mend"
+              : count == 1 ? "1 finding"
+                           : std::to_string(count) + " findings")
+          << '\n';
+  }
+}
+
+Json ToJson(const CheckResult& result) {
+  Json json;
+  json["document"] = result.document;
+  json["error"] = result.error.empty() ? Json() : Json(result.error);
+  json["findings"] = Json::array();
+  for (const Finding& finding : result.findings) {
+    Json& told = json["findings"].emplace_back();
+    told["line"] = finding.position.line;
+    told["column"] = finding.position.column;
+    told["sentence"] = finding.sentence;
+  }
+  return json;
+}
+
+}  // namespace devhost

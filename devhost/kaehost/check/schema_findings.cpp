@@ -1,0 +1,104 @@
+#include <libxml/parser.h>
+#include <libxml/relaxng.h>
+
+#include <memory>
+#include <new>
+#include <string>
+
+#include "devhost/kaehost/check/schema_findings.h"
+#include "devhost/kaehost/check/schema_text.h"
+
+namespace devhost {
+namespace {
+
+template <class Object, void Free(Object*)>
+struct Freed {
+  void operator()(Object* object) const { Free(object); }
+};
+template <class Object, void Free(Object*)>
+using Owned = std::unique_ptr<Object, Freed<Object, Free>>;
+
+template <class Object>
+Object* NotNull(Object* object) {
+  if (object == nullptr) {
+    throw std::bad_alloc();
+  }
+  return object;
+}
+
+using Grammar = Owned<xmlRelaxNG, xmlRelaxNGFree>;
+
+Grammar NewGrammar() {
+  const Owned<xmlRelaxNGParserCtxt, xmlRelaxNGFreeParserCtxt> parser(
+      NotNull(xmlRelaxNGNewMemParserCtxt(kSchemaText, sizeof kSchemaText - 1)));
+  return Grammar(NotNull(xmlRelaxNGParse(parser.get())));
+}
+
+// The position of a finding until it is known.
+constexpr Position kNowhere = {1, 1};
+
+// Below a value's element the schema allows nothing, so how it goes on there does not matter.
+constexpr int kLevels = 2;
+
+const xmlChar* Chars(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
+// Adds the element as the library has elements, with all of its text in one piece. Where it stands
+// among elements does not matter to the schema, and comments have no part in it.
+void AddCopy(xmlNode* parent, const kaml_content& element, int levels) {
+  xmlNode* copy = xmlAddChild(parent, NotNull(xmlNewNode(nullptr, Chars(element.name))));
+  copy->_private = const_cast<kaml_content*>(&element);
+  std::string text;
+  for (const kaml_content* c = element.first_child; c != nullptr; c = c->next) {
+    if (c->type == kText) {
+      text += c->text;
+    } else if (c->type == kElement && levels > 0) {
+      AddCopy(copy, *c, levels - 1);
+    }
+  }
+  if (!text.empty()) {
+    xmlAddChild(copy, NotNull(xmlNewText(Chars(text.c_str()))));
+  }
+}
+
+using Tree = Owned<xmlDoc, xmlFreeDoc>;
+
+Tree NewTree(const Document& document) {
+  Tree tree(NotNull(xmlNewDoc(nullptr)));
+  for (const kaml_content* c = document.contents(); c != nullptr; c = c->next) {
+    if (c->type == kElement) {
+      AddCopy(reinterpret_cast<xmlNode*>(tree.get()), *c, kLevels);
+    }
+  }
+  return tree;
+}
+
+// The first sentence of the library says the most; where it is only a further one may know.
+void TakeError(void* findings, xmlErrorPtr error) {
+  auto& found = *static_cast<std::vector<Finding>*>(findings);
+  if (found.empty()) {
+    std::string sentence = error->message;
+    sentence.erase(sentence.find_last_not_of('\n') + 1);
+    found.push_back({kNowhere, sentence + "; write the element as the schema has it"});
+  }
+  const auto* node = static_cast<const xmlNode*>(error->node);
+  if (found[0].position.line == kNowhere.line && node != nullptr && node->_private != nullptr) {
+    found[0].position = static_cast<const kaml_content*>(node->_private)->begin;
+  }
+}
+
+}  // namespace
+
+std::vector<Finding> FindingsOfSchema(const Document& document) {
+  const Tree tree = NewTree(document);
+  const Grammar grammar = NewGrammar();
+  const Owned<xmlRelaxNGValidCtxt, xmlRelaxNGFreeValidCtxt> validation(
+      NotNull(xmlRelaxNGNewValidCtxt(grammar.get())));
+  std::vector<Finding> findings;
+  xmlRelaxNGSetValidStructuredErrors(validation.get(), TakeError, &findings);
+  if (xmlRelaxNGValidateDoc(validation.get(), tree.get()) < 0) {
+    throw std::bad_alloc();
+  }
+  return findings;
+}
+
+}  // namespace devhost

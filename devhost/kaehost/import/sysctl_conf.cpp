@@ -1,0 +1,107 @@
+#include "devhost/kaehost/import/sysctl_conf.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string_view>
+
+namespace devhost {
+namespace {
+
+constexpr const char* kBlanks = " \t\r";
+constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+
+std::string Trimmed(const std::string& text) {
+  const std::size_t begin = text.find_first_not_of(kBlanks);
+  return begin == std::string::npos
+             ? ""
+             : text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
+// Where a dot comes first, dots separate and a slash stands for a dot in a name; where a slash
+// comes first, slashes separate and a dot is one.
+std::string PathOf(std::string key) {
+  const std::size_t first = key.find_first_of("./");
+  if (first != std::string::npos && key[first] == '.') {
+    for (char& c : key) {
+      c = c == '.' ? '/' : c == '/' ? '.' : c;
+    }
+  }
+  return key;
+}
+
+std::vector<std::string> Words(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) {
+    words.push_back(word);
+  }
+  return words;
+}
+
+[[noreturn]] void Refuse(const std::string& path, int error) {
+  throw std::runtime_error(path + ": cannot be read: " + std::strerror(error));
+}
+
+std::string ReadAll(const std::string& path) {
+  const int fd = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    Refuse(path, errno);
+  }
+  std::string text;
+  std::array<char, 4096> buffer;
+  ssize_t count = 0;
+  while ((count = read(fd, buffer.data(), buffer.size())) > 0 && text.size() <= kMaxBytes) {
+    text.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  const int error = errno;
+  close(fd);
+  if (count < 0) {
+    Refuse(path, error);
+  }
+  if (text.size() > kMaxBytes) {
+    throw std::runtime_error(path + ": is longer than 1 MiB; give settings only");
+  }
+  return text;
+}
+
+std::optional<SysctlLine> Read(const std::string& text, int number) {
+  const std::string line = Trimmed(text);
+  if (line.empty() || line.front() == '#' || line.front() == ';') {
+    return std::nullopt;
+  }
+  const std::size_t equals = line.find('=');
+  const bool has_value = equals != std::string::npos;
+  const bool has_dash = line.front() == '-';
+  if (has_dash && !has_value) {
+    return std::nullopt;
+  }
+  const std::string key = Trimmed(line.substr(0, equals).substr(has_dash ? 1 : 0));
+  const std::string name = has_value ? key : key.substr(0, key.find_first_of(kBlanks));
+  return SysctlLine{number, key, PathOf(name), Words(has_value ? line.substr(equals + 1) : ""),
+                    has_value};
+}
+
+}  // namespace
+
+std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
+  constexpr std::string_view kMark = "\xef\xbb\xbf";  // that some editors begin UTF-8 with
+  const std::string all = ReadAll(path);
+  std::istringstream stream(all.starts_with(kMark) ? all.substr(kMark.size()) : all);
+  std::vector<SysctlLine> lines;
+  int number = 0;
+  for (std::string text; std::getline(stream, text);) {
+    if (auto line = Read(text, ++number)) {
+      lines.push_back(std::move(*line));
+    }
+  }
+  return lines;
+}
+
+}  // namespace devhost

@@ -1,0 +1,66 @@
+#include "devhost/kaehost/inspect/facts.h"
+
+#include <chrono>
+
+#include "devhost/kaehost/kernel/tunables.h"
+#include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/libe/interning.h"
+
+namespace devhost {
+namespace {
+
+std::vector<std::string> CallbacksOf(const Layer& layer) {
+  std::vector<std::string> names;
+  const auto add = [&names](bool offered, const char* name) {
+    if (offered) {
+      names.emplace_back(name);
+    }
+  };
+  add(layer.configure != nullptr, "ConfigureCB");
+  add(layer.start != nullptr, "StartCB");
+  add(layer.stop != nullptr, "StopCB");
+  add(layer.release != nullptr, "ReleaseCB");
+  return names;
+}
+
+// Lets the layer end itself, and looks whether the tunables are what they were.
+void Release(const std::string& path, const Layer& layer, const Tunables& before) {
+  try {
+    layer.release->do_Release();
+  } catch (...) {
+    throw PluginError(path + ": the layer's do_Release threw: " + Thrown());
+  }
+  std::string changed;
+  for (const Change& change : Compare(before, ReadTunables())) {
+    changed += (changed.empty() ? "" : ", ") + change.tunable;
+  }
+  if (!changed.empty()) {
+    throw PluginError(path + ": the plug-in changes tunables without a request: " + changed);
+  }
+}
+
+}  // namespace
+
+PluginFacts FactsOf(const std::string& path) {
+  using Clock = std::chrono::steady_clock;
+  const Tunables before = ReadTunables();
+  const auto start = Clock::now();
+  const auto microseconds = [start] {
+    return static_cast<long>(
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+  };
+  const Plugin plugin(path);
+  PluginFacts facts = {};
+  facts.load_us = microseconds();
+  const Layer layer = plugin.NewLayer();
+  facts.layer_us = microseconds();
+  facts.callbacks = CallbacksOf(layer);
+  facts.vocabulary = InternedNames();
+  Release(path, layer, before);
+  facts.name = plugin.name();
+  facts.version = plugin.version();
+  facts.library = ReadSharedLibrary(path);
+  return facts;
+}
+
+}  // namespace devhost

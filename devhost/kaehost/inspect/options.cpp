@@ -1,0 +1,86 @@
+// kaehost inspect: what a plug-in is, needs and offers.
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "devhost/kaehost/commands.h"
+#include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/inspect/facts.h"
+#include "devhost/kaehost/inspect/report.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/plugin/plugin_output.h"
+#include "devhost/kaehost/text/json.h"
+#include "devhost/kaehost/text/output.h"
+
+namespace devhost {
+namespace {
+
+constexpr const char* kFooter =
+    R"(The plug-in is loaded and makes a layer in a private namespace, where it can do no harm. The
+times are from the start of loading until the plug-in is ready, and until it has made a layer.
+
+Examples:
+  kaehost inspect                        the plug-in that kaehost uses by default
+  kaehost inspect --json ./libkaetcp.so
+
+Exit status:
+  0   the plug-in loads and makes a layer that can be used
+  1   it ended the process
+  2   the command line is bad
+  3   it does not load, makes no such layer, or changes tunables without a request
+  77  no private namespace is to be had)";
+
+struct Options {
+  std::string plugin = DefaultPlugin();
+  bool json = false;
+  bool quiet = false;
+};
+
+int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
+  if (options.json) {
+    const Json json = {
+        {"error",  sentence      },
+        {"plugin", options.plugin},
+        {"status", int{status}   }
+    };
+    Out() << JsonText(json) << '\n';
+  } else {
+    std::cerr << "kaehost: " << sentence << '\n';
+  }
+  return status;
+}
+
+int Inspect(const Options& options) try {
+  EnterPrivateNamespace();
+  PluginOutput progress(PluginOutput::kDropped);
+  const PluginFacts facts = progress.Of([&] { return FactsOf(options.plugin); });
+  if (options.json) {
+    Out() << JsonText(ToJson(options.plugin, facts)) << '\n';
+  } else if (!options.quiet) {
+    Tell(options.plugin, facts);
+  }
+  return kDone;
+} catch (const std::exception& error) {
+  return Fail(options, StatusFor(error), error.what());
+}
+
+}  // namespace
+
+void AddInspect(CLI::App& app, Chosen& chosen) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* inspect = app.add_subcommand("inspect", "Show what a plug-in is, needs and offers");
+  inspect->footer(kFooter);
+  inspect->add_option(
+      "PLUGIN", options->plugin,
+      "The plug-in, by default libkaetcp.so beside this program, or else the installed "
+      "one");
+  CLI::Option* json = inspect->add_flag("--json", options->json, "Print one JSON document instead");
+  inspect->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
+  inspect->callback([options, &chosen] { chosen = [options] { return Inspect(*options); }; });
+}
+
+}  // namespace devhost

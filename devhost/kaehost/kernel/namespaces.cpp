@@ -1,0 +1,118 @@
+#include "devhost/kaehost/kernel/namespaces.h"
+
+#include <fcntl.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace devhost {
+namespace {
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw NamespaceError(
+      "no private namespace to be had: " + why +
+      "; enable user namespaces (sysctl user.max_user_namespaces, user.max_net_namespaces and "
+      "user.max_mnt_namespaces above 0 and, where they exist, kernel.unprivileged_userns_clone=1 "
+      "and kernel.apparmor_restrict_unprivileged_userns=0) or run as root");
+}
+
+void WriteProcFile(const std::string& path, const std::string& text) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0 || write(fd, text.data(), text.size()) < 0) {
+    Refuse(path + ": " + std::strerror(errno));
+  }
+  close(fd);
+}
+
+// All that is mounted from here on lies below /proc, and must stay ours.
+void MakeMountsPrivate() {
+  if (mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
+    Refuse(std::string("making /proc private: ") + std::strerror(errno));
+  }
+}
+
+void BindOnItself(const char* folder) {
+  if (mount(folder, folder, "none", MS_BIND | MS_REC, nullptr) != 0) {
+    Refuse(std::string("binding ") + folder + ": " + std::strerror(errno));
+  }
+}
+
+// The kernel lets root, also that of a user namespace, write the machine's own tunables in all
+// other folders of /proc/sys. A program that is run under the settings may try to.
+void ProtectOtherTunables(bool has_user_namespace) {
+  BindOnItself("/proc/sys/net");
+  if (has_user_namespace) {
+    BindOnItself("/proc/sys/user");
+  }
+  BindOnItself("/proc/sys");
+  struct statvfs found = {};
+  statvfs("/proc/sys", &found);
+  const unsigned long kept = found.f_flag & (MS_NOSUID | MS_NODEV | MS_NOEXEC);  // locked perhaps
+  if (mount("none", "/proc/sys", "none", MS_BIND | MS_REMOUNT | MS_RDONLY | kept, nullptr) != 0) {
+    Refuse(std::string("making /proc/sys read-only: ") + std::strerror(errno));
+  }
+}
+
+}  // namespace
+
+void EnterPrivateNamespace() {
+  const std::string uid = std::to_string(geteuid());
+  const std::string gid = std::to_string(getegid());
+  const bool has_user_namespace = unshare(CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS) == 0;
+  if (has_user_namespace) {
+    WriteProcFile("/proc/self/setgroups", "deny");
+    WriteProcFile("/proc/self/uid_map", "0 " + uid + " 1");
+    WriteProcFile("/proc/self/gid_map", "0 " + gid + " 1");
+  } else {
+    const std::string with_user_namespace = std::strerror(errno);
+    if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
+      Refuse("unshare: " + with_user_namespace +
+             "; without a user namespace: " + std::strerror(errno));
+    }
+  }
+  MakeMountsPrivate();
+  ProtectOtherTunables(has_user_namespace);
+}
+
+void EnterNetworkNamespace(const std::string& name) {
+  const std::string path = name.find('/') == std::string::npos ? "/run/netns/" + name : name;
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0;
+  const int error = errno;
+  close(fd);
+  if (!entered) {
+    throw NamespaceError("the network namespace " + path +
+                         " cannot be entered: " + std::strerror(error) +
+                         "; `ip netns list` names those that exist, and entering one takes root");
+  }
+}
+
+void TakeMountsApart() {
+  if (unshare(CLONE_NEWNS) != 0) {
+    Refuse(std::string("mounts: ") + std::strerror(errno));
+  }
+  MakeMountsPrivate();
+}
+
+void BringLoopbackUp() {
+  const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  ifreq request = {};
+  std::strcpy(request.ifr_name, "lo");
+  const bool is_up = fd >= 0 && ioctl(fd, SIOCGIFFLAGS, &request) == 0 &&
+                     (request.ifr_flags |= IFF_UP, ioctl(fd, SIOCSIFFLAGS, &request) == 0);
+  const int error = errno;
+  close(fd);
+  if (!is_up) {
+    throw NamespaceError(std::string("the loopback interface cannot be brought up: ") +
+                         std::strerror(error) + "; a command cannot be tried here");
+  }
+}
+
+}  // namespace devhost

@@ -1,0 +1,116 @@
+#include "devhost/kaehost/kernel/scratch_files.h"
+
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <string_view>
+
+#include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+
+namespace fs = std::filesystem;
+
+namespace devhost {
+namespace {
+
+// Where scratch files lie until they are bound, and where a view is put together: a folder of /proc
+// that nobody misses meanwhile.
+constexpr const char* kScratchFolder = "/proc/fs";
+constexpr const char* kTunables = "/proc/sys/net";
+
+void Mount(const char* type, const fs::path& source, const fs::path& target, unsigned long flags) {
+  if (mount(source.c_str(), target.c_str(), type, flags, nullptr) != 0) {
+    throw NamespaceError("no view with the whole catalogue to be had: " + target.string() + ": " +
+                         std::strerror(errno) + "; leave out --whole-catalogue");
+  }
+}
+
+// The view's names are the kernel's, each bound to what bears it there.
+void BindAll(const fs::path& folder) {
+  fs::create_directory(kScratchFolder / folder);
+  for (const auto& entry : fs::directory_iterator(kTunables / folder)) {
+    const fs::path target = kScratchFolder / folder / entry.path().filename();
+    if (entry.is_directory()) {
+      fs::create_directory(target);
+    } else {
+      std::ofstream{target};
+    }
+    Mount("none", entry.path(), target, MS_BIND | MS_REC);
+  }
+}
+
+// The default contents of the catalogue's files.
+std::map<std::string_view, std::string> DefaultTexts() {
+  std::map<std::string_view, std::string> texts;
+  for (const CatalogueEntry& entry : Catalogue()) {
+    std::string& text = texts[entry.file];
+    text += (text.empty() ? "" : " ") + std::string(entry.default_value);
+  }
+  return texts;
+}
+
+bool LayScratchFileOver(const std::string& path) {
+  std::ifstream original(path);
+  const std::string text((std::istreambuf_iterator<char>(original)), {});
+  const std::string scratch = kScratchFolder + path.substr(path.rfind('/'));
+  return (std::ofstream(scratch) << text).flush() &&
+         mount(scratch.c_str(), path.c_str(), "none", MS_BIND, nullptr) == 0;
+}
+
+}  // namespace
+
+bool RefusesToBeWritten(const std::string& path) {
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const int error = errno;
+  close(fd);
+  return fd < 0 && error != ENOENT;
+}
+
+// The file system in memory is mounted only while the files are bound, and the binds keep the
+// files: nothing is left behind, and no folder of the machine needs to be writable.
+std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
+  std::vector<std::string> emulated;
+  std::copy_if(paths.begin(), paths.end(), std::back_inserter(emulated), RefusesToBeWritten);
+  if (emulated.empty()) {
+    return emulated;
+  }
+  const bool laid = mount("tmpfs", kScratchFolder, "tmpfs", 0, nullptr) == 0 &&
+                    std::all_of(emulated.begin(), emulated.end(), LayScratchFileOver);
+  const int error = errno;
+  umount2(kScratchFolder, MNT_DETACH);
+  if (!laid) {
+    throw NamespaceError(emulated.front() + " is read-only here, and no scratch file can be laid " +
+                         "over it: " + std::strerror(error) + "; --as-is does without");
+  }
+  return emulated;
+}
+
+std::vector<std::string> ShowWholeCatalogue() {
+  Mount("tmpfs", "tmpfs", kScratchFolder, 0);
+  for (const char* folder : {"ipv4", "core"}) {
+    BindAll(folder);
+  }
+  std::vector<std::string> emulated;
+  for (const auto& [file, text] : DefaultTexts()) {
+    if (!fs::exists(kScratchFolder / fs::path(file))) {
+      std::ofstream(kScratchFolder / fs::path(file)) << text << '\n';
+      emulated.emplace_back(file);
+    }
+  }
+  for (const char* folder : {"ipv4", "core"}) {
+    Mount("none", kScratchFolder / fs::path(folder), kTunables / fs::path(folder),
+          MS_BIND | MS_REC);
+  }
+  umount2(kScratchFolder, MNT_DETACH);
+  return emulated;
+}
+
+}  // namespace devhost

@@ -1,0 +1,106 @@
+#include "devhost/kaehost/plugin/elf.h"
+
+#include <fcntl.h>
+#include <gelf.h>
+#include <libelf.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "devhost/kaehost/plugin/plugin_error.h"
+
+namespace devhost {
+namespace {
+
+using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
+
+// Null for what is no regular file.
+Handle Open(const std::string& path) {
+  elf_version(EV_CURRENT);
+  std::error_code unreadable;
+  const bool is_file = std::filesystem::is_regular_file(path, unreadable);
+  const int fd = is_file ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
+  Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
+  if (fd != -1) {
+    close(fd);
+  }
+  return file;
+}
+
+// The number of a section's entries; a loader does not look at sections, so they may be nonsense.
+int CountOf(const GElf_Shdr& header) {
+  return header.sh_entsize > 0 ? static_cast<int>(header.sh_size / header.sh_entsize) : 0;
+}
+
+std::string TextAt(Elf* file, const GElf_Shdr& header, std::size_t offset) {
+  const char* text = elf_strptr(file, header.sh_link, offset);
+  return text != nullptr ? text : "(unreadable)";
+}
+
+void ReadSymbols(Elf* file, Elf_Data* data, const GElf_Shdr& header, SharedLibrary* library) {
+  GElf_Sym symbol;
+  for (int i = 0; i < CountOf(header) && gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+    if (symbol.st_shndx != SHN_UNDEF && GELF_ST_BIND(symbol.st_info) != STB_LOCAL) {
+      library->exports.push_back(TextAt(file, header, symbol.st_name));
+    }
+  }
+}
+
+void ReadNeeds(Elf* file, Elf_Data* data, const GElf_Shdr& header, SharedLibrary* library) {
+  GElf_Dyn entry;
+  for (int i = 0; i < CountOf(header) && gelf_getdyn(data, i, &entry) != nullptr; ++i) {
+    if (entry.d_tag == DT_NEEDED) {
+      library->needs.push_back(TextAt(file, header, entry.d_un.d_val));
+    } else if (entry.d_tag == DT_RPATH || entry.d_tag == DT_RUNPATH) {
+      library->run_path = TextAt(file, header, entry.d_un.d_val);
+    }
+  }
+}
+
+}  // namespace
+
+bool LacksItsEnd(const std::string& path) {
+  const Handle file = Open(path);
+  std::size_t size = 0;
+  std::size_t count = 0;
+  if (elf_rawfile(file.get(), &size) == nullptr || elf_getphdrnum(file.get(), &count) != 0) {
+    return false;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    GElf_Phdr segment;
+    if (gelf_getphdr(file.get(), static_cast<int>(i), &segment) != nullptr &&
+        segment.p_type == PT_LOAD && segment.p_offset + segment.p_filesz > size) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// What has been loaded as a plug-in exports a symbol, so a table without any is damaged.
+SharedLibrary ReadSharedLibrary(const std::string& path) {
+  const Handle file = Open(path);
+  SharedLibrary library;
+  for (Elf_Scn* section = nullptr; (section = elf_nextscn(file.get(), section)) != nullptr;) {
+    GElf_Shdr header = {};
+    gelf_getshdr(section, &header);
+    Elf_Data* data = elf_getdata(section, nullptr);
+    if (header.sh_type == SHT_DYNSYM) {
+      ReadSymbols(file.get(), data, header, &library);
+    } else if (header.sh_type == SHT_DYNAMIC) {
+      ReadNeeds(file.get(), data, header, &library);
+    }
+  }
+  if (library.exports.empty()) {
+    throw PluginError(path +
+                      ": the plug-in's section table is missing or damaged, so that nobody can "
+                      "tell what it exports and needs; build it again");
+  }
+  std::sort(library.exports.begin(), library.exports.end());
+  return library;
+}
+
+}  // namespace devhost

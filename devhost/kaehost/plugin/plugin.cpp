@@ -1,0 +1,137 @@
+#include "devhost/kaehost/plugin/plugin.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <system_error>
+
+#include "devhost/kaehost/plugin/elf.h"
+
+namespace devhost {
+namespace {
+
+bool plugin_runs = false;
+
+void FailIfPluginRuns() {
+  if (plugin_runs) {
+    std::fflush(stdout);
+    std::fputs("kaehost: the plug-in ended the process\n", stderr);
+    _exit(EXIT_FAILURE);
+  }
+}
+
+// With a slash in it, so that the loader does not search for the name elsewhere.
+std::string WithSlash(const std::string& path) {
+  return path.find('/') != std::string::npos ? path : "./" + path;
+}
+
+// What the loader complains of, without the path that its text mostly begins with.
+std::string LoaderError(const std::string& path) {
+  const std::string text = dlerror();
+  const std::string prefix = WithSlash(path) + ": ";
+  return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
+}
+
+}  // namespace
+
+std::string DefaultPlugin() {
+  const auto program = std::filesystem::read_symlink("/proc/self/exe");
+  const auto beside = program.parent_path() / "libkaetcp.so";
+  const auto installed = program.parent_path() / KAETCP_PLUGIN_FROM_PROGRAM / "libkaetcp.so";
+  std::error_code unreadable;
+  return exists(beside, unreadable) ? beside : installed.lexically_normal();
+}
+
+std::string Thrown() {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    const char* text = error.what();
+    return text != nullptr ? text : "an exception without a text";
+  } catch (...) {
+    return "something that is no std::exception";
+  }
+}
+
+Plugin::Running::Running() {
+  static const int registered = std::atexit(FailIfPluginRuns);
+  plugin_runs = registered == 0;
+}
+
+Plugin::Running::~Running() { plugin_runs = false; }
+
+void Plugin::Unload::operator()(void* library) const { dlclose(library); }
+
+template <class Operation>
+auto Plugin::Call(const char* name, Operation operation) const {
+  try {
+    return operation();
+  } catch (...) {
+    throw PluginError(path_ + ": the plug-in's " + name + " threw: " + Thrown());
+  }
+}
+
+Plugin::Plugin(const std::string& path) : path_(path) {
+  if (LacksItsEnd(path)) {
+    throw PluginError(path + ": the plug-in does not load: the file lacks its end; copy it again");
+  }
+  library_.reset(dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (library_ == nullptr) {
+    throw PluginError(path_ + ": the plug-in does not load: " + LoaderError(path_));
+  }
+  void* symbol = dlsym(library_.get(), "this_kae_plugin");
+  if (symbol == nullptr) {
+    throw PluginError(path_ + ": is no plug-in: it exports no symbol this_kae_plugin");
+  }
+  plugin_ = *static_cast<kaePlugin**>(symbol);
+  if (plugin_ == nullptr) {
+    throw PluginError(path_ + ": is no plug-in: its this_kae_plugin is null");
+  }
+  if (!Call("InitPlugin", [this] { return plugin_->InitPlugin(); })) {
+    throw PluginError(path_ + ": the plug-in is not ready: its InitPlugin answers false");
+  }
+}
+
+Plugin::~Plugin() {
+  try {
+    plugin_->CleanupPlugin();
+  } catch (...) {
+    std::cerr << "kaehost: " << path_ << ": the plug-in's CleanupPlugin threw: " << Thrown()
+              << '\n';
+  }
+}
+
+std::string Plugin::name() const {
+  return Call("GetName", [this] { return plugin_->GetName(); });
+}
+
+std::string Plugin::version() const {
+  return Call("GetVersion", [this] { return plugin_->GetVersion(); });
+}
+
+Layer Plugin::NewLayer() const {
+  auto* factory = dynamic_cast<kaeCPLayerFactory*>(plugin_);
+  if (factory == nullptr) {
+    throw PluginError(path_ + ": the plug-in makes no layers: it is no kaeCPLayerFactory");
+  }
+  kaeCPLayer* layer = Call("GetNewLayer", [factory] { return factory->GetNewLayer(); });
+  if (layer == nullptr) {
+    throw PluginError(path_ + ": the plug-in makes no layer: its GetNewLayer answers null");
+  }
+  const Layer callbacks{
+      dynamic_cast<kaeCPLayer::ConfigureCB*>(layer), dynamic_cast<kaeCPLayer::ReleaseCB*>(layer),
+      dynamic_cast<kaeCPLayer::StartCB*>(layer), dynamic_cast<kaeCPLayer::StopCB*>(layer)};
+  if (callbacks.configure == nullptr || callbacks.release == nullptr) {
+    delete layer;
+    throw PluginError(path_ + ": the plug-in's layer cannot be used: it is no kaeCPLayer::" +
+                      (callbacks.configure == nullptr ? "ConfigureCB" : "ReleaseCB"));
+  }
+  return callbacks;
+}
+
+}  // namespace devhost

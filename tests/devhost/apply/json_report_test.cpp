@@ -1,0 +1,132 @@
+// kaehost apply --json: what it finds, for programs.
+
+#include <gmock/gmock.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using nlohmann::json;
+using testing::Contains;
+using testing::IsEmpty;
+
+namespace {
+
+class Json : public testing::Test {
+ protected:
+  static void ExpectRefused(std::vector<std::string> arguments, int status,
+                            const std::string& error) {
+    arguments.insert(arguments.begin(), {"apply", "--json"});
+    const Outcome run = Kaehost(arguments);
+    EXPECT_EQ(run.status, status) << error;
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(json::parse(run.out, nullptr, false), json({{"error", error}, {"status", status}}));
+  }
+
+  const TempFolder folder_;
+  // One value of each kind that a request can have in a private namespace.
+  const std::string document_ =
+      folder_.Write("document.xml",
+                    "<tcp-settings><tcp_sack>1</tcp_sack><tcp_bic>0</tcp_bic>"
+                    "<tcp_fin_timeout>20 30</tcp_fin_timeout><tcp_frto>no</tcp_frto>"
+                    "<tcp_keepalive_time>0x3c</tcp_keepalive_time></tcp-settings>");
+};
+
+}  // namespace
+
+TEST_F(Json, IsOneDocumentWithAllOfIt) {
+  const Outcome run = Kaehost({"apply", "--json", document_});
+  EXPECT_EQ(run.status, 4);
+  EXPECT_EQ(run.err, "");
+  const json told = json::parse(run.out);
+  EXPECT_EQ(told["error"], nullptr);
+  EXPECT_EQ(told["where"], "private");
+  EXPECT_EQ(told["plugin"], "TCP, version 001.000");
+  EXPECT_EQ(told["command_status"], nullptr);
+  EXPECT_EQ(told["interrupted_by"], nullptr);
+  EXPECT_EQ(told["release_thrown"], nullptr);
+  EXPECT_EQ(told["restored"], true);
+  EXPECT_THAT(told["not_restored"], IsEmpty());
+  EXPECT_EQ(told["status"], 4);
+  EXPECT_THAT(told["progress"], Contains("reading previous config..."));
+  EXPECT_THAT(told["progress"], Contains("Setting new value - tcp_sack = 1"));
+  ASSERT_EQ(told["requests"].size(), 1U);
+  const json& request = told["requests"][0];
+  EXPECT_EQ(request["document"], document_);
+  EXPECT_EQ(request["reply"], "success");
+  EXPECT_EQ(request["error"], "");
+  EXPECT_EQ(request["detail"], "");
+  EXPECT_EQ(request["answered_again"], false);
+  EXPECT_EQ(request["thrown"], nullptr);
+  EXPECT_EQ(request["counts"], json::parse(R"({"applied": 1, "unchanged": 1, "adjusted": 1,
+                                               "rejected": 1, "missing": 1, "overridden": 4})"));
+  EXPECT_EQ(request["outcomes"].size(), 9U);
+  EXPECT_EQ(request["outcomes"][0], json::parse(R"({
+      "element": "tcp_bic", "file": "ipv4/tcp_bic", "position": 0, "outcome": "missing",
+      "before": null, "asked": "0", "now": null, "emulated": false})"));
+  EXPECT_EQ(request["outcomes"][1]["asked"], nullptr);
+}
+
+TEST_F(Json, TellsErrorsToo) {
+  const std::string foreign = folder_.Write("foreign.xml", "<udp-settings/>");
+  const json silent = json::parse(Kaehost({"apply", "--json", foreign}).out);
+  EXPECT_EQ(silent["requests"][0]["reply"], "none");
+  EXPECT_EQ(silent["status"], 1);
+
+  const json thrown = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("configure_throws")}).out);
+  EXPECT_EQ(thrown["requests"][0]["thrown"], "no memory for a value");
+
+  const json spoilt = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("release_throws")}).out);
+  EXPECT_EQ(spoilt["release_thrown"], "cannot restore");
+
+  const json left = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("restores_nothing")}).out);
+  EXPECT_EQ(left["restored"], false);
+  EXPECT_THAT(left["not_restored"], Contains(json::parse(R"({
+      "tunable": "ipv4/tcp_sack", "before": "1", "now": "0"})")));
+
+  const json stopped = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("interrupts_its_host")}).out);
+  EXPECT_EQ(stopped["interrupted_by"], 15);
+  EXPECT_EQ(stopped["status"], 143);
+
+  if (HasReadOnlyCoreFiles()) {
+    const json refused = json::parse(Kaehost({"apply", "--json", "--as-is", document_}).out);
+    EXPECT_EQ(refused["requests"][0]["error"], "file error");
+    EXPECT_EQ(refused["requests"][0]["detail"], "[/proc/sys/net/core/rmem_max]: Permission denied");
+    EXPECT_THAT(refused["emulated"], IsEmpty());
+  }
+}
+
+TEST_F(Json, SaysWhyNothingWasDone) {
+  const std::string nowhere = folder_.Path("nowhere.xml");
+  ExpectRefused({nowhere}, 2, nowhere + ": cannot be read: No such file or directory");
+  const std::string broken = TestPlugin("null_pointer");
+  ExpectRefused({document_, "--plugin", broken}, 3,
+                broken + ": is no plug-in: its this_kae_plugin is null");
+  ExpectRefused({document_, "--netns", "/nowhere"}, 77,
+                "the network namespace /nowhere cannot be entered: No such file or directory; `ip "
+                "netns list` names those that exist, and entering one takes root");
+}
+
+TEST_F(Json, SaysWhere) {
+  const json told =
+      json::parse(Kaehost({"apply", "--json", "--netns", "/proc/self/ns/net", document_}).out);
+  EXPECT_EQ(told["where"], "/proc/self/ns/net");
+}
+
+TEST_F(Json, TakesTextThatIsNoUtf8) {
+  const std::string odd = folder_.Write("odd-\xff.xml", "<tcp-settings/>");
+  EXPECT_EQ(json::parse(Kaehost({"apply", "--json", odd}).out)["status"], 0);
+}
+
+TEST_F(Json, AndQuietExcludeEachOther) {
+  const Outcome run = Kaehost({"apply", "--json", "--quiet", document_});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "kaehost: --json excludes --quiet; see kaehost apply --help\n");
+}

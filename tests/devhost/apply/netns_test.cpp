@@ -1,0 +1,94 @@
+// kaehost in a network namespace that exists already: the one that the test is in.
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr const char* kFinTimeout = "/proc/sys/net/ipv4/tcp_fin_timeout";
+
+std::string FinTimeout() {
+  std::string value;
+  std::ifstream(kFinTimeout) >> value;
+  return value;
+}
+
+std::string Mounts() {
+  std::ifstream file("/proc/self/mountinfo");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class NetworkNamespace : public testing::Test {
+ protected:
+  NetworkNamespace() { std::ofstream(kFinTimeout) << "37"; }
+
+  TempFolder folder;
+  const std::string document =
+      folder.Write("a.xml", "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout></tcp-settings>");
+};
+
+}  // namespace
+
+TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
+  const Outcome run = Kaehost({"apply", "--netns", "/proc/self/ns/net", document});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out,
+              AllOf(HasSubstr("kaehost: in the network namespace /proc/self/ns/net; its tunables "
+                              "will be put back"),
+                    ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"),
+                    HasSubstr("every tunable of the catalogue is back\n")));
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(NetworkNamespace, HasNoMountsLeftOverItsTunables) {
+  const std::string before = Mounts();
+  const Outcome run =
+      Kaehost({"apply", "--netns", "/proc/self/ns/net", "--whole-catalogue", document});
+  EXPECT_THAT(run.out, HasSubstr("emulated by scratch files: "));
+  EXPECT_EQ(Mounts(), before);
+}
+
+TEST_F(NetworkNamespace, IsNotTouchedByAPrivateOne) {
+  const Outcome run = Kaehost({"apply", document});
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_fin_timeout +applied +60 +20 +20\n"));
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
+TEST_F(NetworkNamespace, IsLookedForByNameWhereIpNetnsKeepsThem) {
+  const Outcome run = Kaehost({"apply", "--netns", "no-such-name", document});
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "kaehost: the network namespace /run/netns/no-such-name cannot be entered: No such "
+            "file or directory; `ip netns list` names those that exist, and entering one takes "
+            "root\n");
+}
+
+// A pipe that nobody writes to would keep an ordinary open waiting.
+TEST_F(NetworkNamespace, ThatIsNoneIsNotWaitedFor) {
+  const TempFolder pipes;
+  const std::string pipe = pipes.Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const Outcome run = Kaehost({"apply", "--netns", pipe, document});
+  EXPECT_EQ(run.status, 77);
+  EXPECT_THAT(run.err, HasSubstr(pipe + " cannot be entered: Invalid argument; "));
+}
+
+TEST_F(NetworkNamespace, WithoutANameIsNotAPrivateOne) {
+  const Outcome run = Kaehost({"apply", "--netns", "", document});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err,
+            "kaehost: --netns: the name is empty; name a network namespace, or leave the option "
+            "out for a private one; see kaehost apply --help\n");
+}

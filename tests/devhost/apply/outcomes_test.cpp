@@ -1,0 +1,182 @@
+// What is said of each value, from what a document asked for and what the kernel had and has.
+
+#include "devhost/kaehost/apply/outcomes.h"
+
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "devhost/libe/document.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using devhost::Asked;
+using devhost::CatalogueValues;
+using devhost::Document;
+using devhost::Outcome;
+using devhost::OutcomesOf;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+namespace {
+
+using Value = std::optional<std::string>;
+
+constexpr std::size_t kElement = 2;  // an element of the catalogue, whichever
+
+CatalogueValues With(const Value& value) {
+  CatalogueValues values(devhost::Catalogue().size(), "1");
+  values[kElement] = value;
+  return values;
+}
+
+struct Case {
+  Value asked;
+  Value start;
+  Value before;
+  Value now;
+  bool success;
+  const char* word;  // empty where there is nothing to say
+};
+
+const Value kNone = std::nullopt;
+
+// Formatted by hand: a line, a case.
+// clang-format off
+const std::vector<Case> kCases = {
+    {"5", "1", "1", "5", true, "applied"},
+    {"0x3c", "1", "1", "60", true, "applied"},
+    {"017", "1", "1", "15", true, "applied"},
+    {"-2", "1", "1", "-2", true, "applied"},
+    {" 5\n", "1", "1", "5", true, "applied"},
+    {"bic", "1", "1", "bic", true, "applied"},
+    {"5", "1", kNone, "5", true, "applied"},
+    {"5", "5", "5", "5", true, "unchanged"},
+    {"0x5", "5", "5", "5", true, "unchanged"},
+    {"5", "1", "5", "5", true, "unchanged"},
+    {"20 30", "1", "1", "20", true, "adjusted"},
+    {"7", "1", "1", "5", true, "adjusted"},
+    {"7", "1", "5", "1", true, "adjusted"},
+    {"7", "1", "1", kNone, true, "adjusted"},
+    {"7", "1", "1", "1", true, "rejected"},
+    {"08", "8", "8", "8", true, "rejected"},
+    {"1x", "1", "1", "1", true, "rejected"},
+    {"1 1", "1", "1", "1", true, "rejected"},
+    {"", "0", "0", "0", true, "rejected"},
+    {" ", "0", "0", "0", true, "rejected"},
+    {"99999999999999999999", "1", "1", "9223372036854775807", true, "adjusted"},
+    {"5", kNone, kNone, kNone, true, "missing"},
+    {"5", kNone, kNone, kNone, false, "missing"},
+    {"5", "1", "1", "1", false, "restored"},
+    {"5", "1", "3", "1", false, "restored"},
+    {kNone, "1", "3", "1", false, "restored"},
+    {"5", "1", "1", "5", false, "applied"},
+    {"5", "1", "3", "3", false, "rejected"},
+    {"5", "1", "3", "4", false, "adjusted"},
+    {kNone, "1", "1", "2", false, "overridden"},
+    {kNone, "1", "1", "2", true, "overridden"},
+    {kNone, "1", "2", "1", true, "overridden"},
+    {kNone, "1", "1", "1", true, ""},
+    {kNone, "1", "2", "2", true, ""},
+    {kNone, "1", "1", "1", false, ""},
+    {kNone, kNone, kNone, kNone, true, ""},
+};
+// clang-format on
+
+std::string Shown(const Value& value) { return value ? '"' + *value + '"' : "none"; }
+
+class WhatIsAsked : public testing::Test {
+ protected:
+  Asked Of(const std::string& xml) const {
+    const Document document = Document::Read(folder_.Write("document.xml", xml));
+    return devhost::WhatIsAsked(document.contents());
+  }
+
+  const TempFolder folder_;
+};
+
+}  // namespace
+
+TEST(Outcomes, HaveAWordForEachCase) {
+  const std::string element = devhost::Catalogue()[kElement].element;
+  for (const Case& c : kCases) {
+    Asked asked;
+    if (c.asked) {
+      asked[element] = *c.asked;
+    }
+    const std::vector<Outcome> outcomes =
+        OutcomesOf(asked, With(c.start), With(c.before), With(c.now), c.success);
+    const std::string word = outcomes.empty() ? "" : WordFor(outcomes.front().fate);
+    EXPECT_EQ(word, c.word) << Shown(c.asked) << " asked, " << Shown(c.start) << " at first, "
+                            << Shown(c.before) << " before, " << Shown(c.now) << " now, "
+                            << (c.success ? "success" : "error");
+    EXPECT_LE(outcomes.size(), 1U);
+  }
+}
+
+TEST(Outcomes, CarryWhatTheyAreAbout) {
+  const std::vector<Outcome> outcomes =
+      OutcomesOf({{"tcp_abort_on_overflow", "7"}}, With("1"), With("2"), With("3"), true);
+  ASSERT_EQ(outcomes.size(), 1U);
+  EXPECT_EQ(outcomes[0].entry->element, std::string("tcp_abort_on_overflow"));
+  EXPECT_EQ(outcomes[0].asked, "7");
+  EXPECT_EQ(outcomes[0].before, "2");
+  EXPECT_EQ(outcomes[0].now, "3");
+}
+
+TEST(Outcomes, AreCountedByTheirFates) {
+  CatalogueValues now(devhost::Catalogue().size(), "1");
+  now[3] = "2";
+  now[5] = "2";
+  const std::vector<Outcome> outcomes =
+      OutcomesOf({{"rmem_max", "1"}}, With("1"), With("1"), now, true);
+  EXPECT_THAT(CountFates(outcomes),
+              ElementsAre(Pair(devhost::Fate::kUnchanged, 1), Pair(devhost::Fate::kOverridden, 2)));
+}
+
+TEST(Outcomes, ReadEachValueFromItsPlaceInTheFile) {
+  const CatalogueValues values = devhost::CatalogueValuesOf(devhost::ReadTunables());
+  std::size_t i = 0;
+  for (const devhost::CatalogueEntry& entry : devhost::Catalogue()) {
+    const std::string element = entry.element;
+    if (element == "tcp_bic") {
+      EXPECT_EQ(values[i], kNone);
+    } else if (element == "tcp_port_min") {
+      EXPECT_EQ(values[i], "32768");
+    } else if (element == "tcp_port_max") {
+      EXPECT_EQ(values[i], "60999");
+    } else if (element == "tcp_sack") {
+      EXPECT_EQ(values[i], "1");
+    }
+    ++i;
+  }
+  EXPECT_EQ(values.size(), i);
+}
+
+TEST_F(WhatIsAsked, IsTheLastTextOfEachElement) {
+  EXPECT_THAT(Of("<tcp-settings><tcp_sack>0</tcp_sack><tcp_ecn> 1 </tcp_ecn>"
+                 "<tcp_sack>2</tcp_sack></tcp-settings>"),
+              ElementsAre(Pair("tcp_ecn", " 1 "), Pair("tcp_sack", "2")));
+}
+
+TEST_F(WhatIsAsked, IsNotWhatThePluginPassesOver) {
+  EXPECT_THAT(Of("<tcp-settings>words<tcp_sak>0</tcp_sak><tcp_sack/><tcp_ecn></tcp_ecn>"
+                 "<tcp_fack><!-- off -->0</tcp_fack><tcp_frto><b>2</b></tcp_frto></tcp-settings>"),
+              IsEmpty());
+}
+
+TEST_F(WhatIsAsked, IsTheFirstTextOfAnElement) {
+  EXPECT_THAT(Of("<tcp-settings><tcp_sack>0<!-- off -->1</tcp_sack></tcp-settings>"),
+              ElementsAre(Pair("tcp_sack", "0")));
+}
+
+TEST_F(WhatIsAsked, IsNothingBelowAForeignRoot) {
+  EXPECT_THAT(Of("<udp-settings><tcp_sack>0</tcp_sack></udp-settings>"), IsEmpty());
+}
+
+TEST_F(WhatIsAsked, IsBehindCommentsToo) {
+  EXPECT_THAT(Of("<!-- ours --><tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>"),
+              ElementsAre(Pair("tcp_sack", "0")));
+}

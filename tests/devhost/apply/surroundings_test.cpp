@@ -1,0 +1,222 @@
+// kaehost where the machine is not as one would have it.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+constexpr const char* kOutputLost =
+    "kaehost: standard output cannot be written; what it shows is not all\n";
+
+// Some tunables as this process sees them.
+std::vector<std::string> TunablesHere() {
+  std::vector<std::string> texts;
+  for (const char* name : {"tcp_sack", "ip_local_port_range", "ip_forward"}) {
+    std::ifstream file(std::string("/proc/sys/net/ipv4/") + name);
+    texts.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+  return texts;
+}
+
+// What is said when no namespace is to be had, for the reason `why`.
+std::string NoNamespace(const std::string& why) {
+  return "kaehost: no private namespace to be had: " + why +
+         "; enable user namespaces (sysctl user.max_user_namespaces, user.max_net_namespaces and "
+         "user.max_mnt_namespaces above 0 and, where they exist, "
+         "kernel.unprivileged_userns_clone=1 "
+         "and kernel.apparmor_restrict_unprivileged_userns=0) or run as root\n";
+}
+
+// Replaces standard output with a pipe that nobody reads from.
+void CloseTheReadersEnd() {
+  int ends[2];
+  if (pipe(ends) == 0) {
+    dup2(ends[1], STDOUT_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+  }
+}
+
+// Refuses, as container run-times do, to mount what is neither a bind nor a change of a mount: a
+// call of mount without flags.
+void ForbidNewFileSystems() {
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_mount, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[3])),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter = {std::size(program), program};
+  prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+}
+
+void ForbidSockets() {
+  sock_filter program[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog filter = {std::size(program), program};
+  prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+  prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+}
+
+class Surroundings : public testing::Test {
+ protected:
+  Outcome Apply(const std::function<void()>& prepare) const {
+    return Kaehost({"apply", document_}, prepare);
+  }
+
+  const TempFolder folder_;
+  const std::string document_ =
+      folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
+};
+
+}  // namespace
+
+TEST_F(Surroundings, TunablesOutsideStayAsTheyAre) {
+  const std::vector<std::string> before = TunablesHere();
+  const Outcome run = Kaehost({"apply", document_, "--plugin", TestPlugin("restores_nothing")});
+  ASSERT_THAT(run.out, AllOf(HasSubstr("not back at their values"), HasSubstr("ipv4/tcp_sack "),
+                             HasSubstr("port_range ")));
+  EXPECT_EQ(TunablesHere(), before);
+}
+
+TEST_F(Surroundings, OrdinaryUserNeedsNothingButUserNamespaces) {
+  const Outcome run = Apply(BecomeOrdinaryUser);
+  EXPECT_EQ(run.status, HasUserNamespaces() ? 0 : 77) << run.err;
+}
+
+TEST_F(Surroundings, FolderForTemporaryFilesIsNotNeeded) {
+  const Outcome run = Apply([] { setenv("TMPDIR", "/nowhere", 1); });
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +applied +1 +0 +0\n"));
+}
+
+TEST_F(Surroundings, RootNeedsNoUserNamespace) {
+  const Outcome run = Apply(ForbidUserNamespacesToRoot);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +applied +1 +0 +0\n"));
+}
+
+TEST_F(Surroundings, NoNamespaceForRootIsToldWithWhatToEnable) {
+  const Outcome run = Apply(ForbidNamespacesToRoot);
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.out, "");
+  if (HasUserNamespaces()) {
+    EXPECT_EQ(run.err,
+              NoNamespace("unshare: No space left on device; without a user namespace: No space "
+                          "left on device"));
+  }
+}
+
+TEST_F(Surroundings, NoNamespaceForAnOrdinaryUserIsToldWithWhatToEnable) {
+  const Outcome run = Apply(ForbidNamespacesToOrdinaryUser);
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, NoNamespace(std::string("unshare: ") +
+                                 (HasUserNamespaces() ? "No space left on device"
+                                                      : "Operation not permitted") +
+                                 "; without a user namespace: Operation not permitted"));
+}
+
+// Without user namespaces nothing is to be mapped, and the first tunable is what cannot be written.
+TEST_F(Surroundings, UserThatCannotBeMappedIsToldWithWhatToEnable) {
+  const Outcome run = Apply([] {
+    unshare(CLONE_NEWNS);
+    mount("/proc", "/proc", nullptr, MS_BIND | MS_REC, nullptr);
+    mount(nullptr, "/proc", nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr);
+  });
+  if (HasUserNamespaces()) {
+    EXPECT_EQ(run.status, 77);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, NoNamespace("/proc/self/setgroups: Read-only file system"));
+  } else {
+    EXPECT_EQ(run.status, 1);
+  }
+}
+
+TEST_F(Surroundings, ScratchFileThatCannotBeLaidIsToldWithTheWayWithoutIt) {
+  const Outcome run = Apply(ForbidNewFileSystems);
+  if (!HasReadOnlyCoreFiles()) {
+    EXPECT_THAT(run.err, Not(HasSubstr("scratch file"))) << "this kernel needs none";
+    return;
+  }
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.err,
+            "kaehost: /proc/sys/net/core/rmem_max is read-only here, and no scratch file can be "
+            "laid over it: Operation not permitted; --as-is does without\n");
+}
+
+TEST_F(Surroundings, LoopbackThatStaysDownIsToldAfterTheRelease) {
+  const Outcome run = Kaehost({"apply", document_, "--", "echo", "ran"}, ForbidSockets);
+  EXPECT_EQ(run.status, 77);
+  EXPECT_THAT(run.out,
+              AllOf(HasSubstr("kaehost: layer released; every tunable of the catalogue is back"),
+                    Not(HasSubstr("ran\n"))));
+  EXPECT_EQ(run.err,
+            "kaehost: the loopback interface cannot be brought up: Operation not permitted; a "
+            "command cannot be tried here\n");
+}
+
+TEST_F(Surroundings, OutputToAFullDeviceIsAFailure) {
+  const Outcome run = Apply([] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, kOutputLost);
+}
+
+TEST_F(Surroundings, HelpToAFullDeviceIsAFailure) {
+  const Outcome run = Kaehost({"--help"}, [] { dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO); });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, kOutputLost);
+}
+
+TEST_F(Surroundings, OutputToAClosedPipeIsAFailureWhereItDoesNotKill) {
+  const Outcome run = Apply([] {
+    std::signal(SIGPIPE, SIG_IGN);
+    CloseTheReadersEnd();
+  });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, kOutputLost);
+}
+
+TEST_F(Surroundings, OutputToAClosedPipeEndsItAsItEndsOtherCommands) {
+  EXPECT_EQ(Apply(CloseTheReadersEnd).status, 128 + SIGPIPE);
+}
+
+TEST_F(Surroundings, ClosedStandardStreamsDoNotReachTheTunables) {
+  const Outcome run = Apply([] {
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+  });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+}

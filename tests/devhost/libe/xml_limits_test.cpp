@@ -1,0 +1,200 @@
+// What a document may not be: one that declares entities, or one that is too much. And what it may
+// be in any measure.
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+#include "devhost/libe/document.h"
+#include "tests/devhost/support/nodes.h"
+#include "tests/devhost/support/small_stack.h"
+#include "tests/devhost/support/temp_folder.h"
+
+namespace {
+
+constexpr const char* kNoEntities =
+    "a document may not declare entities; remove the declaration and write the text itself where "
+    "the entity is used";
+constexpr const char* kTooLong =
+    "a tag, a comment, a CDATA section, a declaration or the space between them is longer than 64 "
+    "KiB; shorten it";
+
+class XmlLimits : public testing::Test {
+ protected:
+  void ExpectRefused(const std::string& bytes, int line, const std::string& why) const {
+    const std::string path = folder_.Write("document.xml", bytes);
+    EXPECT_EQ(ErrorOfFile(path), path + ":" + std::to_string(line) + ": " + why)
+        << bytes.substr(0, 100);
+  }
+
+  void ExpectRead(const std::string& bytes) const {
+    EXPECT_EQ(ErrorOfFile(folder_.Write("document.xml", bytes)), "") << bytes.substr(0, 100);
+  }
+
+  const TempFolder folder_;
+};
+
+// Documents that spend some `size` bytes on one thing, which begins on the second line.
+std::vector<std::string> DocumentsWithALong(std::size_t size) {
+  const std::string x(size, 'x');
+  std::string attributes;
+  for (std::size_t i = 0; attributes.size() < size; ++i) {
+    attributes += " a" + std::to_string(i) + "=''";
+  }
+  std::string declarations;
+  while (declarations.size() < size) {
+    declarations += "<!ELEMENT b ANY><!-- x --><?p?>";
+  }
+  return {
+      "<r>\n<" + x + "/></r>\n",
+      "<r>\n<a b='" + x + "'/></r>\n",
+      "<r>\n<a " + x + "=''/></r>\n",
+      "<r>\n<a" + attributes.substr(0, attributes.rfind(' ')) + "/></r>\n",
+      "<r>\n<a" + std::string(size, ' ') + "/></r>\n",
+      "<r>\n<a></a" + std::string(size, ' ') + "></r>\n",
+      "<r>\n<!--" + x + "--></r>\n",
+      "<r>\n<!--\n" + x + "--></r>\n",
+      "<r>\n<?p " + x + "?></r>\n",
+      "<r>\n<?" + x + "?></r>\n",
+      "<r>\n<![CDATA[" + x + "]]></r>\n",
+      "<!--\n--><!DOCTYPE " + x + "><r/>\n",
+      "<!--\n--><!DOCTYPE r SYSTEM '" + x + "'><r/>\n",
+      "<!--\n--><!DOCTYPE r [<!ELEMENT " + x + " ANY>]><r/>\n",
+      "<!--\n--><!DOCTYPE r [<!ELEMENT r (" + x + ")>]><r/>\n",
+      "<!--\n--><!DOCTYPE r [<!ATTLIST r b CDATA '" + x + "'>]><r/>\n",
+      "<!--\n--><!DOCTYPE r [" + declarations + "]><r/>\n",
+      "<r/><!-- \n -->" + std::string(size, ' ') + "\n",
+  };
+}
+
+// Documents whose second line has `count` different names besides a few.
+std::vector<std::string> DocumentsWithNames(int count) {
+  std::string elements;
+  std::string attributes;
+  std::string instructions;
+  for (int i = 0; i < count; ++i) {
+    const std::string name = "b" + std::to_string(i);
+    elements += "<" + name + "/>";
+    attributes += "<a " + name + "=''/>";
+    instructions += "<?" + name + "?>";
+  }
+  return {"<r>\n" + elements + "</r>", "<r>\n" + attributes + "</r>",
+          "<r>\n" + instructions + "</r>", "\n" + instructions + "<r/>"};
+}
+
+}  // namespace
+
+TEST_F(XmlLimits, RefuseEveryDeclarationOfAnEntity) {
+  for (const char* declaration :
+       {"<!ENTITY e 'v'>", "<!ENTITY e ''>", "<!ENTITY % p 'v'>", "<!ENTITY lt '&#38;#60;'>",
+        "<!ENTITY e SYSTEM 's'>", "<!ENTITY e PUBLIC 'p' 's'>", "<!ENTITY % p SYSTEM 's'>",
+        "<!NOTATION n SYSTEM 'n'><!ENTITY e SYSTEM 's' NDATA n>"}) {
+    const std::string beginning = "<!DOCTYPE a [\n" + std::string(declaration);
+    ExpectRefused(beginning + "\n]>\n<a>&u;</b>", 2, kNoEntities);
+    ExpectRefused(beginning + "<!ENTITY x ", 2, kNoEntities);
+  }
+}
+
+TEST_F(XmlLimits, RefuseEntitiesThatMultiply) {
+  std::string nested = "<!ENTITY e0 'v'>\n";
+  for (int i = 1; i < 30; ++i) {
+    const std::string inner = "&e" + std::to_string(i - 1) + ";";
+    nested += "<!ENTITY e" + std::to_string(i) + " '" + inner + inner + "'>\n";
+  }
+  ExpectRefused("<!DOCTYPE a [" + nested + "]><a>&e29;</a>", 1, kNoEntities);
+  ExpectRefused("<!DOCTYPE a [" + nested + "]><a b='&e29;'/>", 1, kNoEntities);
+
+  std::string references;
+  for (int i = 0; i < 50'000; ++i) {
+    references += "&e;";
+  }
+  ExpectRefused(
+      "<!DOCTYPE a [<!ENTITY e '" + std::string(50'000, 'x') + "'>]><a>" + references + "</a>", 1,
+      kNoEntities);
+}
+
+TEST_F(XmlLimits, RefuseWhatIsLongAndNoText) {
+  for (const std::string& bytes : DocumentsWithALong(80'000)) {
+    ExpectRefused(bytes, 2, kTooLong);
+  }
+}
+
+TEST_F(XmlLimits, AllowSixtyFourKibibytes) {
+  for (const std::string& bytes : DocumentsWithALong(65'500)) {
+    ExpectRead(bytes);
+  }
+}
+
+TEST_F(XmlLimits, RefuseMoreNamesThanAreQuicklyTold) {
+  for (const std::string& bytes : DocumentsWithNames(70'000)) {
+    ExpectRefused(bytes, 2,
+                  "the document has more than 64 Ki different names; split it into several");
+  }
+}
+
+TEST_F(XmlLimits, AllowSixtyFourKibiNames) {
+  for (const std::string& bytes : DocumentsWithNames(65'000)) {
+    ExpectRead(bytes);
+  }
+}
+
+TEST_F(XmlLimits, AllowManyOfWhatMayNotBeLong) {
+  const std::string part = "<a b='" + std::string(50'000, 'x') + "'><!--" +
+                           std::string(50'000, 'x') + "--><![CDATA[" + std::string(50'000, 'x') +
+                           "]]></a>";
+  std::string parts;
+  for (int i = 0; i < 20; ++i) {
+    parts += part;
+  }
+  ExpectRead("<a>" + parts + "</a>");
+}
+
+TEST_F(XmlLimits, AllowADocumentTypeThatNestsDeeply) {
+  OnASmallStack([this] {
+    const int depth = 1000;
+    ExpectRead("<!DOCTYPE a [<!ELEMENT a " + std::string(depth, '(') + "b" +
+               std::string(depth, ')') + ">]><a/>");
+  });
+}
+
+TEST_F(XmlLimits, AllowAnyDepthOnASmallStack) {
+  constexpr int kDepth = 100'000;
+  const std::string path = folder_.Write("document.xml", NestedElements(kDepth));
+  OnASmallStack([&] {
+    const devhost::Document document = devhost::Document::Read(path);
+    int levels = 0;
+    for (const kaml_content* c = document.contents(); c != nullptr; c = kaml_elem_contents(c)) {
+      ++levels;
+    }
+    EXPECT_EQ(levels, kDepth);
+  });
+}
+
+TEST_F(XmlLimits, TellWhereAnEndIsMissingFarDown) {
+  std::string bytes;
+  for (int i = 0; i < 100'000; ++i) {
+    bytes += "<a>\n";
+  }
+  OnASmallStack([&] {
+    ExpectRefused(bytes, 100'001,
+                  "cannot be read as XML: Premature end of data in tag a line 100000");
+  });
+}
+
+TEST_F(XmlLimits, AllowAMillionSiblings) {
+  std::string bytes = "<r>";
+  for (int i = 0; i < 1'000'000; ++i) {
+    bytes += "<a/>";
+  }
+  const std::string path = folder_.Write("document.xml", bytes + "</r>");
+  OnASmallStack([&] {
+    const devhost::Document document = devhost::Document::Read(path);
+    int siblings = 0;
+    for (const kaml_content* c = kaml_elem_contents(document.contents()); c != nullptr;
+         c = kaml_cont_next(c)) {
+      ++siblings;
+    }
+    EXPECT_EQ(siblings, 1'000'000);
+  });
+}

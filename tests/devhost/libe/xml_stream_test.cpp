@@ -1,0 +1,69 @@
+// Documents that are no regular files: pipes and devices, which may have no end.
+
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+
+#include "tests/devhost/support/filled_pipe.h"
+#include "tests/devhost/support/nodes.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using testing::ElementsAre;
+
+TEST(XmlStream, PipeIsReadToItsEnd) {
+  const FilledPipe pipe("<a>" + std::string(200'000, 'x') + "</a>");
+  EXPECT_THAT(NodesOfFile(pipe.path()), ElementsAre("a", "  '" + std::string(200'000, 'x') + "'"));
+}
+
+TEST(XmlStream, EndlessTextIsRefused) {
+  const FilledPipe pipe("<a>\n", std::string(65'536, 'x'));
+  EXPECT_EQ(ErrorOfFile(pipe.path()),
+            pipe.path() + ":2: the document is longer than 256 MiB; split it into several");
+}
+
+TEST(XmlStream, EndlessTagIsRefused) {
+  const FilledPipe pipe("<a>\n<b", std::string(65'536, ' '));
+  EXPECT_EQ(ErrorOfFile(pipe.path()),
+            pipe.path() +
+                ":2: a tag, a comment, a CDATA section, a declaration or the space "
+                "between them is longer than 64 KiB; shorten it");
+}
+
+TEST(XmlStream, ErrorEndsAnEndlessDocument) {
+  const FilledPipe pipe("<a>\n</b>", std::string(65'536, 'x'));
+  EXPECT_EQ(
+      ErrorOfFile(pipe.path()),
+      pipe.path() + ":2: cannot be read as XML: Opening and ending tag mismatch: a line 1 and b");
+}
+
+TEST(XmlStream, DevicesThatNeverEndAreRefused) {
+  for (const std::string path : {"/dev/zero", "/dev/full"}) {
+    EXPECT_EQ(ErrorOfFile(path),
+              path + ":1: cannot be read as XML: a NUL byte is no part of a document");
+  }
+}
+
+TEST(XmlStream, NamedPipeIsReadOnceItHasAWriter) {
+  const TempFolder folder;
+  const std::string path = folder.Path("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  std::thread writer([&] { folder.Write("pipe", "<a/>"); });
+  EXPECT_THAT(NodesOfFile(path), ElementsAre("a"));
+  writer.join();
+}
+
+TEST(XmlStream, SocketCannotBeRead) {
+  const TempFolder folder;
+  sockaddr_un address = {AF_UNIX, {}};
+  const std::string path = folder.Path("socket");
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  EXPECT_EQ(ErrorOfFile(path), path + ": cannot be read: No such device or address");
+  close(fd);
+}

@@ -1,0 +1,13 @@
+// Leaves every request unanswered.
+
+#include "tests/devhost/test_plugins/working_plugin.h"
+
+class Layer : public WorkingLayer {
+ public:
+  bool do_Configure(kaeRequest* /*request*/, const kaml_content* /*content*/) override {
+    return true;
+  }
+};
+
+static PluginOf<Layer> plugin;
+kaePlugin* this_kae_plugin = &plugin;
