@@ -46,33 +46,25 @@ class DefaultsTest : public KernelTest {
   KernelState before;
 };
 
-TEST_F(DefaultsTest, ARequestThatNamesNoneImposesAllOfThemAndNothingElse) {
+TEST_F(DefaultsTest, ARequestThatNamesNoneImposesAllOfThemAndNothingElseUntilTheRelease) {
   auto layer = NewLayer();
   ASSERT_TRUE(Configure(*layer));
   EXPECT_EQ(Changes(before, ReadKernel()), kDefaults);
-}
-
-TEST_F(DefaultsTest, ARequestThatNamesAnotherSettingImposesThemToo) {
-  KernelState expected = kDefaults;
-  expected["ipv4/tcp_syn_retries"] = "2";
-  auto layer = NewLayer();
-  ASSERT_TRUE(Configure(*layer, "tcp_syn_retries", "2"));
-  EXPECT_EQ(Changes(before, ReadKernel()), expected);
-}
-
-TEST_F(DefaultsTest, ANamedOneTakesItsNamedValueAmongTheDefaults) {
-  KernelState expected = kDefaults;
-  expected["ipv4/tcp_rmem"] = "4096 65536 174760";
-  auto layer = NewLayer();
-  ASSERT_TRUE(Configure(*layer, "tcp_rmem_default", "65536"));
-  EXPECT_EQ(Changes(before, ReadKernel()), expected);
-}
-
-TEST_F(DefaultsTest, AReleaseBringsTheKernelsOwnValuesBack) {
-  auto layer = NewLayer();
-  ASSERT_TRUE(Configure(*layer));
   layer->Release();
   EXPECT_THAT(Changes(before, ReadKernel()), IsEmpty());
+}
+
+TEST_F(DefaultsTest, ARequestThatNamesOneOfThemAndAnotherSettingImposesTheRest) {
+  const Named named = {
+      {"tcp_rmem_default", "65536"},
+      {"tcp_syn_retries", "2"},
+  };
+  KernelState expected = kDefaults;
+  expected["ipv4/tcp_rmem"] = "4096 65536 174760";
+  expected["ipv4/tcp_syn_retries"] = "2";
+  auto layer = NewLayer();
+  ASSERT_TRUE(Configure(*layer, named));
+  EXPECT_EQ(Changes(before, ReadKernel()), expected);
 }
 
 }  // namespace

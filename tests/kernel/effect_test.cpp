@@ -49,19 +49,6 @@ TEST_F(EffectTest, NewConnectionsDoWithoutAnOptionFromARequestToTheRelease) {
   }
 }
 
-TEST_F(EffectTest, NewConnectionsDoWithoutAllOptionsAtOnce) {
-  const Named named = {
-      {"tcp_timestamps", "0"},
-      {"tcp_sack", "0"},
-      {"tcp_window_scaling", "0"},
-  };
-  auto layer = NewLayer();
-  EXPECT_TRUE(Configure(*layer, named));
-  EXPECT_EQ(NewConnectionOptions(), 0);
-  layer->Release();
-  EXPECT_EQ(NewConnectionOptions(), kUsualOptions);
-}
-
 TEST_F(EffectTest, NewConnectionsAgreeOnCongestionNotificationFromARequestToTheRelease) {
   EXPECT_EQ(NewConnectionOptions(), kUsualOptions);
   auto layer = NewLayer();

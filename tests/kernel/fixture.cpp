@@ -32,18 +32,12 @@ bool BareKernelTest::Configure(BuiltLayer& layer, const std::string& name,
   return Configure(layer, named);
 }
 
-KernelTest::KernelTest() { MakeCoreFilesWritable(); }
+KernelTest::KernelTest()
+    : emulated_(devhost::MakeWritable({KernelPath("core/rmem_max"), KernelPath("core/wmem_max")})) {
+}
 
 KernelTest::~KernelTest() {
-  for (const std::string& file : kCoreFiles) {
-    Uncover(file);
+  for (const std::string& path : emulated_) {
+    umount2(path.c_str(), MNT_DETACH);
   }
 }
-
-void MakeCoreFilesWritable() {
-  for (const std::string& file : kCoreFiles) {
-    devhost::MakeWritable({KernelPath(file)});
-  }
-}
-
-void Uncover(const std::string& file) { umount2(KernelPath(file).c_str(), MNT_DETACH); }

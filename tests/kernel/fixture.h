@@ -13,8 +13,8 @@
 #include "tests/support/host.h"
 #include "tests/support/output.h"
 
-// The kernel as it is in a private namespace, where core/rmem_max and core/wmem_max are read-only.
-// Standard output is captured, and what a test changes is undone after it.
+// The kernel as it is in a private namespace, where core/rmem_max and core/wmem_max are read-only
+// or missing. Standard output is captured, and what a test changes is undone after it.
 class BareKernelTest : public testing::Test {
  protected:
   ~BareKernelTest() override;
@@ -30,16 +30,13 @@ class BareKernelTest : public testing::Test {
   CapturedOutput output;
 };
 
-// The same with both core files made writable: scratch files with their contents lie over them.
-// They are the only emulated ones.
+// The same with the core files that are read-only made writable: scratch files with their contents
+// lie over them. They are the only emulated ones.
 class KernelTest : public BareKernelTest {
  protected:
   KernelTest();
   ~KernelTest() override;
+
+ private:
+  const std::vector<std::string> emulated_;
 };
-
-inline const std::vector<std::string> kCoreFiles = {"core/rmem_max", "core/wmem_max"};
-
-// Lays the scratch files, and takes one away again.
-void MakeCoreFilesWritable();
-void Uncover(const std::string& file);

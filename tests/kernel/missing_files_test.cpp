@@ -15,30 +15,19 @@ TEST_F(MissingFilesTest, ANewLayerReportsThemAndReadsAllOthers) {
   EXPECT_EQ(output.Take(), SnapshotLines(Snapshot()));
 }
 
-TEST_F(MissingFilesTest, ARequestSkipsThemAndSucceeds) {
-  const Values values = FirstRequest(Snapshot());
-  auto layer = NewLayer();
-  EXPECT_TRUE(Configure(*layer));
-  EXPECT_EQ(output.Take(), ReceivedLines({}) + WriteLines(values) + "{success}\n");
-}
-
-TEST_F(MissingFilesTest, ARequestThatNamesOneSkipsItAndSetsTheOthers) {
+TEST_F(MissingFilesTest, ARequestAndAReleaseSkipThemAndWriteAllOthers) {
   const Named named = {
       {"tcp_bic", "0"},
       {"tcp_sack", "0"},
   };
-  const Values values = FirstRequest(Snapshot(), named);
+  const Values snapshot = Snapshot();
   auto layer = NewLayer();
   EXPECT_TRUE(Configure(*layer, named));
-  EXPECT_EQ(output.Take(), ReceivedLines(named) + WriteLines(values) + "{success}\n");
+  EXPECT_EQ(output.Take(),
+            ReceivedLines(named) + WriteLines(FirstRequest(snapshot, named)) + "{success}\n");
   EXPECT_EQ(KernelText("ipv4/tcp_sack"), "0");
-}
-
-TEST_F(MissingFilesTest, AReleaseSkipsThem) {
-  const Values values = Snapshot();
-  auto layer = NewLayer();
   layer->Release();
-  EXPECT_EQ(output.Take(), RollbackLines(values));
+  EXPECT_EQ(output.Take(), RollbackLines(snapshot));
 }
 
 }  // namespace

@@ -37,12 +37,4 @@ TEST_F(TwoLayersTest, TheLaterLayerRestoresWhatItFoundEvenWhenTheEarlierOneIsGon
   EXPECT_THAT(Changes(between, ReadKernel()), IsEmpty());
 }
 
-TEST_F(TwoLayersTest, ARequestToOneWritesItsOwnValuesOverThoseOfTheOther) {
-  EXPECT_TRUE(Configure(*first, "tcp_sack", "0"));
-  EXPECT_EQ(KernelText("ipv4/tcp_fin_timeout"), "20");
-  EXPECT_TRUE(Configure(*second));
-  EXPECT_EQ(KernelText("ipv4/tcp_fin_timeout"), "30");
-  EXPECT_EQ(KernelText("ipv4/tcp_sack"), "1");
-}
-
 }  // namespace
