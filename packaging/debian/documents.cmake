@@ -1,5 +1,5 @@
-# Run by cpack on what it is about to pack: adds what Debian wants in every package, and lets
-# everybody into its folders, whatever the umask was when they were made.
+# cpack runs this on the files that it is going to pack. It adds the files that Debian requires in
+# every package, and makes all folders accessible to all users, independent of the umask.
 
 function(add_document source folder name)
   file(COPY ${CMAKE_CURRENT_LIST_DIR}/${source} DESTINATION ${folder}
