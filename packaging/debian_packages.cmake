@@ -30,9 +30,9 @@ set(CPACK_DEBIAN_KAETCP_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_KAETCP_DESCRIPTION
 "plug-in that writes the TCP/IP tunables of Linux
 A plug-in for a host framework that manages the control plane of a Linux
-device. It writes configuration documents to the kernel's TCP/IP tunables, the
-files below /proc/sys/net. It restores the old values when the layer is
-released or a file cannot be opened.
+device. It writes the values of configuration documents to the kernel's TCP/IP
+tunables, the files below /proc/sys/net. It restores the old values when the
+layer is released or a file cannot be opened.
 
 The host and its library, libe.so, are not part of this package. To try
 documents without a device, install kaehost.")

@@ -11,8 +11,8 @@ endfunction()
 
 ask_changelog(Version version)
 if(NOT version STREQUAL "${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
-  message(FATAL_ERROR "${changelog}: the first entry is for version ${version}, but the packages have version "
-    "${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}; add an entry for it.")
+  message(FATAL_ERROR "${changelog}: the first entry is for version ${version}, but the packages "
+    "have version ${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}; add an entry for it.")
 endif()
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
   ask_changelog(Timestamp timestamp)

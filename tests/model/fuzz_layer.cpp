@@ -1,9 +1,8 @@
-// Lets a fuzzer think up scenarios. Its bytes decide what a random scenario is made of; where the
-// built library and the model differ, the reduced scenario is printed and the process aborts.
+// Scenarios from a fuzzer: its bytes make the decisions of a random scenario. If the built library
+// and the model differ, prints the reduced scenario and aborts.
 //
-// The seed corpus in corpus/layer are the few out of 1,500 files of 300 to 500 random bytes that
-// reach everything which all of them reach: fuzz_layer -merge=1 -use_counters=0 corpus/layer
-// FOLDER.
+// The seed corpus in corpus/layer is a small part of 1,500 files of 300 to 500 random bytes, with
+// the same coverage as all of them: fuzz_layer -merge=1 -use_counters=0 corpus/layer FOLDER.
 
 #include <cstddef>
 #include <cstdint>

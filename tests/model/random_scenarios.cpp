@@ -1,4 +1,4 @@
-// Lets random scenarios loose on the built library and on the model, and compares what is seen.
+// Plays random scenarios on the built library and on the model, and compares the traces.
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -18,7 +18,7 @@
 #include "tests/model/reporter/print.h"
 #include "tests/support/namespace.h"
 
-// Of the sanitizers, where there are any.
+// From the sanitizers, if there are any.
 // NOLINTNEXTLINE(bugprone-reserved-identifier): the name is theirs.
 extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 
@@ -52,7 +52,7 @@ struct Sums {
   double Seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }
 };
 
-// Names the scenario that ends the process, be it by a signal or by a sanitizer's verdict.
+// Names the scenario if a signal or a sanitizer ends the process.
 std::uint64_t g_seed = 0;
 
 void TellSeed() {
@@ -65,8 +65,8 @@ void TellSeedAndDie(int signal) {
   std::raise(signal);
 }
 
-// Plays the scenario of one seed. Answers the difference between library and model as a text, empty
-// where they agree.
+// Plays the scenario of one seed. Returns the difference between library and model as text, empty
+// if there is none.
 std::string Compare(model::Player& player, std::uint64_t seed, Sums& sums) {
   g_seed = seed;
   model::Choices choices = model::Choices::FromSeed(seed);
@@ -79,7 +79,7 @@ std::string Compare(model::Player& player, std::uint64_t seed, Sums& sums) {
                    model::ExplainDifference(player, scenario);
 }
 
-// Plays until the end or the first difference, which is answered.
+// Plays until the end or the first difference. Returns that difference.
 std::string Run(const Options& options, Sums& sums) {
   model::Player player;
   const auto goes_on = [&] {
@@ -102,7 +102,7 @@ void Tell(const Options& options, const Sums& sums, const std::string& differenc
       difference.empty() ? "no difference" : "a DIFFERENCE", difference.c_str());
 }
 
-// A process that dies names the scenario.
+// Names the scenario if the process dies.
 void WatchForTheEnd() {
   for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
     std::signal(signal, TellSeedAndDie);
@@ -121,7 +121,7 @@ int Main(int argc, char** argv) {
       ->capture_default_str();
   app.add_option("--seed", options.seed, "Print and play the scenario of this seed alone");
   CLI11_PARSE(app, argc, argv);
-  // Output goes through a buffer as on a device, where standard output is no terminal.
+  // Buffer the output as on a device, where standard output is not a terminal.
   std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
   if (options.seed) {
     options = {.start = *options.seed, .count = 1, .seconds = {}, .seed = {}};

@@ -13,7 +13,7 @@ Operation Step(Operation::Kind kind) {
   return operation;
 }
 
-// Tells a story step by step, and knows which layers there are.
+// Builds a scenario step by step, and keeps track of its layers.
 class Storyteller {
  public:
   explicit Storyteller(Choices& choices) : choices_(choices) {}
@@ -21,7 +21,7 @@ class Storyteller {
   Scenario Tell() {
     Files();
     if (choices_.OneIn(4)) {
-      Change();  // armed for what the first layer prints, or changed before it comes
+      Change();  // waits for a line of the first layer, or happens before it
     }
     const std::size_t layers = choices_.OneIn(8) ? 1 + choices_.Below(kMostLayers) : 1;
     for (std::size_t i = 0; i < layers; ++i) {
@@ -32,14 +32,14 @@ class Storyteller {
       NextStep();
     }
     if (choices_.OneIn(2)) {
-      // The releases at the end can write nothing, so what requests wrote is seen in the files.
+      // The releases at the end can write nothing, so the files keep what the requests wrote.
       scenario_.operations.push_back(Step(Operation::kTakeDescriptors));
     }
     return scenario_;
   }
 
  private:
-  // A device has all files or most of them; a short story needs few.
+  // A device has all or most files; a short scenario needs few.
   void Files() {
     const auto count = choices_.Of<std::size_t>({2, 0, 4, 1, 8, 3, 5, 50});
     const bool all_well = choices_.OneIn(3);
@@ -77,7 +77,7 @@ class Storyteller {
     }
   }
 
-  // What needs a layer and finds none is left out.
+  // Operations that need a layer are left out if there is none.
   void Add(Operation::Kind kind) {
     Operation operation = Step(kind);
     if (kind == Operation::kNewLayer) {
@@ -102,7 +102,7 @@ class Storyteller {
 
   void Configure() { Add(Operation::kConfigure); }
 
-  // Half of the changes hit a file that the story knows.
+  // Half of the changes are to a file that the scenario already has.
   void Change() {
     Operation operation = Step(Operation::kChangeFile);
     operation.file = KnownFile();
@@ -121,7 +121,7 @@ class Storyteller {
 
   std::string When() { return choices_.OneIn(2) ? GenerateLine(choices_, scenario_.files) : ""; }
 
-  // They are given back in most stories, at once or when some line is printed.
+  // Most scenarios give them back, immediately or at some line.
   void Descriptors() {
     Operation take = Step(Operation::kTakeDescriptors);
     take.when = When();

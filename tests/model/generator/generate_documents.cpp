@@ -22,7 +22,7 @@ const std::vector<std::string>& KnownNames() {
   return names;
 }
 
-// Names of files that no element bears, near misses, and names of other things.
+// Names of files without an element of that name, near misses, and names of other things.
 std::string UnknownName(Choices& choices) {
   static const std::vector<std::string> kNames = {
       "tcp_mem",  "tcp_rmem",  "tcp_wmem",   "ip_local_port_range", "ipfrag_time", "tcp_sac",
@@ -38,7 +38,7 @@ std::string Name(Choices& choices) {
              : choices.Of(KnownNames());
 }
 
-// Among them two of which the lowest byte is that of a text and of an element.
+// For two of them, the lowest byte is that of a text and of an element.
 int OtherType(Choices& choices) { return choices.Of({-1, 2, 3, 7, 257, INT_MAX, INT_MIN, 256}); }
 
 Node TextNode(Choices& choices, std::string text) {
@@ -49,7 +49,7 @@ Node TextNode(Choices& choices, std::string text) {
           .contents = {}};
 }
 
-// A text between elements, a comment or something of a type that nobody knows. It may be nameless.
+// A text between elements, a comment or something of an unknown type. It can have no name.
 Node NoElement(Choices& choices) {
   Node node = TextNode(choices, GenerateValue(choices));
   node.type = choices.OneIn(2) ? OtherType(choices) : kText;
@@ -62,7 +62,7 @@ Node NoElement(Choices& choices) {
 
 Node Child(Choices& choices, int depth);
 
-// What an element holds: a value, nothing, or something of which the first is no text.
+// The contents of an element: a value, nothing, or contents that do not begin with text.
 std::vector<Node> Contents(Choices& choices, int depth) {
   std::vector<Node> contents;
   switch (choices.Below(11)) {
@@ -113,7 +113,7 @@ std::vector<Node> Children(Choices& choices) {
   return children;
 }
 
-// The element itself, seldom one that only looks like it.
+// The element itself, or rarely one that only looks like it.
 Node Root(Choices& choices) {
   const bool foreign = choices.OneIn(8);
   const bool looks_alike = foreign && choices.OneIn(2);

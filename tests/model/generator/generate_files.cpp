@@ -1,4 +1,4 @@
-// Random files, their texts, and the lines that are printed of them.
+// Random files, their texts, and the lines that report them.
 
 #include "tests/model/generator/generate.h"
 #include "tests/support/catalogue.h"
@@ -31,7 +31,7 @@ std::string OddText(Choices& choices) {
   return choices.Of(kTexts);
 }
 
-// Few bytes of every kind.
+// A few bytes of any value.
 std::string AnyText(Choices& choices) {
   std::string text(choices.Below(12), ' ');
   for (char& character : text) {
@@ -70,7 +70,7 @@ std::string GenerateValue(Choices& choices) {
     case 6:
       return AnyText(choices);
     case 7:
-      // The longest are rare: playing one takes as long as a hundred others.
+      // The longest are rare: one takes as long to play as a hundred others.
       return std::string(choices.OneIn(100)  ? std::size_t{1} << 20U
                          : choices.OneIn(10) ? std::size_t{10000}
                                              : std::size_t{300},

@@ -1,4 +1,4 @@
-// The lines that an armed change can wait for.
+// The lines that a change can wait for.
 
 #include <cerrno>
 #include <cstring>
@@ -13,8 +13,7 @@ namespace {
 
 std::string Path(const std::string& file) { return "/proc/sys/net/" + file; }
 
-// What is printed of a file that cannot be opened, and of one that can, if there ever is a time at
-// which it cannot.
+// A line that reports a file as one that cannot be opened, also for a file that normally can be.
 std::string LineOfAFile(Choices& choices, const std::map<std::string, File>& files) {
   const std::string& name = choices.Of(TunableFiles());
   std::string file = name;
@@ -58,7 +57,7 @@ std::string GenerateLine(Choices& choices, const std::map<std::string, File>& fi
       "Setting new value - tcp_sack = ",
       "Setting new value - tcp_ecn = 0",
       "Setting new value - tcp_ecn = ",
-      "2",  // the end of a line that a value's own line break divides
+      "2",  // the rest of a line that a line break in a value has split
   };
   return choices.OneIn(3) ? choices.Of(kLines) : LineOfAFile(choices, files);
 }

@@ -14,7 +14,7 @@
 namespace model {
 namespace {
 
-// The story while it is told.
+// A scenario while it is played.
 class Story {
  public:
   Story(kaeCPLayerFactory& factory, PlayedFiles& files) : factory_(factory), files_(files) {}
@@ -146,8 +146,8 @@ std::vector<std::pair<std::string, std::size_t>> RecordedCalls() {
 
 }  // namespace
 
-// A sanitizer opens a pipe when it meets a virtual call for the first time, and would take a story
-// without descriptors for a defect. So the first story is one that makes every call and has them.
+// A sanitizer opens a pipe at the first virtual call of each kind, and reports an error if there
+// are no descriptors. So the first scenario makes every call, with descriptors.
 Player::Player() {
   Scenario life;
   for (const Operation::Kind kind : {Operation::kNewLayer, Operation::kStart, Operation::kStop,

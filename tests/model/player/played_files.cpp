@@ -5,7 +5,7 @@
 namespace model {
 namespace {
 
-// What a pass may have changed, or a scenario may want otherwise.
+// Files whose text a pass can have changed, or a scenario can need changed.
 bool HasText(File::Kind kind) {
   return kind == File::kText || kind == File::kReadOnly || kind == File::kWriteProtected;
 }

@@ -7,7 +7,7 @@ namespace {
 constexpr int kTextNode = 0;
 constexpr int kElement = 1;
 
-// What a host's NUL-terminated text can carry.
+// The text up to its first NUL, which is all that the host can pass.
 std::string HostText(const std::string& text) { return text.substr(0, text.find('\0')); }
 
 std::string NameOf(const Node& content) {

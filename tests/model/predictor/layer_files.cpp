@@ -1,4 +1,4 @@
-// The half of a layer that meets the kernel's files.
+// The part of a layer that uses the kernel's files.
 
 #include <cerrno>
 #include <cstring>
@@ -42,7 +42,7 @@ void Layer::TakeSnapshot() {
   surroundings_->PrintLine("reading config done");
 }
 
-// Words that the file lacks leave their settings alone, words too many are ignored.
+// If the file has too few words, the other settings do not change. Extra words are ignored.
 int Layer::ReadFile(std::size_t first) {
   const Row& row = *settings_[first].row;
   const int error = surroundings_->OpenError(row.file, Surroundings::Way::kReading);

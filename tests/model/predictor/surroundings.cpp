@@ -69,7 +69,7 @@ void Surroundings::Happen(const Operation& operation) {
 }
 
 int Surroundings::OpenError(const std::string& file, Way way) const {
-  // The kernel takes a descriptor before it looks at the path.
+  // The kernel allocates a descriptor before it checks the path.
   if (!descriptors_left_) {
     return EMFILE;
   }
@@ -92,7 +92,7 @@ void Surroundings::Replace(const std::string& file, const std::string& text) {
 
 void Surroundings::PrintLine(const std::string& text) {
   trace_.output += text + '\n';
-  // A text with line breaks of its own reaches the flush as several lines.
+  // A text with line breaks counts as several lines at the flush.
   std::size_t begin = 0;
   for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
     Awake(text.substr(begin, end - begin));

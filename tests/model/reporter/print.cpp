@@ -40,7 +40,7 @@ std::string Print(const Node& node) {
   return text + (node.text.empty() ? "" : ": " + Quote(node.text));
 }
 
-// Equal neighbours are told once.
+// Prints equal neighbours only once.
 std::string Print(const std::vector<Node>& nodes, const std::string& indent) {
   std::string text;
   for (std::size_t i = 0; i < nodes.size();) {
@@ -75,7 +75,7 @@ std::string Print(const Operation& operation) {
     case Operation::kTakeDescriptors:
       return "no descriptor is left\n";
     case Operation::kGiveDescriptors:
-      return "descriptors are to be had again\n";
+      return "descriptors are available again\n";
   }
   return "";
 }

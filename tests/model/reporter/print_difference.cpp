@@ -28,7 +28,7 @@ std::string Print(const std::pair<const std::string, std::string>& file) {
 
 std::string Print(bool result) { return result ? "true" : "false"; }
 
-// Tells the first item in which two lists differ, after the last few that they share.
+// Prints the first different item of two lists, after the last few common items.
 template <class List>
 std::string FirstDifference(const char* what, const List& expected, const List& seen) {
   const auto [mine, other] =

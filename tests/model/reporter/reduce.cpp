@@ -6,7 +6,7 @@
 namespace model {
 namespace {
 
-// Where a list of nodes hangs: the operation, then from each list the node whose contents are next.
+// The path to a list of nodes: the operation, then in each list the node whose contents are next.
 using Place = std::vector<std::size_t>;
 
 std::vector<Node>& NodesAt(Scenario& scenario, const Place& place) {
@@ -57,8 +57,7 @@ class Reducer {
     return Try(std::move(candidate));
   }
 
-  // Leaves out as much as it can of the list or text that `get` finds in a scenario, in great
-  // pieces first.
+  // Removes as much as possible from the list or text that `get` returns, large pieces first.
   template <class Get>
   void Shorten(Get get) {
     for (std::size_t piece = get(best_).size(); piece > 0 && patience_ > 0; piece /= 2) {
@@ -74,7 +73,7 @@ class Reducer {
     }
   }
 
-  // Leaves out whole layers, which single operations cannot.
+  // Removes whole layers, which removing single operations cannot do.
   void DropLayers() {
     const auto layers = static_cast<std::size_t>(
         std::count_if(best_.operations.begin(), best_.operations.end(),

@@ -1,5 +1,5 @@
-// Every file, every error that opening it can honestly give, at every moment: played on the built
-// library and compared whole with the model. A fault that did not come about is a failure too.
+// Every file, every error that opening it can really give, at every moment: played on the built
+// library, and compared completely with the model. If a fault does not happen, the test fails.
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kErrors[] = {ENOENT, EACCES, EISDIR, ELOOP, ENXIO, EROFS, ETXTBSY, ENOTDIR, EMFILE};
 
-// In how many lines the error is told, those of the host's replies apart.
+// The number of lines that report the error, without the host's replies.
 std::size_t Tellings(const std::string& output, int error) {
   std::istringstream lines(output);
   const std::string text = std::strerror(error);
@@ -30,7 +30,7 @@ std::size_t Tellings(const std::string& output, int error) {
   return count;
 }
 
-// Answers whether the fault came about, as its line and nothing else.
+// Returns whether the fault happened, and caused its line and no other.
 bool Inject(Player& player, const Fault& fault) {
   const Scenario scenario = fault.Story();
   const Trace seen = player.Play(scenario);
@@ -46,7 +46,7 @@ bool Inject(Player& player, const Fault& fault) {
   return false;
 }
 
-// Whether a request that met such a fault was refused, and whether one that did not was granted.
+// Whether requests failed with the fault, and succeeded without it.
 void ExpectReply(const Fault& fault, const Trace& trace) {
   const bool refused = fault.moment == Moment::kRollback ||
                        (fault.moment == Moment::kRequest && fault.error != ENOENT);

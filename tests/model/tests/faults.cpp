@@ -32,7 +32,7 @@ std::string SettingOf(const std::string& file) {
   return "";
 }
 
-// Tells a story of which only the faulty file is out of the ordinary.
+// Builds a scenario in which only the faulty file is unusual.
 class Teller {
  public:
   explicit Teller(const Fault& fault) : fault_(fault), file_(fault.File()) {}
@@ -57,10 +57,10 @@ class Teller {
   }
 
  private:
-  // The file that is opened right before the faulty one, empty where that is the first.
+  // The file that is opened right before the faulty one, empty if the faulty one is the first.
   std::string Before() const { return fault_.index == 0 ? "" : TunableFiles()[fault_.index - 1]; }
 
-  // The one that makes a request fail where the moment is the rollback.
+  // The file that makes a request fail, if the moment is the rollback.
   std::string Other() const {
     const bool is_last = fault_.index + 1 == TunableFiles().size();
     return TunableFiles()[is_last ? fault_.index - 2 : fault_.index + 1];
@@ -82,7 +82,7 @@ class Teller {
     }
   }
 
-  // The line by which all files up to this pass have been opened.
+  // The line after which all files of the earlier passes have been opened.
   std::string Beginning() const {
     switch (fault_.moment) {
       case Moment::kSnapshot:
@@ -117,7 +117,7 @@ class Teller {
     }
   }
 
-  // The file before has to be missing in this pass, and no sooner, since its line is the sign.
+  // The file before must be missing in this pass, but not earlier: its line is the signal.
   void TakeDescriptors() {
     std::string sign = Beginning();
     if (fault_.index > 0) {

@@ -111,7 +111,7 @@ void Features::CountLayers(const Scenario& scenario) {
   }
 }
 
-// What every file is while a pass reads or writes it. Armed changes are left out here.
+// The kind of every file while a pass reads or writes it. Ignores changes that wait for a line.
 void Features::CountAccess(const Scenario& scenario) {
   std::map<std::string, File> files = scenario.files;
   const auto note = [&](const std::string& how) {

@@ -1,4 +1,4 @@
-// What occurs in documents.
+// The features of documents.
 
 #include <algorithm>
 

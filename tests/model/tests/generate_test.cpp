@@ -11,7 +11,7 @@
 namespace model {
 namespace {
 
-// What 2,000 seeds bring, found out once for all cases of a process.
+// The features of 2,000 seeds, counted once for all cases of a process.
 const Features& Found() {
   static const Features features = [] {
     Features found;
@@ -115,7 +115,7 @@ TEST(RandomScenarios, AreTheSameForTheSameSeed) {
   }
 }
 
-// The first numbers of the published algorithm; another library's must be the same.
+// The first numbers of the published algorithm. They must be the same with every library.
 TEST(Choices, FollowTheSeedAlone) {
   Choices choices = Choices::FromSeed(1234567);
   EXPECT_EQ(choices.Below(1000000007), 6457827717110365317U % 1000000007);

@@ -60,7 +60,7 @@ int OpenError(const std::string& path, int flags) {
   return file >= 0 ? 0 : error;
 }
 
-// Two layers see what stands there; what was there before does not matter.
+// Two layers see the current files; earlier ones do not matter.
 TEST(Player, PutsTheWorldInOrderForEachScenario) {
   const Scenario story = {{{"ipv4/tcp_sack", {File::kText, "1\n"}}},
                           {Step(Operation::kNewLayer), Configure({Settings({})})}};

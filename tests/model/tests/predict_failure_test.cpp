@@ -12,7 +12,7 @@ namespace model {
 
 namespace {
 
-// A kind of file, what an open for reading says of it (nothing if it opens), and for writing.
+// A kind of file, its error for reading (empty if it opens), and its error for writing.
 struct Obstacle {
   File file;
   std::string value;  // of tcp_sack after the snapshot

@@ -72,11 +72,11 @@ TEST(Model, StartsWithTheKernelsValuesAndFifteenDefaults) {
   expected["ipv4/tcp_mem"] = "7 8 9";
   expected["ipv4/ip_local_port_range"] = "7 8";
 
-  // The release cannot open a file and so leaves what the request wrote.
+  // The release cannot open any file, so the values of the request stay.
   scenario.operations = {NewLayer(), Configure({Settings({})}), TakeDescriptors()};
   EXPECT_EQ(Predict(scenario).files, expected);
 
-  // With descriptors it writes what the layer found.
+  // With descriptors, it writes the values that the layer found.
   scenario.operations.push_back(GiveDescriptors());
   const Trace restored = Predict(scenario);
   EXPECT_EQ(restored.files.at("ipv4/tcp_ecn"), "7");

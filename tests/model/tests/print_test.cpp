@@ -60,7 +60,7 @@ TEST(PrintDifference, TellsTheFirstLineThatDiffers) {
             "  expected: \"2\"\n  seen:     no more\n");
 }
 
-// Each part of a trace counts, be it the last byte.
+// Each part of a trace counts, even the last byte.
 TEST(PrintDifference, OverlooksNothing) {
   const Trace trace = {"a\n", {{"kaml_text", 0}}, {true}, {{"ipv4/tcp_sack", "1"}}};
   Trace other = trace;

@@ -27,7 +27,7 @@ Operation Configure(std::size_t layer, std::vector<Node> document) {
   return operation;
 }
 
-// A long story, of which little matters.
+// A long scenario, of which only a little matters.
 Scenario LongStory() {
   Choices choices = Choices::FromSeed(4);
   Scenario scenario;

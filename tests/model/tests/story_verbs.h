@@ -75,7 +75,7 @@ inline bool Ends(const std::string& text, const std::string& end) {
 }
 
 // In most stories most files are missing. The lines about them, and about the seven children with
-// default values, are left out. model_test_texts.h has complete stories.
+// default values, are left out. told_stories.h has complete stories.
 inline bool IsToldOften(const std::string& line) {
   const Lines children = {"tcp_mem_pressure = 65536", "tcp_mem_high = 98304",
                           "tcp_rmem_default = 87380", "tcp_rmem_max = 174760",
