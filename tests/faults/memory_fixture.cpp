@@ -1,9 +1,7 @@
 #include "tests/faults/memory_fixture.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <utility>
 
 using recording_host::Settings;
 using recording_host::Value;
@@ -30,22 +28,6 @@ Values NotOpenedForWantOfMemory(const std::string& lines) {
     }
   }
   return not_opened;
-}
-
-AllocationCount::AllocationCount(std::string operation, memory::Mode mode)
-    : operation_(std::move(operation)), mode_(mode) {}
-
-void AllocationCount::Add(const memory::Attempt& attempt) {
-  ++attempts_;
-  failed_ += attempt.failed;
-  exceptions_ += attempt.threw ? 1 : 0;
-}
-
-AllocationCount::~AllocationCount() {
-  std::fprintf(stderr,
-               "%s, failing %s: %zu attempts disturbed, %zu allocations failed, %zu exceptions\n",
-               operation_.c_str(), mode_ == memory::kOnce ? "once" : "for ever", attempts_, failed_,
-               exceptions_);
 }
 
 // The host keeps room for what it notes, so that it may note a destructor's call too. The first
@@ -80,11 +62,9 @@ memory::Attempt MemoryTest::TryRelease(std::size_t n, memory::Mode mode) {
   return memory::Try([&] { release.do_Release(); }, n, mode);
 }
 
-void MemoryTest::ForEveryAllocation(const std::string& operation, memory::Mode mode,
-                                    const std::function<memory::Attempt(std::size_t)>& disturb) {
-  AllocationCount count(operation, mode);
+void MemoryTest::ForEveryAllocation(const std::function<memory::Attempt(std::size_t)>& disturb) {
   for (std::size_t n = 1; !HasFailure(); ++n) {
-    SCOPED_TRACE(testing::Message() << operation << ", allocation " << n);
+    SCOPED_TRACE(testing::Message() << "allocation " << n);
     GivenKernelValues();
     recording_host::ResetHost();
     output.Take();
@@ -95,7 +75,6 @@ void MemoryTest::ForEveryAllocation(const std::string& operation, memory::Mode m
       EXPECT_FALSE(attempt.threw);
       return;
     }
-    count.Add(attempt);
   }
 }
 

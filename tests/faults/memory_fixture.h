@@ -18,24 +18,6 @@ std::string NotOpenedLine(const std::string& file, const std::string& error);
 // By setting, those of these lines that tell of a file that could not be opened for want of memory.
 Values NotOpenedForWantOfMemory(const std::string& lines);
 
-// Counts what failed in all attempts at one operation, and prints it at its end.
-class AllocationCount {
- public:
-  AllocationCount(std::string operation, memory::Mode mode);
-  ~AllocationCount();
-  AllocationCount(const AllocationCount&) = delete;
-  AllocationCount& operator=(const AllocationCount&) = delete;
-
-  void Add(const memory::Attempt& attempt);
-
- private:
-  std::string operation_;
-  memory::Mode mode_;
-  std::size_t attempts_ = 0;
-  std::size_t failed_ = 0;
-  std::size_t exceptions_ = 0;
-};
-
 inline std::string NameOfMode(const testing::TestParamInfo<memory::Mode>& mode) {
   return mode.param == memory::kOnce ? "Once" : "ForEver";
 }
@@ -50,9 +32,8 @@ class MemoryTest : public LayerTest {
   memory::Attempt TryConfigure(std::size_t n = 0, memory::Mode mode = memory::kOnce);
   memory::Attempt TryRelease(std::size_t n = 0, memory::Mode mode = memory::kOnce);
 
-  // Lets `disturb(n)` go on for n = 1, 2, ... until no allocation fails, and prints how many did.
-  void ForEveryAllocation(const std::string& operation, memory::Mode mode,
-                          const std::function<memory::Attempt(std::size_t)>& disturb);
+  // Lets `disturb(n)` go on for n = 1, 2, ... until no allocation fails.
+  void ForEveryAllocation(const std::function<memory::Attempt(std::size_t)>& disturb);
 
   // Checks that a new layer serves a request and its release as one that was never disturbed.
   void ExpectTheNextLayerToWork();

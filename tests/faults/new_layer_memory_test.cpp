@@ -91,31 +91,7 @@ memory::Attempt NewLayerMemoryTest::Disturb(std::size_t n) {
 }
 
 TEST_P(NewLayerMemoryTest, PassesToTheHostOrLeavesATunableUnread) {
-  ForEveryAllocation("GetNewLayer", GetParam(), [&](std::size_t n) { return Disturb(n); });
-}
-
-// A stream lets no exception of its extraction out. No tunable of a kernel has a word so long.
-TEST_F(MemoryTest, LosesAWordForWhichThereIsNoRoomInTheSnapshot) {
-  const std::string word(300, '5');
-  tree.Write("ipv4/tcp_sack", word + "\n");
-  Values found = KernelValues();
-  found["tcp_sack"] = word;
-  Values lost = found;
-  lost["tcp_sack"] = "";
-  std::vector<std::size_t> losses;  // the sizes that were asked for
-  std::size_t n = 1;
-  for (memory::Attempt attempt; n == 1 || attempt.failed > 0; ++n) {
-    attempt = TryNewLayer(n);
-    if (output.Take() == SnapshotLines(lost) + kToPreviousLines) {
-      losses.push_back(attempt.failed_size);
-    } else if (!attempt.threw && attempt.failed == 0) {
-      TryRelease();
-      EXPECT_EQ(output.Take(), kToPreviousLines + WriteLines(found));
-    }
-    recording_host::ResetHost();
-    memory::ForgetBlocks();
-  }
-  EXPECT_EQ(losses, std::vector<std::size_t>{word.size() + 1});
+  ForEveryAllocation([&](std::size_t n) { return Disturb(n); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mode, NewLayerMemoryTest, testing::Values(memory::kOnce, memory::kForEver),

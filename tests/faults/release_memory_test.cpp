@@ -48,7 +48,7 @@ memory::Attempt ReleaseMemoryTest::Disturb(std::size_t n) {
 }
 
 TEST_P(ReleaseMemoryTest, PassesToTheHostOrLeavesATunableUnrestored) {
-  ForEveryAllocation("do_Release", GetParam(), [&](std::size_t n) { return Disturb(n); });
+  ForEveryAllocation([&](std::size_t n) { return Disturb(n); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mode, ReleaseMemoryTest, testing::Values(memory::kOnce, memory::kForEver),

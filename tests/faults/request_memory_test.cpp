@@ -114,7 +114,7 @@ memory::Attempt RequestMemoryTest::DisturbServed(std::size_t n) {
 }
 
 TEST_P(RequestMemoryTest, PassesToTheHostOrIsAFileErrorWhenEveryFileOpens) {
-  ForEveryAllocation("do_Configure", GetParam(), [&](std::size_t n) { return DisturbServed(n); });
+  ForEveryAllocation([&](std::size_t n) { return DisturbServed(n); });
 }
 
 memory::Attempt RequestMemoryTest::DisturbRolledBack(std::size_t n) {
@@ -145,8 +145,7 @@ memory::Attempt RequestMemoryTest::DisturbRolledBack(std::size_t n) {
 }
 
 TEST_P(RequestMemoryTest, PassesToTheHostOrIsToldWhenAFileFails) {
-  ForEveryAllocation("do_Configure with rollback", GetParam(),
-                     [&](std::size_t n) { return DisturbRolledBack(n); });
+  ForEveryAllocation([&](std::size_t n) { return DisturbRolledBack(n); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mode, RequestMemoryTest, testing::Values(memory::kOnce, memory::kForEver),

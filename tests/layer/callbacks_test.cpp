@@ -26,15 +26,6 @@ TEST_F(RequestTest, AnswersNoContentWithSuccessAndDoesNothingElse) {
   ExpectNothingWritten();
 }
 
-TEST_F(RequestTest, AnswersSuccessWithoutABody) {
-  const auto layer = NewLayer();
-  Configure(*layer, nullptr);
-  Configure(*layer, Settings());
-  ASSERT_EQ(request.replies.size(), 2U);
-  EXPECT_EQ(request.replies[0].body, nullptr);
-  EXPECT_EQ(request.replies[1].body, nullptr);
-}
-
 TEST_F(RequestTest, HandsOnWhatTheHostAnswersToTheSuccessReply) {
   const auto layer = NewLayer();
   for (const bool answer : {true, false}) {
@@ -54,38 +45,16 @@ TEST_F(RequestTest, PassesOverTopLevelContentsThatAreNoElements) {
   ExpectNothingWritten();
 }
 
-TEST_F(RequestTest, FindsTheSettingsBehindOtherTopLevelContents) {
-  const auto layer = NewLayer();
-  EXPECT_TRUE(Configure(*layer, List({Text("\n"), Node(2, nullptr), Settings(), Text("\n")})));
-  EXPECT_EQ(output.Take(), kReceivedLine + WriteLines(StartValues()) + kSuccess);
-}
-
 TEST_F(RequestTest, LeavesAForeignElementUnanswered) {
   const auto layer = NewLayer();
-  for (const char* name : {"tcp_settings", "TCP-SETTINGS", "tcp-setting", "tcp_sack", ""}) {
-    EXPECT_FALSE(Configure(*layer, Element(name, {Value("tcp_sack", "0")}))) << name;
+  const std::string equal_text_only = "tcp-settings";
+  for (const char* name : {Intern("tcp_settings"), Intern("TCP-SETTINGS"), Intern("tcp_sack"),
+                           Intern(""), equal_text_only.c_str()}) {
+    EXPECT_FALSE(Configure(*layer, Node(kElement, name, {Value("tcp_sack", "0")}))) << name;
     EXPECT_EQ(output.Take(), "") << name;
   }
   EXPECT_TRUE(request.replies.empty());
   ExpectNothingWritten();
-}
-
-TEST_F(RequestTest, TakesAnElementForForeignWhoseNameIsEqualInTextOnly) {
-  const auto layer = NewLayer();
-  const std::string copy = "tcp-settings";
-  EXPECT_FALSE(Configure(*layer, Node(kElement, copy.c_str(), {Value("tcp_sack", "0")})));
-  EXPECT_EQ(output.Take(), "");
-  EXPECT_TRUE(request.replies.empty());
-}
-
-TEST_F(RequestTest, HasAppliedWhatStandsBeforeAForeignElementAndNothingBehindIt) {
-  const auto layer = NewLayer();
-  EXPECT_FALSE(Configure(*layer, List({Settings({Value("tcp_sack", "0")}), Element("other"),
-                                       Settings({Value("tcp_frto", "0")})})));
-  EXPECT_EQ(output.Take(),
-            kReceivedLine + SettingLine("tcp_sack", "0") + WriteLines(With({{"tcp_sack", "0"}})));
-  EXPECT_TRUE(request.replies.empty());
-  ExpectFiles(With({{"tcp_sack", "0"}}));
 }
 
 TEST_F(RequestTest, AppliesEachOfTwoSettingsElementsAndRepliesOnce) {
@@ -97,15 +66,6 @@ TEST_F(RequestTest, AppliesEachOfTwoSettingsElementsAndRepliesOnce) {
                                SettingLine("tcp_frto", "7") +
                                WriteLines(With({{"tcp_sack", "0"}, {"tcp_frto", "7"}})) + kSuccess);
   EXPECT_EQ(request.replies.size(), 1U);
-}
-
-TEST_F(RequestTest, StopsAtTheElementThatMetAFileError) {
-  const auto layer = NewLayer();
-  tree.MakeFolder("core/rmem_max");
-  EXPECT_FALSE(Configure(*layer, List({Settings(), Settings({Value("tcp_frto", "7")})})));
-  ASSERT_EQ(request.replies.size(), 1U);
-  EXPECT_FALSE(request.replies[0].success);
-  EXPECT_THAT(output.Take(), testing::Not(testing::HasSubstr("tcp_frto = 7")));
 }
 
 TEST_F(RequestTest, AnswersFalseAfterAFileErrorWhateverTheHostAnswered) {

@@ -30,83 +30,51 @@ const CTCPSetting* ParentOf(const CTCPSetting& setting) {
   return static_cast<const CTCPSetting*>(parent);
 }
 
-class CatalogueRow : public LayerTest, public testing::WithParamInterface<ExpectedSetting> {
- protected:
-  const ExpectedSetting& row = GetParam();
-};
-
-TEST_P(CatalogueRow, HasItsNameKindAndFile) {
+TEST_F(LayerTest, HoldsEachRowsKindFileDefaultAndContainerInOrder) {
   const auto layer = NewLayer();
-  const CTCPSetting& setting = layer->Find(row.name);
-  EXPECT_EQ(KindOf(setting), row.kind);
-  EXPECT_EQ(setting.GetProcPath(), TunableTree::Path(row.file));
-  EXPECT_EQ(setting.GetXmlName(), Intern(row.name));
-}
-
-TEST_P(CatalogueRow, IsAChildOfItsContainerAlone) {
-  const auto layer = NewLayer();
-  const CTCPSetting* container = *row.container != '\0' ? &layer->Find(row.container) : nullptr;
-  EXPECT_EQ(ParentOf(layer->Find(row.name)), container);
-}
-
-TEST_P(CatalogueRow, HasItsDefault) {
-  const auto layer = NewLayer();
-  CTCPSetting& setting = layer->Find(row.name);
-  setting.SetValue("other");
-  setting.SetDefault();
-  EXPECT_STREQ(setting.GetValue(), row.default_value);
-}
-
-TEST_P(CatalogueRow, StartsFromTheKernelOrFromItsDefault) {
-  const auto layer = NewLayer();
-  const CTCPSetting& setting = layer->Find(row.name);
-  EXPECT_STREQ(setting.GetPrevValue(), KernelValues()[row.name].c_str());
-  EXPECT_EQ(setting.GetValue(),
-            row.starts_from_default ? row.default_value : KernelValues()[row.name]);
-}
-
-TEST_P(CatalogueRow, KeepsItsDefaultWhereTheFileCannotBeRead) {
-  tree.MakeMissing(row.file);
-  const auto layer = NewLayer();
-  EXPECT_STREQ(layer->Find(row.name).GetPrevValue(), row.default_value);
-  EXPECT_STREQ(layer->Find(row.name).GetValue(), row.default_value);
-}
-
-TEST_P(CatalogueRow, IsSetByItsOwnElementAndWrittenToItsOwnPlace) {
-  const auto layer = NewLayer();
-  EXPECT_TRUE(Configure(*layer, Settings({Value(row.name, "77")})));
-  Values values = StartValues();
-  values[row.name] = "77";
-  EXPECT_EQ(output.Take(), kReceivedLine + "Setting new value - " + row.name + " = 77\n" +
-                               WriteLines(values) + "{success}\n");
-  ExpectFiles(values);
-}
-
-INSTANTIATE_TEST_SUITE_P(All, CatalogueRow, testing::ValuesIn(ExpectedCatalogue()),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST_F(LayerTest, HoldsTheCatalogueInItsOrderAndNothingElse) {
-  const auto layer = NewLayer();
-  std::vector<std::string> names;
-  for (const auto& [key, setting] : layer->settings_) {
-    names.emplace_back(setting->GetName());
-  }
-  std::vector<std::string> expected;
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    expected.emplace_back(setting.name);
-  }
-  EXPECT_EQ(names, expected);
-}
-
-TEST_F(LayerTest, Holds2CoreSettings4ContainersAnd51PlainOnesOfWhich7AreChildren) {
-  const auto layer = NewLayer();
+  auto entry = layer->settings_.begin();
   std::map<std::string, int> count;
-  for (const auto& [key, setting] : layer->settings_) {
-    ++count[KindOf(*setting)];
+  for (const ExpectedSetting& row : ExpectedCatalogue()) {
+    SCOPED_TRACE(row.name);
+    ASSERT_NE(entry, layer->settings_.end());
+    CTCPSetting& setting = *entry++->second;
+    EXPECT_STREQ(setting.GetName(), row.name);
+    EXPECT_EQ(KindOf(setting), row.kind);
+    EXPECT_EQ(setting.GetProcPath(), TunableTree::Path(row.file));
+    EXPECT_EQ(setting.GetXmlName(), Intern(row.name));
+    EXPECT_EQ(ParentOf(setting), *row.container != '\0' ? &layer->Find(row.container) : nullptr);
+    setting.SetDefault();
+    EXPECT_STREQ(setting.GetValue(), row.default_value);
+    ++count[KindOf(setting)];
   }
   EXPECT_EQ(layer->settings_.size(), 57U);
   EXPECT_EQ(count, (std::map<std::string, int>{
                        {"core", 2}, {"container", 4}, {"plain", 44}, {"child", 7}}));
+}
+
+TEST_F(LayerTest, StartsEachSettingFromTheKernelOrFromOneOfFifteenDefaults) {
+  const auto layer = NewLayer();
+  const Values kernel = KernelValues();
+  int defaults = 0;
+  for (const ExpectedSetting& row : ExpectedCatalogue()) {
+    const CTCPSetting& setting = layer->Find(row.name);
+    EXPECT_EQ(setting.GetPrevValue(), kernel.at(row.name)) << row.name;
+    EXPECT_EQ(setting.GetValue(), row.starts_from_default ? row.default_value : kernel.at(row.name))
+        << row.name;
+    defaults += row.starts_from_default ? 1 : 0;
+  }
+  EXPECT_EQ(defaults, 15);
+}
+
+TEST_F(LayerTest, SetsEachSettingByItsOwnElementAndWritesItToItsOwnPlace) {
+  const auto layer = NewLayer();
+  Values values = StartValues();
+  for (const ExpectedSetting& row : ExpectedCatalogue()) {
+    values[row.name] = std::string("7") + row.name;
+    EXPECT_TRUE(Configure(*layer, Settings({Value(row.name, values[row.name])})));
+    EXPECT_EQ(tree.Read(row.file), FileText(row.file, values));
+  }
+  ExpectFiles(values);
 }
 
 TEST_F(LayerTest, KeysEachSettingByItsNameConstantWhichIsNotTheInternedName) {
@@ -116,6 +84,7 @@ TEST_F(LayerTest, KeysEachSettingByItsNameConstantWhichIsNotTheInternedName) {
     EXPECT_STREQ(key, setting->GetName());
     EXPECT_NE(key, setting->GetXmlName()) << key;
     EXPECT_EQ(another->settings_.count(key), 1U) << key << " has a second constant";
+    EXPECT_EQ(layer->settings_.count(setting->GetName()), 0U) << key << " is no address";
   }
 }
 
@@ -133,58 +102,12 @@ TEST_F(LayerTest, HasAllItsNameConstantsInOneTable) {
   EXPECT_THAT(steps, testing::Each(steps.front()));
 }
 
-TEST_F(LayerTest, ComparesKeysAsAddresses) {
-  const auto layer = NewLayer();
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    const std::string copy = setting.name;
-    EXPECT_EQ(layer->settings_.count(copy.c_str()), 0U) << copy;
-  }
-  EXPECT_TRUE((std::is_same_v<decltype(layer->settings_), std::map<const char*, CTCPSetting*>>));
-}
-
-TEST_F(LayerTest, ImposesTheFifteenDefaultsWhateverTheKernelHad) {
-  tree.Write("ipv4/tcp_ecn", "2\n");
-  tree.Write("ipv4/tcp_keepalive_time", "600\n");
-  const auto layer = NewLayer();
-  EXPECT_STREQ(layer->Find("tcp_ecn").GetValue(), "0");
-  EXPECT_STREQ(layer->Find("tcp_ecn").GetPrevValue(), "2");
-  EXPECT_STREQ(layer->Find("tcp_keepalive_time").GetValue(), "7200");
-  EXPECT_STREQ(layer->Find("tcp_keepalive_time").GetPrevValue(), "600");
-}
-
-TEST_F(LayerTest, ResetsExactlyFifteenSettings) {
-  const auto layer = NewLayer();
-  for (const auto& [key, setting] : layer->settings_) {
-    setting->SetValue("other");
-  }
-  layer->SetDefaults();
-  EXPECT_EQ(output.Take(), "");
-  int reset = 0;
-  for (const ExpectedSetting& row : ExpectedCatalogue()) {
-    const char* expected = row.starts_from_default ? row.default_value : "other";
-    EXPECT_STREQ(layer->Find(row.name).GetValue(), expected) << row.name;
-    reset += row.starts_from_default ? 1 : 0;
-  }
-  EXPECT_EQ(reset, 15);
-}
-
-TEST_F(LayerTest, TakesTheKernelsValueForASettingOutsideTheFifteen) {
-  tree.Write("ipv4/tcp_sack", "0\n");  // the default is "1"
-  const auto layer = NewLayer();
-  EXPECT_STREQ(layer->Find("tcp_sack").GetValue(), "0");
-  EXPECT_STREQ(layer->Find("tcp_sack").GetPrevValue(), "0");
-}
-
-TEST_F(LayerTest, WritesTheSameNumberTwiceForAPortRangeThatCouldNotBeRead) {
+TEST_F(LayerTest, JoinsTheDefaultsOfAFileThatCouldNotBeRead) {
+  tree.MakeMissing("ipv4/tcp_mem");
   tree.MakeMissing("ipv4/ip_local_port_range");
   const auto layer = NewLayer();
-  EXPECT_EQ(layer->Find("tcp_port_min").GetWriteValue(), "4096 4096");
-}
-
-TEST_F(LayerTest, JoinsTheDefaultsOfTcpMemInTheOrderLowPressureHigh) {
-  tree.MakeMissing("ipv4/tcp_mem");
-  const auto layer = NewLayer();
   EXPECT_EQ(layer->Find("tcp_mem_low").GetWriteValue(), "49152 65536 98304");
+  EXPECT_EQ(layer->Find("tcp_port_min").GetWriteValue(), "4096 4096");
 }
 
 TEST_F(LayerTest, NamesIpfragTimeByItsOwnElementAndTheJoinedFilesByNoneOfTheirOwn) {

@@ -4,8 +4,6 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "settings/CTCPSettingContainer.h"
-
 CTCPSetting& OpenLayer::Find(const std::string& name) const {
   for (const auto& [key, setting] : settings_) {
     if (setting->GetName() == name) {
@@ -20,16 +18,6 @@ void OpenLayer::Empty() {
     delete setting;
   }
   settings_.clear();
-}
-
-void OpenLayer::HoldAChildBeforeItsContainer() {
-  static const char keys[2] = {};
-  Empty();
-  auto* container = new CTCPSettingContainer("tcp_rmem_min", "1", "tcp_rmem", nullptr);
-  auto* child = new CTCPSetting("tcp_rmem_default", "2", "tcp_rmem", nullptr, container);
-  container->AddChild(child);
-  settings_[&keys[0]] = child;
-  settings_[&keys[1]] = container;
 }
 
 Values KernelValues() {

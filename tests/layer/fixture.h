@@ -22,7 +22,6 @@ class OpenLayer : public kaTCPLayer {
   using kaTCPLayer::HandleRequest;
   using kaTCPLayer::root_element_name_;
   using kaTCPLayer::SendFileError;
-  using kaTCPLayer::SetDefaults;
   using kaTCPLayer::settings_;
   using kaTCPLayer::SetToPrevious;
   using kaTCPLayer::WriteConfig;
@@ -33,10 +32,6 @@ class OpenLayer : public kaTCPLayer {
 
   // Deletes every setting, so that the map is empty.
   void Empty();
-
-  // Holds two settings alone, "tcp_rmem_default" with the value "2" and behind it its container
-  // "tcp_rmem_min" with the value "1".
-  void HoldAChildBeforeItsContainer();
 };
 
 // Values by setting name.

@@ -31,13 +31,6 @@ TEST_F(LayerTest, InternsItsRootNameFirstAndThenTheCatalogueInItsOrder) {
   EXPECT_EQ(layer.root_element_name_, recording_host::Intern("tcp-settings"));
 }
 
-TEST_F(LayerTest, InternsTheRootNameBeforeAnySettingExists) {
-  const Allocations watch;
-  recording_host::FailIntern(1);
-  EXPECT_THROW(new OpenLayer, std::bad_alloc);
-  EXPECT_EQ(Allocations::OfSize(sizeof(CTCPSetting)).size(), 0U);
-}
-
 TEST_F(LayerTest, AllocatesEachSettingBeforeItsNameIsInterned) {
   const Allocations watch;
   const OpenLayer layer;
@@ -75,21 +68,6 @@ TEST_F(LayerTest, WritesNothingToTheKernelAtConstruction) {
   for (const ExpectedSetting& setting : ExpectedCatalogue()) {
     EXPECT_EQ(tree.Read(setting.file), "7 8\n") << setting.file;
   }
-}
-
-TEST_F(LayerTest, IsConstructedThoughNoFileCanBeRead) {
-  Values errors;
-  Values defaults;
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    tree.MakeMissing(setting.file);
-    defaults[setting.name] = setting.default_value;
-    if (*setting.container == '\0') {
-      errors[setting.name] = "error opening stream for read -  file [/proc/sys/net/" +
-                             std::string(setting.file) + "]; error: No such file or directory\n";
-    }
-  }
-  const OpenLayer layer;
-  EXPECT_EQ(output.Take(), SnapshotLines(defaults, errors) + kToPreviousLines);
 }
 
 TEST_F(LayerTest, DeletesEverySettingExactlyOnceAndWritesAndPrintsNothing) {
@@ -192,26 +170,6 @@ TEST_F(LayerTest, LetsExhaustedMemoryPassWhereverTheConstructionMeetsIt) {
     }
     PutAwayWhatIsLeft();
   }
-}
-
-TEST_F(LayerTest, CanBeConstructedAfterAFailedConstruction) {
-  recording_host::FailIntern(1);
-  EXPECT_THROW(new OpenLayer, std::bad_alloc);
-  const OpenLayer layer;
-  EXPECT_EQ(layer.settings_.size(), 57U);
-}
-
-TEST_F(LayerTest, BuildsItsOwnSettingsAndItsOwnSnapshotForEachLayer) {
-  const auto first = NewLayer();
-  tree.Write("ipv4/tcp_sack", "changed\n");
-  const auto second = NewLayer();
-  EXPECT_STREQ(first->Find("tcp_sack").GetPrevValue(), KernelValues()["tcp_sack"].c_str());
-  EXPECT_STREQ(second->Find("tcp_sack").GetPrevValue(), "changed");
-  for (const auto& [key, setting] : first->settings_) {
-    EXPECT_NE(second->settings_.at(key), setting) << key;
-  }
-  first->Find("tcp_frto").SetValue("5");
-  EXPECT_STREQ(second->Find("tcp_frto").GetValue(), KernelValues()["tcp_frto"].c_str());
 }
 
 TEST_F(LayerTest, HasItsMapBeforeItsRootName) {

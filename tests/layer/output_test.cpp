@@ -65,40 +65,12 @@ TEST_F(LayerTest, PrintsARequestsValuesByPrintfAndAllElseToTheStream) {
   EXPECT_THAT(output.Take(), HasSubstr("\ntcp_frto = 1004\n"));
 }
 
-TEST_F(LayerTest, PrintsARollbacksValuesByPrintfAndAllElseToTheStream) {
-  const auto layer = NewLayer();
-  tree.MakeFolder("core/rmem_max");
-  const CapturedStream stream;
-  layer->WriteConfig(&request);
-  EXPECT_EQ(stream.text(),
-            "\nwriting config...\n"
-            "file write error: [/proc/sys/net/core/rmem_max]: Is a directory\n"
-            "\nsetting to previous values\n"
-            "\nwriting config...\n"
-            "error opening stream for write - file [/proc/sys/net/core/rmem_max]; error: Is a "
-            "directory\n"
-            "config done\n");
-  ExpectEachNewlineFlushed(stream);
-}
-
 TEST_F(LayerTest, FlushesAnEmptyLineByItself) {
   const CapturedStream stream;
   const OpenLayer layer;
   EXPECT_EQ(stream.pieces(),
             (std::vector<std::string>{"\n", "reading previous config...\n", "reading config done\n",
                                       "\n", "setting to previous values\n", ""}));
-}
-
-TEST_F(LayerTest, KeepsTheStreamAndPrintfSynchronised) {
-  const auto layer = NewLayer();
-  Configure(*layer, Settings());
-  EXPECT_TRUE(std::ios::sync_with_stdio(true));
-}
-
-TEST_F(LayerTest, LeavesTheStreamGoodWhateverItPrints) {
-  const auto layer = NewLayer();
-  Configure(*layer, Settings({recording_host::Node(2, nullptr)}));
-  EXPECT_TRUE(std::cout.good());
 }
 
 // --- errno ---

@@ -138,24 +138,6 @@ TEST_F(LayersOnManyThreads, KeepTheirValuesApartOverTheSameFiles) {
   EXPECT_EQ(WrongFile(tree, FilesOf(snapshot)), "");
 }
 
-TEST_F(LayersOnManyThreads, AllAnswerWithTheErrorOfTheFileThatFailsForAll) {
-  std::barrier all(kLayers);
-  Together(kLayers, [&](int number) {
-    HostedLayer layer;
-    all.arrive_and_wait();
-    if (number == 0) {
-      tree.MakeLoop(kFailing);
-    }
-    all.arrive_and_wait();
-    for (int round = 0; round < kRounds; ++round) {
-      ExpectError(layer, ValuesOf(number, round), kFailing, ELOOP);
-    }
-    all.arrive_and_wait();
-    EXPECT_EQ(WrongFile(tree, Without(FilesOf(snapshot), kFailing)), "");
-    all.arrive_and_wait();
-  });
-}
-
 TEST_F(LayersOnManyThreads, MayBeHandedFromThreadToThread) {
   std::vector<std::unique_ptr<HostedLayer>> layers(kLayers);
   const auto layer_for = [&](int number, int round) -> std::unique_ptr<HostedLayer>& {
