@@ -110,35 +110,23 @@ TEST_F(LowDescriptorsTest, AreClosedAgainAfterAPassARollbackAndAnException) {
   EXPECT_EQ(open, std::vector<std::vector<bool>>(3, {false, false, false}));
 }
 
-// Lets the process open so many descriptors more for as long as it lives.
-class DescriptorLimit {
- public:
-  explicit DescriptorLimit(rlim_t more) {
-    getrlimit(RLIMIT_NOFILE, &saved_);
-    const int next = open("/", O_PATH);
-    close(next);
-    const rlimit limit = {static_cast<rlim_t>(next) + more, saved_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &limit);
-  }
-  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &saved_); }
-  DescriptorLimit(const DescriptorLimit&) = delete;
-  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-
- private:
-  rlimit saved_ = {};
-};
-
 TEST_F(LowDescriptorsTest, AreNotTakenFromAHostThatHasOneDescriptorLeftOrNone) {
   const auto layer = NewLayer();
   layer->WriteConfig(&request);  // a sanitizer takes a descriptor for each class it meets first
   const OutputFault full = {OutputFault::kFullDevice, {}, _IOFBF, ""};
+  rlimit limit = {};
+  getrlimit(RLIMIT_NOFILE, &limit);
   for (const rlim_t left : {1U, 0U}) {
     tree.Write("ipv4/tcp_sack", "before");
     bool result = false;
     {
       const BrokenOutput broken(full);
-      const DescriptorLimit limit(left);
+      const int next = open("/", O_PATH);
+      close(next);
+      const rlimit so_many = {static_cast<rlim_t>(next) + left, limit.rlim_max};
+      setrlimit(RLIMIT_NOFILE, &so_many);
       result = layer->WriteConfig(nullptr);
+      setrlimit(RLIMIT_NOFILE, &limit);
     }
     EXPECT_TRUE(result);
     EXPECT_EQ(tree.Read("ipv4/tcp_sack"), left == 1 ? StartValues()["tcp_sack"] : "before");

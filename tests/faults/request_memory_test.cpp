@@ -41,8 +41,7 @@ class RequestMemoryTest : public MemoryTest, public testing::WithParamInterface<
                    const std::string& lines);
   void ExpectPassedException(const std::string& lines, const std::string& undisturbed);
   void ExpectToServeAgain(const std::string& lines_so_far);
-  memory::Attempt DisturbServed(std::size_t n);
-  memory::Attempt DisturbRolledBack(std::size_t n);
+  memory::Attempt Disturb(std::size_t n);
 };
 
 std::string RequestMemoryTest::EndedLines(const std::string& file, const std::string& error,
@@ -91,33 +90,7 @@ void RequestMemoryTest::ExpectToServeAgain(const std::string& lines_so_far) {
   ExpectTheNextLayerToWork();
 }
 
-memory::Attempt RequestMemoryTest::DisturbServed(std::size_t n) {
-  TryNewLayer();
-  output.Take();
-  const memory::Attempt attempt = TryConfigure(n, GetParam());
-  const std::string lines = output.Take();
-  const std::string ended = FileThatEnded(lines);
-  if (attempt.threw) {
-    ExpectPassedException(lines, ServedLines(With(Changes())));
-  } else if (!ended.empty()) {
-    EXPECT_FALSE(result);
-    ExpectEnded(ended, kNoMemory, {}, lines);
-    ExpectFiles(KernelValues());
-  } else {
-    EXPECT_TRUE(result);
-    EXPECT_EQ(attempt.failed, 0U);
-    EXPECT_EQ(lines, ServedLines(With(Changes())));
-    ExpectFiles(With(Changes()));
-  }
-  ExpectToServeAgain(lines);
-  return attempt;
-}
-
-TEST_P(RequestMemoryTest, PassesToTheHostOrIsAFileErrorWhenEveryFileOpens) {
-  ForEveryAllocation([&](std::size_t n) { return DisturbServed(n); });
-}
-
-memory::Attempt RequestMemoryTest::DisturbRolledBack(std::size_t n) {
+memory::Attempt RequestMemoryTest::Disturb(std::size_t n) {
   TryNewLayer();
   tree.MakeFolder(kFolder);
   output.Take();
@@ -144,8 +117,8 @@ memory::Attempt RequestMemoryTest::DisturbRolledBack(std::size_t n) {
   return attempt;
 }
 
-TEST_P(RequestMemoryTest, PassesToTheHostOrIsToldWhenAFileFails) {
-  ForEveryAllocation([&](std::size_t n) { return DisturbRolledBack(n); });
+TEST_P(RequestMemoryTest, PassesToTheHostOrEndsTheRequestWithAFileError) {
+  ForEveryAllocation([&](std::size_t n) { return Disturb(n); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Mode, RequestMemoryTest, testing::Values(memory::kOnce, memory::kForEver),

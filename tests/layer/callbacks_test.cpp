@@ -110,16 +110,6 @@ TEST_F(RequestTest, WritesTheSnapshotBackAndFreesTheLayerOnRelease) {
   EXPECT_EQ(Calls(), (std::vector<std::string>{"~kaeCPLayer"}));
 }
 
-TEST_F(RequestTest, FreesTheLayerThoughItsWritesFail) {
-  auto* layer = NewLayer().release();
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    tree.MakeLoop(setting.file);
-  }
-  Calls().clear();
-  layer->do_Release();
-  EXPECT_EQ(Calls(), (std::vector<std::string>{"~kaeCPLayer"}));
-}
-
 // Tells of its own end and of that of its storage.
 struct TellingLayer : kaTCPLayer {
   explicit TellingLayer(std::vector<std::string>* ends) : ends_(ends) {}

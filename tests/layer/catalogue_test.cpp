@@ -88,20 +88,6 @@ TEST_F(LayerTest, KeysEachSettingByItsNameConstantWhichIsNotTheInternedName) {
   }
 }
 
-// Constants apart would lie as a compiler pleases, and the passes' order with them.
-TEST_F(LayerTest, HasAllItsNameConstantsInOneTable) {
-  const auto layer = NewLayer();
-  std::vector<std::ptrdiff_t> steps;
-  const char* previous = nullptr;
-  for (const auto& [key, setting] : layer->settings_) {
-    if (previous != nullptr) {
-      steps.push_back(key - previous);
-    }
-    previous = key;
-  }
-  EXPECT_THAT(steps, testing::Each(steps.front()));
-}
-
 TEST_F(LayerTest, JoinsTheDefaultsOfAFileThatCouldNotBeRead) {
   tree.MakeMissing("ipv4/tcp_mem");
   tree.MakeMissing("ipv4/ip_local_port_range");

@@ -31,43 +31,16 @@ TEST_F(LayerTest, InternsItsRootNameFirstAndThenTheCatalogueInItsOrder) {
   EXPECT_EQ(layer.root_element_name_, recording_host::Intern("tcp-settings"));
 }
 
-TEST_F(LayerTest, AllocatesEachSettingBeforeItsNameIsInterned) {
-  const Allocations watch;
+TEST_F(LayerTest, TakesTheSnapshotAndWritesNothingToTheKernelAtConstruction) {
+  tree.Write("ipv4/tcp_sack", "7 8\n");
+  tree.Write("ipv4/tcp_ecn", "9\n");
   const OpenLayer layer;
-  const auto blocks = Allocations::OfSize(sizeof(CTCPSetting));
-  ASSERT_EQ(blocks.size(), 53U);
-  EXPECT_EQ(Calls().at(blocks[0].host_calls), "kaml_intern rmem_max");
-  EXPECT_EQ(Calls().at(blocks[52].host_calls), "kaml_intern tcp_port_max");
-}
-
-TEST_F(LayerTest, AddsTheChildrenToTheirContainerAfterTheLastOneIsStored) {
-  const Allocations watch;
-  const OpenLayer layer;
-  std::vector<std::string> after;  // the last name interned when a list of children first grew
-  for (const Allocations::Block& block : Allocations::OfSize(sizeof(void*))) {
-    after.push_back(Calls().at(block.host_calls - 1));
-  }
-  EXPECT_EQ(after,
-            (std::vector<std::string>{"kaml_intern tcp_mem_high", "kaml_intern tcp_rmem_max",
-                                      "kaml_intern tcp_wmem_max", "kaml_intern tcp_port_max"}));
-}
-
-TEST_F(LayerTest, TakesTheSnapshotThenThePreviousValuesThenTheDefaults) {
-  const OpenLayer layer;
-  EXPECT_EQ(output.Take(), SnapshotLines(KernelValues()) + kToPreviousLines);
-  for (const auto& [name, value] : StartValues()) {
-    EXPECT_EQ(layer.Find(name).GetValue(), value) << name;
-  }
-}
-
-TEST_F(LayerTest, WritesNothingToTheKernelAtConstruction) {
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    tree.Write(setting.file, "7 8\n");
-  }
-  const OpenLayer layer;
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    EXPECT_EQ(tree.Read(setting.file), "7 8\n") << setting.file;
-  }
+  Values values = KernelValues();
+  values["tcp_sack"] = "7";
+  values["tcp_ecn"] = "9";
+  EXPECT_EQ(output.Take(), SnapshotLines(values) + kToPreviousLines);
+  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "7 8\n");
+  EXPECT_EQ(tree.Read("ipv4/tcp_ecn"), "9\n");
 }
 
 TEST_F(LayerTest, DeletesEverySettingExactlyOnceAndWritesAndPrintsNothing) {

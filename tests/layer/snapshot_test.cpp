@@ -107,15 +107,6 @@ TEST_F(SnapshotTest, KeepsNulBytesOfAValueThoughTheyEndItsLine) {
   EXPECT_EQ(output.Take(), kToPreviousLines + WriteLines(values));
 }
 
-TEST_F(SnapshotTest, TakesTheSnapshotOnceAndForAll) {
-  const auto layer = NewLayer();
-  tree.Write("ipv4/tcp_sack", "other\n");
-  Configure(*layer, Settings({Value("tcp_sack", "0")}));
-  layer->WritePrevious();
-  Configure(*layer, nullptr);
-  EXPECT_STREQ(layer->Find("tcp_sack").GetPrevValue(), KernelValues()["tcp_sack"].c_str());
-}
-
 TEST_F(SnapshotTest, GoesBackToThePreviousValueOfEverySetting) {
   const auto layer = NewLayer();
   Configure(*layer, Settings({Value("tcp_frto", "5"), Value("tcp_mem_high", "6")}));

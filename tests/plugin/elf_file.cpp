@@ -75,17 +75,3 @@ std::vector<std::string> ProgramHeaders() {
   }
   return names;
 }
-
-Relocation RelocationAt(std::uintptr_t address) {
-  for (const std::string& line : ReadElf("--relocs")) {
-    std::istringstream stream(line);
-    std::uintptr_t offset = 0;
-    std::uintptr_t info = 0;
-    Relocation relocation;
-    if (stream >> std::hex >> offset >> info >> relocation.type >> relocation.addend &&
-        offset == address) {
-      return relocation;
-    }
-  }
-  return {};
-}

@@ -28,11 +28,3 @@ std::vector<std::string> DynamicEntries(const std::string& tag);
 
 // Answers the names of the program headers.
 std::vector<std::string> ProgramHeaders();
-
-struct Relocation {
-  std::string type;
-  std::uintptr_t addend = 0;
-};
-
-// Answers the relocation of the word at `address`; without one, an empty type.
-Relocation RelocationAt(std::uintptr_t address);

@@ -3,10 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <new>
-#include <typeinfo>
 
 #include "tests/plugin/loaded_plugin.h"
-#include "tests/support/slots.h"
 
 namespace {
 
@@ -25,14 +23,6 @@ class LayerFactory : public PluginLayerTest {
   recording_host::Request request;
 };
 
-TEST_F(LayerFactory, MakesLayersThroughBothItsBases) {
-  const Layer from_factory(As<kaeCPLayerFactory>().GetNewLayer());
-  const Layer from_plugin(As<kaeCPPlugin>().GetNewLayer());
-  for (const kaeCPLayer* layer : {from_factory.get(), from_plugin.get()}) {
-    EXPECT_STREQ(typeid(*layer).name(), "10kaTCPLayer");
-  }
-}
-
 TEST_F(LayerFactory, MakesLayersWithoutInitAndAfterCleanup) {
   NewLayer();
   As<kaePlugin>().CleanupPlugin();
@@ -40,7 +30,7 @@ TEST_F(LayerFactory, MakesLayersWithoutInitAndAfterCleanup) {
 }
 
 TEST_F(LayerFactory, MakesLayersWhoseCallbacksAreCastAcross) {
-  const Layer layer = NewLayer();
+  const Layer layer(As<kaeCPPlugin>().GetNewLayer());
   auto* configure = dynamic_cast<kaeCPLayer::ConfigureCB*>(layer.get());
   auto* release = dynamic_cast<kaeCPLayer::ReleaseCB*>(layer.get());
   auto* start = dynamic_cast<kaeCPLayer::StartCB*>(layer.get());
@@ -50,26 +40,6 @@ TEST_F(LayerFactory, MakesLayersWhoseCallbacksAreCastAcross) {
   EXPECT_EQ(dynamic_cast<kaeCPLayer::StartCB*>(release), start);
   EXPECT_EQ(dynamic_cast<kaeCPLayer::StopCB*>(start), stop);
   EXPECT_EQ(dynamic_cast<kaeCPLayer*>(stop), layer.get());
-}
-
-TEST_F(LayerFactory, MakesLayersThatAreServedByPosition) {
-  tree.Write("ipv4/tcp_sack", "1\n");
-  void* layer = NewLayer().release();
-  Calls().clear();
-  output.Take();
-  request.answer = false;
-  const kaml_content* nothing = nullptr;
-  EXPECT_FALSE(CallSlot<bool>(layer, 2, static_cast<kaeRequest*>(&request), nothing));
-  EXPECT_THAT(Calls(), ElementsAre("SendSuccess"));
-  output.Take();
-  CallSlot<void>(layer, 3);
-  CallSlot<void>(layer, 4);
-  EXPECT_EQ(output.Take(), "");
-  EXPECT_THAT(Calls(), ElementsAre("SendSuccess"));
-  tree.Write("ipv4/tcp_sack", "0\n");
-  CallSlot<void>(layer, 5);
-  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "1");
-  EXPECT_EQ(Calls().back(), "~kaeCPLayer");
 }
 
 TEST_F(LayerFactory, GivesEachLayerACatalogueAndASnapshotOfItsOwn) {

@@ -2,16 +2,12 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
-#include <cstdlib>
-
 #include "tests/plugin/loaded_plugin.h"
 
 namespace {
 
 using recording_host::Calls;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Loading = PluginLayerTest;
 
@@ -19,14 +15,7 @@ using Loading = PluginLayerTest;
 // kept here, where leak checkers find it.
 kaeCPLayer* volatile g_outliving_layer;
 
-TEST_F(Loading, EndsWithTheDestructionOfThePluginObject) {
-  EXPECT_THAT(Calls(), IsEmpty());
-  library.Unload();
-  EXPECT_FALSE(LoadedLibrary::IsLoaded());
-  EXPECT_THAT(Calls(), ElementsAre("~kaePlugin"));
-}
-
-TEST_F(Loading, EndsWithoutTheDestructionOfALayer) {
+TEST_F(Loading, EndsWithTheDestructionOfThePluginObjectButOfNoLayer) {
   g_outliving_layer = NewLayer().release();
   tree.Write("ipv4/tcp_sack", "untouched");
   Calls().clear();
@@ -55,26 +44,6 @@ TEST_F(Loading, WorksAgainAfterUnloading) {
     EXPECT_FALSE(LoadedLibrary::IsLoaded());
     EXPECT_THAT(Calls(), ElementsAre("~kaePlugin"));
   }
-}
-
-// Leaves the process with the library loaded. What is registered before loading runs after what the
-// library registers.
-[[noreturn]] void ExitWithTheLibraryLoaded() {
-  Calls().clear();
-  std::atexit([] {
-    for (const std::string& call : Calls()) {
-      std::fprintf(stderr, "[%s]", call.c_str());
-    }
-  });
-  static const LoadedLibrary* library = new LoadedLibrary;
-  std::fprintf(stderr, "%s", library->plugin()->GetName().c_str());
-  std::exit(EXIT_SUCCESS);
-}
-
-TEST(ProcessExit, DestroysThePluginObject) {
-  ASSERT_FALSE(LoadedLibrary::IsLoaded());
-  EXPECT_EXIT(ExitWithTheLibraryLoaded(), testing::ExitedWithCode(EXIT_SUCCESS),
-              testing::Eq("TCP[~kaePlugin]"));
 }
 
 }  // namespace

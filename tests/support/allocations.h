@@ -15,7 +15,6 @@ class Allocations {
   struct Block {
     void* address;
     std::size_t size;
-    std::size_t host_calls;  // number of earlier calls to the recording host
     bool live;
   };
 

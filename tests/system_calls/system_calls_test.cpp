@@ -7,12 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/endurance/hosted.h"
 #include "tests/support/catalogue.h"
 #include "tests/system_calls/trace.h"
 
 namespace {
-
-using Values = std::map<std::string, std::string>;
 
 // A line for each call: where two such texts differ, the lines that do are shown.
 std::string ToLines(const std::vector<SystemCall>& calls) {
@@ -68,28 +67,6 @@ Values PreviousValues() {
   return values;
 }
 
-Values RequestedValues() {
-  Values values = PreviousValues();
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    if (setting.starts_from_default) {
-      values[setting.name] = setting.default_value;
-    }
-  }
-  values["tcp_sack"] = "0";
-  values["tcp_rmem_default"] = "5000";
-  return values;
-}
-
-std::string FileText(const std::string& file, const Values& values) {
-  std::string text;
-  for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    if (setting.file == file) {
-      text += (text.empty() ? "" : " ") + values.at(setting.name);
-    }
-  }
-  return text;
-}
-
 void ExpectWriting(Expected& expected, const Values& values) {
   const std::map<std::string, bool> missing = MissingFiles();
   expected.Flush("");
@@ -106,7 +83,7 @@ void ExpectWriting(Expected& expected, const Values& values) {
       continue;
     }
     expected.Print(setting.name, values.at(setting.name));
-    expected.Write("file", FileText(file, values));
+    expected.Write("file", FilesOf(values).at(file));
     expected.calls += "close file: 0\n";
   }
   expected.Flush("config done");
@@ -134,7 +111,7 @@ TEST_F(SystemCalls, OfASnapshotAreAnOpenAReadAndACloseForEachFile) {
         continue;
       }
       expected.calls +=
-          "read file: " + std::to_string(FileText(file, PreviousValues()).size() + 1) +
+          "read file: " + std::to_string(FilesOf(PreviousValues()).at(file).size() + 1) +
           "\nclose file: 0\n";
     }
     expected.Print(setting.name, PreviousValues().at(setting.name));
@@ -150,7 +127,8 @@ TEST_F(SystemCalls, OfARequestAreAnOpenAWriteAndACloseForEachFile) {
   expected.Flush("received TCP_Settings command");
   expected.Flush("Setting new value - tcp_sack = 0");
   expected.Flush("Setting new value - tcp_rmem_default = 5000");
-  ExpectWriting(expected, RequestedValues());
+  ExpectWriting(expected, With(StartingValues(PreviousValues()),
+                               {{"tcp_sack", "0"}, {"tcp_rmem_default", "5000"}}));
   EXPECT_EQ(ToLines(traces["request"]), expected.calls);
 }
 

@@ -1,4 +1,4 @@
-// Several layers at once, each served by one thread at a time.
+// Several layers at once, each served by one thread at a time, and the plug-in used by all.
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -154,6 +154,28 @@ TEST_F(LayersOnManyThreads, MayBeHandedFromThreadToThread) {
   }
   Together(kLayers, [&](int number) { layer_for(number, kRounds + 1).reset(); });
   EXPECT_EQ(WrongFile(tree, FilesOf(snapshot)), "");
+}
+
+template <class Base>
+void ExpectItsNameAndVersion() {
+  EXPECT_EQ(dynamic_cast<Base&>(*this_kae_plugin).GetName(), "TCP");
+  EXPECT_EQ(dynamic_cast<Base&>(*this_kae_plugin).GetVersion(), "001.000");
+}
+
+TEST_F(LayersOnManyThreads, ComeAndGoWhileOthersAskThePluginForEverything) {
+  Together(kLayers, [](int number) {
+    for (int round = 0; round < 20; ++round) {
+      if (number % 2 == 0) {
+        EXPECT_NE(HostedLayer().get(), nullptr);
+      }
+      ExpectItsNameAndVersion<kaeVersionInfo>();
+      ExpectItsNameAndVersion<kaePlugin>();
+      ExpectItsNameAndVersion<kaeCPLayerFactory>();
+      ExpectItsNameAndVersion<kaeCPPlugin>();
+      EXPECT_TRUE(this_kae_plugin->InitPlugin());
+      this_kae_plugin->CleanupPlugin();
+    }
+  });
 }
 
 }  // namespace
