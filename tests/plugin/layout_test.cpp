@@ -40,12 +40,11 @@ HostWords HostWordsOf(void* plugin) {
   return words;
 }
 
-// Checks that slot i of the table at `object` holds the i-th of these functions, nothing for "".
-// Equal functions may share one address.
+// Checks that slot i of the table at `object` holds the i-th of these functions. Equal functions
+// may share one address.
 void ExpectSlots(const LoadedLibrary& library, void* object,
                  const std::vector<std::string>& functions) {
   std::map<void*, std::vector<std::string>> names;
-  names[nullptr] = {""};
   for (const Symbol& symbol : Symbols("--defined-only")) {
     names[library.base() + symbol.address].push_back(symbol.name);
   }
