@@ -39,6 +39,12 @@ TEST_F(RequestTest, TellsAndStoresEachValueInTheDocumentsOrderSoThatTheLastWins)
       {{"tcp_sack", "2"}, {"rmem_max", "5"}});
 }
 
+TEST_F(RequestTest, NamesIpfragTimeByItsOwnElementAndTheJoinedFilesByNoneOfTheirOwn) {
+  ExpectServed({Value("tcp_ipfrag_time", "30"), Value("ipfrag_time", "1"), Value("tcp_mem", "2"),
+                Value("tcp_rmem", "3"), Value("tcp_wmem", "4"), Value("ip_local_port_range", "5")},
+               SettingLine("tcp_ipfrag_time", "30"), {{"tcp_ipfrag_time", "30"}});
+}
+
 TEST_F(RequestTest, PassesOverEmptyAndUnknownElementsSilently) {
   const std::string equal_text_only = "tcp_sack";
   ExpectServed({Element("tcp_sack"), Element("unknown"), Value("tcp_sock", "0"), Value("", "3"),

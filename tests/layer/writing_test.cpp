@@ -7,14 +7,6 @@ namespace {
 const std::string kMissing = "]; does not exist. Skipped.\n";
 const std::string kNotOpened = "error opening stream for write - file [/proc/sys/net/";
 
-TEST_F(LayerTest, WritesEveryFileAndTellsEverySettingInOrder) {
-  const auto layer = NewLayer();
-  EXPECT_TRUE(layer->WriteConfig(&request));
-  EXPECT_EQ(output.Take(), WriteLines(StartValues()));
-  EXPECT_TRUE(request.replies.empty());
-  ExpectFiles(StartValues());
-}
-
 TEST_F(LayerTest, WritesTheBareValueAndNothingOfWhatTheFileHeld) {
   const auto layer = NewLayer();
   for (const char* text : {"1", "", " 1 ", "a\nb\n", "%s %n %d", "no number"}) {
