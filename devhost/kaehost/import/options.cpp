@@ -1,4 +1,4 @@
-// kaehost import: files in the form of sysctl.conf to a document.
+// kaehost import: makes a document from files in the form of sysctl.conf.
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -20,19 +20,25 @@ namespace devhost {
 namespace {
 
 constexpr const char* kFooter =
-    R"(What the catalogue cannot carry is listed on standard error, a line for each, as
-FILE:LINE: KEY: why and what to do. So is a note of the elements that the files do not name and
-for which the plug-in's first request writes a default of its own.
+    R"(If several lines set the same tunable, the last one wins.
+
+Standard error lists each line that cannot be imported as
+FILE:LINE: KEY: what is wrong; what to do
+It also lists comments after a value, which are left out, and the defaults that
+the plug-in's first request will write for elements that the files do not set.
+After 1,000 lines it only shows how many more there are. With --quiet nothing of
+this is printed; the exit status stays the same.
 
 Examples:
   kaehost import /etc/sysctl.conf > settings.xml
   kaehost import --output settings.xml /etc/sysctl.d/*.conf
-  sysctl net.ipv4.tcp_rmem | kaehost import -
+  sysctl -a | kaehost import --quiet - > now.xml  # exit status 1
 
 Exit status:
-  0   the document carries all of it
-  1   there is something that it does not carry
-  2   the command line is bad, or a file cannot be read or written; there is no document)";
+  0   all lines are imported
+  1   the document is there, but some lines are not imported
+  2   the command line is bad, or a file cannot be read or written;
+      there is no document)";
 
 struct Options {
   std::vector<std::string> files;
@@ -56,7 +62,7 @@ int Fail(const Options& options, const std::string& sentence) {
 
 int ImportAll(const Options& options) try {
   const Imported imported = Import(options.files);
-  const int status = imported.not_carried.empty() ? kDone : kFailed;
+  const int status = imported.is_complete ? kDone : kFailed;
   if (options.output) {
     WriteWhole(*options.output, imported.Document());
   }
@@ -66,10 +72,12 @@ int ImportAll(const Options& options) try {
     if (!options.output) {
       Out() << imported.Document() << std::flush;
     }
-    Tell(imported, options.quiet);
+    if (!options.quiet) {
+      Tell(imported);
+    }
   }
   const bool is_there = options.output || Out();
-  return is_there ? status : kBadInput;  // of which main tells
+  return is_there ? status : kBadInput;  // main prints why
 } catch (const std::runtime_error& error) {
   return Fail(options, error.what());
 }
@@ -79,14 +87,14 @@ int ImportAll(const Options& options) try {
 void AddImport(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* command =
-      app.add_subcommand("import", "Make a document of files in the form of sysctl.conf");
+      app.add_subcommand("import", "Make a document from files in the form of sysctl.conf");
   command->footer(kFooter);
-  command->add_option("FILE", options->files, "The files, later lines win; - for standard input")
-      ->required();
+  command->add_option("FILE", options->files, "Files to import; - is standard input")->required();
   command->add_option("--output", options->output, "Write the document here, whole or not at all")
       ->type_name("FILE");
   CLI::Option* json = command->add_flag("--json", options->json, "Print one JSON document instead");
-  command->add_flag("--quiet", options->quiet, "Tell only what is not carried")->excludes(json);
+  command->add_flag("--quiet", options->quiet, "Print only the document, and errors")
+      ->excludes(json);
   command->callback([options, &chosen] { chosen = [options] { return ImportAll(*options); }; });
 }
 

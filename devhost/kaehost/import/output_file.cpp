@@ -17,7 +17,7 @@ namespace devhost {
 namespace {
 
 [[noreturn]] void Refuse(const std::string& path) {
-  throw std::runtime_error(path + ": cannot be written: " + std::strerror(errno));
+  throw std::runtime_error(path + ": cannot write: " + std::strerror(errno));
 }
 
 void WriteAsItIs(const std::string& path, const std::string& text) {
@@ -26,7 +26,7 @@ void WriteAsItIs(const std::string& path, const std::string& text) {
   }
 }
 
-// The mode that the file has, or that a new one gets.
+// Returns the mode of the file, or the mode of a new file if it does not exist.
 mode_t ModeOf(const std::string& path) {
   constexpr mode_t kNew = 0666;
   constexpr mode_t kPermissions = 0777;
@@ -39,14 +39,19 @@ mode_t ModeOf(const std::string& path) {
   return kNew & ~mask;
 }
 
-// The file that is meant, where links lead to one, which need not be there yet.
+// Returns the file that a link or a chain of links leads to. It need not exist. Returns an empty
+// path, with ELOOP in errno, if there are more links than the kernel follows.
 fs::path TargetOf(fs::path path) {
-  constexpr int kMostLinks = 40;  // as the kernel follows
+  constexpr int kMostLinks = 40;
   std::error_code no_such_file;
-  for (int i = 0; i < kMostLinks && fs::is_symlink(path, no_such_file); ++i) {
+  for (int links = 0; fs::is_symlink(path, no_such_file); ++links) {
+    if (links == kMostLinks) {
+      errno = ELOOP;
+      return {};
+    }
     path = path.parent_path() / fs::read_symlink(path);
   }
-  return fs::weakly_canonical(path, no_such_file);
+  return path;
 }
 
 bool WriteAll(int fd, const std::string& text) {
@@ -71,7 +76,7 @@ void WriteWhole(const std::string& path, const std::string& text) {
   }
   const std::string target = TargetOf(path);
   std::string beside = target + ".XXXXXX";
-  const int fd = mkstemp(beside.data());
+  const int fd = target.empty() ? -1 : mkstemp(beside.data());
   if (fd < 0) {
     Refuse(path);
   }

@@ -4,9 +4,9 @@
 
 namespace devhost {
 
-// Writes the file at `path`, following links, whole or not at all: what was there before stays
-// until all is written. A device or a pipe is written as it is. Throws std::runtime_error with a
-// sentence that names the file.
+// Writes the text to a new file beside `path`, then renames it to `path`: nobody sees a part of it,
+// and an old file stays if the text cannot be written. Follows symbolic links. Writes devices and
+// pipes directly. Throws std::runtime_error with a sentence that names the file.
 void WriteWhole(const std::string& path, const std::string& text);
 
 }  // namespace devhost

@@ -6,18 +6,34 @@
 #include "devhost/kaehost/text/quoting.h"
 
 namespace devhost {
+namespace {
 
-void Tell(const Imported& imported, bool quiet) {
+Json ToJson(const LineReport& report) {
+  return {
+      {"file",     report.file    },
+      {"line",     report.line    },
+      {"key",      report.key     },
+      {"sentence", report.sentence}
+  };
+}
+
+}  // namespace
+
+void Tell(const Imported& imported) {
   constexpr std::size_t kLongestKey = 100;
-  for (const NotCarried& line : imported.not_carried) {
-    std::cerr << line.file << ':' << line.line << ": " << Shown(line.key, kLongestKey) << ": "
-              << line.sentence << '\n';
+  for (const LineReport& report : imported.reports) {
+    std::cerr << report.file << ':' << report.line << ": " << Shown(report.key, kLongestKey) << ": "
+              << report.sentence << '\n';
+  }
+  if (imported.not_listed > 0) {
+    std::cerr << "kaehost: " << imported.not_listed
+              << " more lines are not listed; fix those above first\n";
   }
   const auto imposed = imported.Imposed();
-  if (quiet || imposed.empty()) {
+  if (imposed.empty()) {
     return;
   }
-  std::cerr << "kaehost: not named, so the plug-in will write its defaults:";
+  std::cerr << "kaehost: the files do not set these, so the plug-in will write its defaults:";
   for (const CatalogueEntry* entry : imposed) {
     std::cerr << ' ' << entry->element << '=' << entry->default_value;
   }
@@ -33,14 +49,11 @@ Json ToJson(const Imported& imported, int status) {
     json["elements"][entry->element] = value;
   }
   json["not_carried"] = Json::array();
-  for (const NotCarried& line : imported.not_carried) {
-    json["not_carried"].push_back({
-        {"file",     line.file    },
-        {"line",     line.line    },
-        {"key",      line.key     },
-        {"sentence", line.sentence}
-    });
+  json["notes"] = Json::array();
+  for (const LineReport& report : imported.reports) {
+    json[report.is_imported ? "notes" : "not_carried"].push_back(ToJson(report));
   }
+  json["not_listed"] = imported.not_listed;
   json["defaults"] = Json::object();
   for (const CatalogueEntry* entry : imported.Imposed()) {
     json["defaults"][entry->element] = Number(entry->default_value).value_or(0);

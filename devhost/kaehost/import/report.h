@@ -5,11 +5,11 @@
 
 namespace devhost {
 
-// Tells people on standard error what the document does not carry, and, unless `quiet`, which
-// defaults the plug-in will write.
-void Tell(const Imported& imported, bool quiet);
+// Prints on standard error, for people, which lines need attention, and which defaults the plug-in
+// will write.
+void Tell(const Imported& imported);
 
-// Answers the document and the same as a JSON document. `status` is what kaehost ends with.
+// Returns the document and the same facts as a JSON document. `status` is kaehost's exit status.
 Json ToJson(const Imported& imported, int status);
 
 }  // namespace devhost

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -14,7 +15,7 @@
 namespace devhost {
 namespace {
 
-constexpr const char* kBlanks = " \t\r";
+constexpr std::string_view kBlanks = " \t\r";
 constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
 
 std::string Trimmed(const std::string& text) {
@@ -24,8 +25,8 @@ std::string Trimmed(const std::string& text) {
              : text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// Where a dot comes first, dots separate and a slash stands for a dot in a name; where a slash
-// comes first, slashes separate and a dot is one.
+// If the first separator is a dot, dots separate and a slash is a dot in a name. If it is a slash,
+// slashes separate. Leading and repeated separators have no meaning.
 std::string PathOf(std::string key) {
   const std::size_t first = key.find_first_of("./");
   if (first != std::string::npos && key[first] == '.') {
@@ -33,7 +34,19 @@ std::string PathOf(std::string key) {
       c = c == '.' ? '/' : c == '/' ? '.' : c;
     }
   }
-  return key;
+  const auto both_separate = [](char one, char next) { return one == '/' && next == '/'; };
+  key.erase(std::unique(key.begin(), key.end(), both_separate), key.end());
+  return key.substr(key.starts_with('/') ? 1 : 0);
+}
+
+// Returns where a comment begins after values, else the end.
+std::size_t CommentIn(std::string_view text) {
+  std::size_t i = text.find_first_of("#;");
+  while (i != std::string_view::npos && i > 0 &&
+         kBlanks.find(text[i - 1]) == std::string_view::npos) {
+    i = text.find_first_of("#;", i + 1);
+  }
+  return std::min(i, text.size());
 }
 
 std::vector<std::string> Words(const std::string& text) {
@@ -46,7 +59,7 @@ std::vector<std::string> Words(const std::string& text) {
 }
 
 [[noreturn]] void Refuse(const std::string& path, int error) {
-  throw std::runtime_error(path + ": cannot be read: " + std::strerror(error));
+  throw std::runtime_error(path + ": cannot read: " + std::strerror(error));
 }
 
 std::string ReadAll(const std::string& path) {
@@ -66,7 +79,7 @@ std::string ReadAll(const std::string& path) {
     Refuse(path, error);
   }
   if (text.size() > kMaxBytes) {
-    throw std::runtime_error(path + ": is longer than 1 MiB; give settings only");
+    throw std::runtime_error(path + ": longer than 1 MiB; import only the lines that you need");
   }
   return text;
 }
@@ -84,14 +97,16 @@ std::optional<SysctlLine> Read(const std::string& text, int number) {
   }
   const std::string key = Trimmed(line.substr(0, equals).substr(has_dash ? 1 : 0));
   const std::string name = has_value ? key : key.substr(0, key.find_first_of(kBlanks));
-  return SysctlLine{number, key, PathOf(name), Words(has_value ? line.substr(equals + 1) : ""),
-                    has_value};
+  const std::string value = Trimmed(has_value ? line.substr(equals + 1) : "");
+  const std::size_t comment = CommentIn(value);
+  return SysctlLine{
+      number, key, PathOf(name), Words(value.substr(0, comment)), value.substr(comment), has_value};
 }
 
 }  // namespace
 
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
-  constexpr std::string_view kMark = "\xef\xbb\xbf";  // that some editors begin UTF-8 with
+  constexpr std::string_view kMark = "\xef\xbb\xbf";  // some editors begin UTF-8 with it
   const std::string all = ReadAll(path);
   std::istringstream stream(all.starts_with(kMark) ? all.substr(kMark.size()) : all);
   std::vector<SysctlLine> lines;

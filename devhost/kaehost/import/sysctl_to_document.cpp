@@ -3,9 +3,10 @@
 #include <fnmatch.h>
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
+#include <utility>
 
+#include "devhost/kaehost/import/invisible.h"
 #include "devhost/kaehost/import/sysctl_conf.h"
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"
@@ -17,7 +18,7 @@ using Entries = std::vector<const CatalogueEntry*>;
 
 std::string PathOf(const CatalogueEntry& entry) { return std::string("net/") + entry.file; }
 
-// The entries of the file that a line is about, first value first.
+// Returns the entries of the file that the line sets, in the order of its values.
 Entries EntriesOf(const SysctlLine& line) {
   Entries entries;
   for (const CatalogueEntry& entry : Catalogue()) {
@@ -28,17 +29,26 @@ Entries EntriesOf(const SysctlLine& line) {
   return entries;
 }
 
-// Whether the line sets tunables of the catalogue by a pattern.
+// Whether the line is a pattern that matches tunables of the catalogue.
 bool IsPatternForSome(const SysctlLine& line) {
   return std::any_of(Catalogue().begin(), Catalogue().end(), [&line](const CatalogueEntry& entry) {
     return fnmatch(line.path.c_str(), PathOf(entry).c_str(), FNM_PATHNAME) == 0;
   });
 }
 
-// Answers why the value cannot be carried, empty where it can.
+// Returns why the tunable of the line is not found.
+std::string AboutUnknown(const SysctlLine& line) {
+  if (const std::string what = InvisibleIn(line.key); !what.empty()) {
+    return "the key contains " + what + "; remove it";
+  }
+  return IsPatternForSome(line) ? "a pattern cannot be imported; write a line for each tunable"
+                                : "not in the catalogue; set it in another way";
+}
+
+// Returns why the value cannot be imported, empty if it can.
 std::string AboutValue(const std::string& value, const CatalogueEntry& entry) {
-  if (value.front() == '#' || value.front() == ';') {
-    return Quoted(value) + " begins no comment after a value; give comments lines of their own";
+  if (const std::string what = InvisibleIn(value); !what.empty()) {
+    return "the value contains " + what + "; remove it";
   }
   const std::optional<long long> number = Number(value);
   if (!number || value.front() == '+') {
@@ -48,17 +58,16 @@ std::string AboutValue(const std::string& value, const CatalogueEntry& entry) {
   return sentence.empty() ? "" : Quoted(value) + ' ' + sentence;
 }
 
-// Answers why the line cannot be carried, empty where it can.
+// Returns why the line cannot be imported, empty if it can.
 std::string AboutLine(const SysctlLine& line, const Entries& entries) {
   if (entries.empty()) {
-    return IsPatternForSome(line) ? "a document has no patterns; write a line for each tunable"
-                                  : "the catalogue has no such tunable; set it by other means";
+    return AboutUnknown(line);
   }
   if (!line.has_value) {
-    return "there is no \"=\" before a value; write KEY = VALUE";
+    return "\"=\" is missing; write KEY = VALUE";
   }
   if (line.values.empty()) {
-    return "there is no value after \"=\"; write one or remove the line";
+    return "the value is missing; write one or remove the line";
   }
   for (std::size_t i = 0; i < line.values.size(); ++i) {
     const CatalogueEntry& entry = *entries[std::min(i, entries.size() - 1)];
@@ -68,9 +77,14 @@ std::string AboutLine(const SysctlLine& line, const Entries& entries) {
   }
   if (line.values.size() > entries.size()) {
     return std::to_string(line.values.size()) + " values, but the tunable has " +
-           std::to_string(entries.size()) + "; remove those that are too many";
+           std::to_string(entries.size()) + "; remove the extra values";
   }
   return "";
+}
+
+std::string AboutComment(const std::string& comment) {
+  return "imported without the comment " + Quoted(comment) +
+         "; sysctl passes comments to the kernel, so move it to a separate line";
 }
 
 }  // namespace
@@ -94,18 +108,30 @@ Entries Imported::Imposed() const {
   return imposed;
 }
 
+void Imported::Add(LineReport report) {
+  constexpr std::size_t kMostReports = 1000;
+  is_complete = is_complete && report.is_imported;
+  if (reports.size() < kMostReports) {
+    reports.push_back(std::move(report));
+  } else {
+    ++not_listed;
+  }
+}
+
 Imported Import(const std::vector<std::string>& files) {
   Imported imported;
   for (const std::string& file : files) {
     for (const SysctlLine& line : ReadSysctlConf(file)) {
       const Entries entries = EntriesOf(line);
-      const std::string sentence = AboutLine(line, entries);
-      if (!sentence.empty()) {
-        imported.not_carried.push_back({file, line.number, line.key, sentence});
+      if (const std::string sentence = AboutLine(line, entries); !sentence.empty()) {
+        imported.Add({file, line.number, line.key, false, sentence});
         continue;
       }
       for (std::size_t i = 0; i < line.values.size(); ++i) {
         imported.values[entries[i]] = *Number(line.values[i]);
+      }
+      if (!line.comment.empty()) {
+        imported.Add({file, line.number, line.key, true, AboutComment(line.comment)});
       }
     }
   }

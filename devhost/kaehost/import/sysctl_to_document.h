@@ -8,29 +8,35 @@
 
 namespace devhost {
 
-// A line that a document cannot carry, and why.
-struct NotCarried {
+// What the user must know about a line.
+struct LineReport {
   std::string file;
   int line;
   std::string key;
-  std::string sentence;  // what is so, and what to do
+  bool is_imported;      // if not, none of its values is in the document
+  std::string sentence;  // what is wrong, and what to do
 };
 
-// What becomes of files in the form of sysctl.conf.
+// The result of an import of files in the form of sysctl.conf.
 struct Imported {
   std::map<const CatalogueEntry*, long long> values;  // in the catalogue's order
-  std::vector<NotCarried> not_carried;
+  std::vector<LineReport> reports;                    // in the order of the lines
+  std::size_t not_listed = 0;                         // lines that have no room in `reports`
+  bool is_complete = true;                            // whether all lines are imported
 
-  // The document that names the values.
+  // Returns the document that names the values.
   std::string Document() const;
 
-  // The elements that are not named and for which the plug-in's first request writes a default of
-  // its own.
+  // Returns the elements that the document does not name and that the plug-in's first request sets
+  // to its own defaults.
   std::vector<const CatalogueEntry*> Imposed() const;
+
+  // Adds a report, or only counts it if there are 1,000 already.
+  void Add(LineReport report);
 };
 
-// Reads the files, of which later lines win; "-" is standard input. Throws std::runtime_error with
-// a sentence that names the file where one cannot be read.
+// Imports the files in order; "-" is standard input. Later lines win. Throws std::runtime_error
+// with a sentence that names the file if one cannot be read.
 Imported Import(const std::vector<std::string>& files);
 
 }  // namespace devhost

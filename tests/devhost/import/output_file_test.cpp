@@ -1,0 +1,158 @@
+// kaehost import --output: the file is written whole or not at all.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::string kDocument = "<tcp-settings>\n  <tcp_sack>0</tcp_sack>\n</tcp-settings>\n";
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// For `prepare`: lets files grow to `bytes` only.
+void LimitFileSize(rlim_t bytes) {
+  const rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+class OutputOfImport : public testing::Test {
+ protected:
+  Outcome WriteTo(const std::string& output, const std::function<void()>& prepare = {}) const {
+    return Kaehost({"import", "--quiet", "--output", output, settings_}, prepare);
+  }
+
+  // Makes links from link1 to link2 and so on, and from the last to document.xml. Returns link1.
+  std::string Links(int count) const {
+    for (int i = 1; i <= count; ++i) {
+      const std::string next = i < count ? "link" + std::to_string(i + 1) : "document.xml";
+      fs::create_symlink(next, folder_.Path("link" + std::to_string(i)));
+    }
+    return folder_.Path("link1");
+  }
+
+  std::size_t FilesInFolder() const {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator(folder_.Path("")), fs::directory_iterator()));
+  }
+
+  const TempFolder folder_;
+  const std::string settings_ = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  const std::string document_ = folder_.Path("document.xml");
+};
+
+}  // namespace
+
+TEST_F(OutputOfImport, IsAFile) {
+  const Outcome run = WriteTo(document_);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.out + run.err, "");
+  EXPECT_EQ(Content(document_), kDocument);
+}
+
+TEST_F(OutputOfImport, HasTheModeOfTheFileThatItReplaces) {
+  folder_.Write("document.xml", "old");
+  fs::permissions(document_, fs::perms(0600));
+  EXPECT_EQ(WriteTo(document_).status, 0);
+  EXPECT_EQ(Content(document_), kDocument);
+  EXPECT_EQ(fs::status(document_).permissions(), fs::perms(0600));
+}
+
+TEST_F(OutputOfImport, HasTheUsualModeIfTheFileIsNew) {
+  EXPECT_EQ(WriteTo(document_, [] { umask(027); }).status, 0);
+  EXPECT_EQ(fs::status(document_).permissions(), fs::perms(0640));
+}
+
+// A reader that opened the old file, as the other name here, never sees a part of the new one.
+TEST_F(OutputOfImport, ReplacesTheOldFileInOneStep) {
+  folder_.Write("document.xml", "old");
+  const std::string other_name = folder_.Path("other.xml");
+  fs::create_hard_link(document_, other_name);
+  EXPECT_EQ(WriteTo(document_).status, 0);
+  EXPECT_EQ(Content(document_), kDocument);
+  EXPECT_EQ(Content(other_name), "old");
+}
+
+TEST_F(OutputOfImport, IsNotThereIfItCannotBeWrittenWhole) {
+  EXPECT_EQ(WriteTo(document_, [] { LimitFileSize(kDocument.size() - 1); }).status, 2);
+  EXPECT_EQ(FilesInFolder(), 1U) << "only the settings";
+  EXPECT_EQ(WriteTo(document_, [] { LimitFileSize(kDocument.size()); }).status, 0);
+}
+
+TEST_F(OutputOfImport, LeavesTheOldFileIfItCannotBeWrittenWhole) {
+  folder_.Write("document.xml", "old");
+  EXPECT_EQ(WriteTo(document_, [] { LimitFileSize(kDocument.size() - 1); }).status, 2);
+  EXPECT_EQ(Content(document_), "old");
+  EXPECT_EQ(FilesInFolder(), 2U) << "only the settings and the old document";
+}
+
+TEST_F(OutputOfImport, GoesWhereALinkLeads) {
+  folder_.Write("document.xml", "old");
+  const std::string link = Links(1);
+  EXPECT_EQ(WriteTo(link).status, 0);
+  EXPECT_EQ(Content(document_), kDocument);
+  EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST_F(OutputOfImport, GoesWhereFortyLinksLeadThoughNoFileIsThere) {
+  const std::string link = Links(40);
+  EXPECT_EQ(WriteTo(link).status, 0);
+  EXPECT_EQ(Content(document_), kDocument);
+  EXPECT_TRUE(fs::is_symlink(folder_.Path("link40")));
+}
+
+TEST_F(OutputOfImport, IsRefusedAfterFortyLinks) {
+  const std::string link = Links(41);
+  const Outcome run = WriteTo(link);
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, "kaehost: " + link +
+                         ": cannot write: Too many levels of symbolic links; there is no "
+                         "document\n");
+  EXPECT_FALSE(fs::exists(document_));
+  EXPECT_EQ(FilesInFolder(), 42U) << "only the settings and the links";
+}
+
+TEST_F(OutputOfImport, GoesIntoAPipeAsItIs) {
+  const std::string pipe = folder_.Path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const int end = open(pipe.c_str(), O_RDWR | O_NONBLOCK);
+  EXPECT_EQ(WriteTo(pipe).status, 0);
+  EXPECT_TRUE(fs::is_fifo(pipe));
+  std::string piped(kDocument.size(), '\0');
+  EXPECT_EQ(read(end, piped.data(), piped.size()), static_cast<ssize_t>(piped.size()));
+  EXPECT_EQ(piped, kDocument);
+  close(end);
+}
+
+TEST_F(OutputOfImport, IsRefusedIfThereCanBeNoSuchFile) {
+  const std::string folder = folder_.Path("folder");
+  fs::create_directory(folder);
+  for (const auto& [output, why] :
+       {std::pair{folder, "Is a directory"},
+        std::pair{folder_.Path("no/where.xml"), "No such file or directory"},
+        std::pair{std::string("/dev/full"), "No space left on device"},
+        std::pair{std::string(), "No such file or directory"}}) {
+    const Outcome run = WriteTo(output);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err,
+              "kaehost: " + output + ": cannot write: " + why + "; there is no document\n");
+  }
+}
