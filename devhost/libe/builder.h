@@ -47,7 +47,7 @@ class Builder {
   std::size_t contents() const { return contents_; }
 
   // Returns the line of the open element.
-  int open_line() const { return open_.top()->begin.line; }
+  int open_line() const { return open_.empty() ? 0 : open_.top()->begin.line; }
 
  private:
   kaml_content* Parent() const { return open_.empty() ? nullptr : open_.top(); }

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "devhost/libe/limits.h"
 #include "devhost/libe/position.h"
 #include "host/kaml.h"
 
@@ -55,10 +56,9 @@ class Document {
   // - Attributes, namespace declarations and the document type declaration are not contents.
   // - Nothing is fetched from outside the file.
   //
-  // Limits: no entity declarations, 256 MiB, 32 Mi contents, 64 Ki different names, 64 KiB for one
-  // tag, comment, CDATA section or document type declaration. The depth is not limited and needs no
+  // Entity declarations are refused, and more than `limits`. The depth is not limited and needs no
   // stack.
-  static Document Read(const std::string& path);
+  static Document Read(const std::string& path, const Limits& limits = {});
 
   // Appends a content to the children of `parent`, or to the top level if `parent` is null, and
   // returns it. Names are interned, texts are copied.

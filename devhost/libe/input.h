@@ -3,22 +3,26 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "devhost/libe/document.h"
 
 namespace devhost {
+
+using namespace std::string_view_literals;
 
 // The bytes of a document, from a file, a pipe or a device. Its limits bound time and memory for
 // any input, and are far above real documents. A folder can be opened, but reading it fails. Throws
 // DocumentError.
 class Input {
  public:
-  explicit Input(const std::string& path)
-      : path_(path), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+  Input(const std::string& path, const Limits& limits)
+      : path_(path), limits_(limits), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
       ThrowUnreadable();
     }
@@ -29,21 +33,20 @@ class Input {
 
   // Returns the number of bytes read, 0 at the end. `line` is the parser's current line.
   std::size_t Read(char* buffer, std::size_t size, int line) {
-    if (markup_bytes_ > kMaxMarkup + kReadAhead) {
+    if (markup_bytes_ > limits_.markup + kReadAhead) {
       Refuse(markup_line_,
              "a tag, a comment, a CDATA section, a declaration or the space between them is longer "
-             "than 64 KiB; shorten it");
+             "than " +
+                 std::to_string(limits_.markup >> 10) + " KiB; shorten it");
     }
-    const ssize_t count = read(fd_, buffer, size);
-    if (count < 0) {
-      ThrowUnreadable();
+    const std::size_t count = Fill(buffer, size);
+    bytes_ += count;
+    markup_bytes_ += count;
+    if (bytes_ > limits_.bytes) {
+      Refuse(line, "the document is longer than " + std::to_string(limits_.bytes >> 20) +
+                       " MiB; split it into several");
     }
-    bytes_ += static_cast<std::size_t>(count);
-    markup_bytes_ += static_cast<std::size_t>(count);
-    if (bytes_ > kMaxBytes) {
-      Refuse(line, "the document is longer than 256 MiB; split it into several");
-    }
-    return static_cast<std::size_t>(count);
+    return count;
   }
 
   // Call this after the parser has finished a tag, a comment or some text.
@@ -57,18 +60,39 @@ class Input {
   }
 
  private:
-  static constexpr std::size_t kMaxBytes = std::size_t{256} << 20;
-  // The parser's time grows with the square of the number of attributes in a tag.
-  static constexpr std::size_t kMaxMarkup = std::size_t{64} << 10;
   // More than the parser reads ahead, so that shorter markup is never refused.
   static constexpr std::size_t kReadAhead = std::size_t{8} << 10;
+  static constexpr std::size_t kMaxHeld = 8;
+
+  // The parser compares with markup only what it has: it takes "<![CD" at the end of a piece for a
+  // tag, and does not see "]]>" in a text in two pieces. So each piece but the last one is full,
+  // and does not end in "]", in UTF-16 neither.
+  std::size_t Fill(char* buffer, std::size_t size) {
+    std::size_t count = held_.copy(buffer, size);
+    while (count < size && !is_at_end_) {
+      const ssize_t more = read(fd_, buffer + count, size - count);
+      if (more < 0) {
+        ThrowUnreadable();
+      }
+      count += static_cast<std::size_t>(more);
+      is_at_end_ = more == 0;
+    }
+    const std::string_view piece(buffer, count);
+    const std::size_t brackets = count - 1 - piece.find_last_not_of("]\0"sv);
+    held_ =
+        is_at_end_ || count <= kMaxHeld ? "" : piece.substr(count - std::min(brackets, kMaxHeld));
+    return count - held_.size();
+  }
 
   [[noreturn]] void ThrowUnreadable() const {
     throw DocumentError(path_ + ": cannot be read: " + std::strerror(errno));
   }
 
   const std::string path_;
+  const Limits limits_;
   const int fd_;
+  bool is_at_end_ = false;
+  std::string held_;  // read, but left to the next piece
   std::size_t bytes_ = 0;
   std::size_t markup_bytes_ = 0;  // read since EndMarkup
   int markup_line_ = 1;

@@ -6,45 +6,30 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "devhost/libe/builder.h"
 #include "devhost/libe/document.h"
 #include "devhost/libe/input.h"
+#include "devhost/libe/prolog.h"
+#include "devhost/libe/xml_error.h"
 
 namespace devhost {
 namespace {
 
-constexpr std::size_t kMaxContents = std::size_t{32} << 20;
-// Above this, the parser's dictionary stops growing and each new name takes longer than the last.
-constexpr int kMaxNames = 64 << 10;
-constexpr std::size_t kMaxReason = 200;
 constexpr const char* kNoXml = "cannot be read as XML: ";
 
 const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
-
-// Shortens the parser's message to one short line: names in it can have any length.
-std::string Tidy(std::string reason) {
-  reason.erase(reason.find_last_not_of('\n') + 1);
-  std::replace(reason.begin(), reason.end(), '\n', ' ');
-  if (reason.size() > kMaxReason) {
-    std::size_t end = kMaxReason;
-    while ((reason[end] & '\xc0') == '\x80') {  // inside a character
-      --end;
-    }
-    reason.resize(end);
-    reason += "...";
-  }
-  return reason;
-}
 
 // Builds a document from the parser's callbacks, part by part: without a second tree and without
 // recursion. It uses the SAX1 interface, which keeps names as written. It stops at the first
 // failure, because that one explains the others.
 class Reading {
  public:
-  Reading(const std::string& path, Document* document) : input_(path), builder_(document) {}
+  Reading(const std::string& path, const Limits& limits, Document* document)
+      : limits_(limits), input_(path, limits), builder_(document) {}
 
   // Reads it all. Throws DocumentError.
   void Run();
@@ -63,19 +48,24 @@ class Reading {
   static int Read(void* reading, char* buffer, int size);
   static void TakeError(void* reading, xmlErrorPtr error);
 
+  void CheckProlog();
   void AddOther(ContentType type);
   [[noreturn]] void RefuseEntity() const;
-  std::string Explain(const xmlError& error) const;
-  std::string WhyNoFurther() const;
   Position BeginOfTag() const;
   Position Here() const { return {parser_->input->line, parser_->input->col}; }
   int Line() const { return parser_->input->line; }
+  std::size_t Names() const {
+    return static_cast<std::size_t>(xmlDictSize(parser_->dict) - names_at_start_);
+  }
 
+  const Limits limits_;
   Input input_;
+  Prolog prolog_;
   Builder builder_;
   Position end_of_last_ = {1, 1};  // of the last part; inside the root, the next one begins here
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
+  const int names_at_start_ = xmlDictSize(parser_->dict);
 };
 
 void Reading::Run() {
@@ -85,7 +75,7 @@ void Reading::Run() {
   if (failure_ != nullptr) {
     std::rethrow_exception(failure_);
   }
-  if (const std::string why = WhyNoFurther(); !why.empty()) {
+  if (const std::string why = WhyNoFurther(*parser_); !why.empty()) {
     input_.Refuse(Line(), kNoXml + why);
   }
 }
@@ -102,6 +92,7 @@ Reading::Parser Reading::NewParser(Reading* reading) {
     throw std::bad_alloc();
   }
   xmlCtxtUseOptions(parser.get(), XML_PARSE_HUGE);
+  parser->hasPErefs = 1;  // a reference to an unknown parameter entity is well-formed
   return parser;
 }
 
@@ -163,11 +154,14 @@ void Reading::TryPart(void* reading, Step step) {
     if (self.parser_->inSubset == 0) {  // the document type declaration counts as one, like a tag
       self.input_.EndMarkup(self.Line());
     }
+    if (self.builder_.IsInside()) {
+      self.CheckProlog();
+    }
     step(self);
-    if (self.builder_.contents() > kMaxContents) {
-      self.input_.Refuse(self.Line(),
-                         "the document has more than 32 Mi elements, texts and comments; split it "
-                         "into several");
+    if (self.builder_.contents() > self.limits_.contents) {
+      self.input_.Refuse(
+          self.Line(), "the document has more than " + std::to_string(self.limits_.contents >> 20) +
+                           " Mi elements, texts and comments; split it into several");
     }
   });
 }
@@ -175,22 +169,35 @@ void Reading::TryPart(void* reading, Step step) {
 int Reading::Read(void* reading, char* buffer, int size) {
   std::size_t count = 0;
   Try(reading, [&](Reading& self) {
-    if (xmlDictSize(self.parser_->dict) > kMaxNames) {
-      self.input_.Refuse(self.Line(),
-                         "the document has more than 64 Ki different names; split it into several");
+    if (self.Names() > self.limits_.names) {
+      self.input_.Refuse(self.Line(), "the document has more than " +
+                                          std::to_string(self.limits_.names >> 10) +
+                                          " Ki different names; split it into several");
     }
     count = self.input_.Read(buffer, static_cast<std::size_t>(size), self.Line());
+    self.prolog_.Add({buffer, count});
   });
   return static_cast<int>(count);
 }
 
-// Colons have no meaning here, so namespace errors are ignored.
+// The other errors that are not fatal are of namespaces, which have no meaning here, or of
+// validity.
 void Reading::TakeError(void* reading, xmlErrorPtr error) {
   Try(reading, [&](Reading& self) {
-    if (error->level >= XML_ERR_ERROR && error->domain != XML_FROM_NAMESPACE) {
-      self.input_.Refuse(self.Line(), kNoXml + Tidy(self.Explain(*error)));
+    if (error->level == XML_ERR_FATAL ||
+        (error->level == XML_ERR_ERROR && error->code == XML_WAR_UNDECLARED_ENTITY)) {
+      self.input_.Refuse(self.Line(),
+                         kNoXml + Explain(*self.parser_, *error, self.builder_.open_line()));
     }
   });
+}
+
+// Comes after the root's start tag, so that the parser's own message about that tag, or anything
+// before it, is the one that is told.
+void Reading::CheckProlog() {
+  if (const std::optional<Prolog::Fault>& fault = prolog_.FindFault(); fault.has_value()) {
+    input_.Refuse(fault->line, kNoXml + fault->why);
+  }
 }
 
 // Parts of the document type declaration are not contents.
@@ -220,36 +227,11 @@ void Reading::RefuseEntity() const {
                 "itself where the entity is used");
 }
 
-std::string Reading::Explain(const xmlError& error) const {
-  if (error.domain != XML_FROM_PARSER) {
-    return error.message;  // from the decoder; the parser's buffer position is undefined now
-  }
-  if (std::string why = WhyNoFurther(); !why.empty()) {
-    return why;
-  }
-  if (error.code != XML_ERR_TAG_NAME_MISMATCH) {
-    return error.message;
-  }
-  // The parser's own message does not contain the line.
-  return std::string("Opening and ending tag mismatch: ") + error.str1 + " line " +
-         std::to_string(builder_.open_line()) + " and " + error.str2;
-}
-
-// Returns why the parser stopped here as if the file ended, although it did not; else empty.
-std::string Reading::WhyNoFurther() const {
-  const xmlParserInput& input = *parser_->input;
-  if (input.cur != input.end) {
-    return *input.cur == 0 ? "a NUL byte is no part of a document" : "";
-  }
-  const bool decoded = input.buf->raw == nullptr || xmlBufUse(input.buf->raw) == 0;
-  return decoded ? "" : "bytes that are none of the document's encoding";
-}
-
 }  // namespace
 
-Document Document::Read(const std::string& path) {
+Document Document::Read(const std::string& path, const Limits& limits) {
   Document document;
-  Reading(path, &document).Run();
+  Reading(path, limits, &document).Run();
   return document;
 }
 
