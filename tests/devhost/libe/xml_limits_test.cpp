@@ -11,6 +11,8 @@
 #include "tests/devhost/support/small_stack.h"
 #include "tests/devhost/support/temp_folder.h"
 
+using testing::MatchesRegex;
+
 namespace {
 
 constexpr const char* kNoEntities =
@@ -30,6 +32,17 @@ class XmlLimits : public testing::Test {
 
   void ExpectRead(const std::string& bytes) const {
     EXPECT_EQ(ErrorOfFile(folder_.Write("document.xml", bytes)), "") << bytes.substr(0, 100);
+  }
+
+  // Returns what follows the path in the sentence that refuses the document; empty if it is read.
+  std::string ErrorWith(const std::string& bytes, const devhost::Limits& limits) const {
+    const std::string path = folder_.Write("document.xml", bytes);
+    try {
+      devhost::Document::Read(path, limits);
+      return "";
+    } catch (const devhost::DocumentError& error) {
+      return std::string(error.what()).substr(path.size());
+    }
   }
 
   const TempFolder folder_;
@@ -121,7 +134,7 @@ TEST_F(XmlLimits, RefuseWhatIsLongAndNoText) {
 }
 
 TEST_F(XmlLimits, AllowSixtyFourKibibytes) {
-  for (const std::string& bytes : DocumentsWithALong(65'500)) {
+  for (const std::string& bytes : DocumentsWithALong(65'536)) {
     ExpectRead(bytes);
   }
 }
@@ -134,9 +147,53 @@ TEST_F(XmlLimits, RefuseMoreNamesThanAreQuicklyTold) {
 }
 
 TEST_F(XmlLimits, AllowSixtyFourKibiNames) {
-  for (const std::string& bytes : DocumentsWithNames(65'000)) {
+  for (const std::string& bytes : DocumentsWithNames(65'534)) {  // and the names r and a
     ExpectRead(bytes);
   }
+}
+
+TEST_F(XmlLimits, AllowAsManyContentsAsTheLimitAndNoMore) {
+  const devhost::Limits limits = {.contents = 1000};
+  std::string begin = "<r>";
+  for (int i = 0; i < 499; ++i) {
+    begin += "\n<a/>";  // two contents: the line end is a text
+  }
+  for (const std::string last : {"<!---->", "<?p?>", "<a/>", "x<![CDATA[y]]>z"}) {
+    EXPECT_EQ(ErrorWith(begin + last + "</r>", limits), "") << last;
+    for (const std::string more : {"<!---->", "<?p?>", "<a/>"}) {
+      EXPECT_THAT(ErrorWith(begin + last + more + "</r>", limits),
+                  MatchesRegex(":500: the document has more than .* elements, texts and comments; "
+                               "split it into several"))
+          << last << more;
+    }
+  }
+  EXPECT_NE(ErrorWith(begin + "<a/>x</r>", limits), "");
+}
+
+TEST_F(XmlLimits, AllowAsManyBytesAsTheLimitAndNoMore) {
+  const devhost::Limits limits = {.bytes = std::size_t{1} << 20};
+  const std::string bytes = "<a>\n" + std::string((1 << 20) - 8, 'x') + "</a>";
+  ASSERT_EQ(bytes.size(), limits.bytes);
+  EXPECT_EQ(ErrorWith(bytes, limits), "");
+  EXPECT_EQ(ErrorWith(bytes + '\n', limits),
+            ":2: the document is longer than 1 MiB; split it into several");
+}
+
+TEST_F(XmlLimits, AreTheOnesThatTheSentencesTell) {
+  const devhost::Limits limits = {.contents = 2 << 20, .names = 2 << 10, .markup = 128 << 10};
+  EXPECT_EQ(ErrorWith(DocumentsWithNames(3'000).front(), limits),
+            ":2: the document has more than 2 Ki different names; split it into several");
+  std::string elements;
+  for (int i = 0; i < (2 << 20); ++i) {
+    elements += "<a/>";
+  }
+  EXPECT_EQ(ErrorWith("<r>" + elements + "</r>", limits),
+            ":1: the document has more than 2 Mi elements, texts and comments; split it into "
+            "several");
+  EXPECT_EQ(ErrorWith(DocumentsWithALong(100'000).front(), limits), "");
+  EXPECT_EQ(ErrorWith(DocumentsWithALong(150'000).front(), limits),
+            ":2: a tag, a comment, a CDATA section, a declaration or the space between them is "
+            "longer than 128 KiB; shorten it");
 }
 
 TEST_F(XmlLimits, AllowManyOfWhatMayNotBeLong) {
