@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -22,12 +24,20 @@ using testing::HasSubstr;
 
 namespace {
 
+// The folder is root's, and ordinary users may do without it in their PATH.
+constexpr const char* kSysctl = "PATH=$PATH:/usr/sbin:/sbin sysctl";
+
 std::vector<std::string> Profiles() {
   std::vector<std::string> profiles;
   for (const auto& entry : std::filesystem::directory_iterator(KAETCP_EXAMPLES "/profiles")) {
     profiles.push_back(entry.path());
   }
   return profiles;
+}
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // The keys that the file names and the catalogue has, with dots.
@@ -53,7 +63,7 @@ std::set<std::string> KeysOfTheCatalogue(const std::string& profile) {
 
 // A command that prints the tunables that are there, one a line.
 std::string ReadCommand(const std::set<std::string>& keys) {
-  std::string command = "sysctl --ignore";
+  std::string command = std::string(kSysctl) + " --ignore";
   for (const std::string& key : keys) {
     command += ' ' + key;
   }
@@ -104,12 +114,32 @@ TEST(Profiles, LeaveTheKernelAsTheToolForThemDoes) {
     const std::size_t ours = apply.out.find("under the settings\n");
     ASSERT_NE(ours, std::string::npos) << apply.out;
 
-    const std::string theirs =
-        InAFreshNamespace("sysctl -p " + profile + " >/dev/null 2>&1; echo; " + read);
+    const std::string theirs = InAFreshNamespace(std::string(kSysctl) + " -p " + profile +
+                                                 " >/dev/null 2>&1; echo; " + read);
     EXPECT_EQ(WithoutItsFirstLine(apply.out.substr(ours)), WithoutItsFirstLine(theirs)) << profile;
     EXPECT_THAT(theirs, HasSubstr("net.ipv4.tcp_"));
     EXPECT_NE(theirs, InAFreshNamespace("echo; " + read)) << profile << " changes nothing";
   }
+}
+
+// On the kernel that runs this test, and on those that refuse receive buffers below a page.
+TEST(Profiles, AreTakenByTheKernelAndByStricterOnes) {
+  constexpr int kPage = 4096;
+  int buffers = 0;
+  const TempFolder folder;
+  const std::string document = folder.Path("document.xml");
+  for (const std::string& profile : Profiles()) {
+    ASSERT_LE(Kaehost({"import", "--output", document, profile}).status, 1) << profile;
+    const Outcome apply = Kaehost({"apply", "--quiet", document});
+    EXPECT_EQ(apply.status, 0) << profile << '\n' << apply.out << apply.err;
+    const std::string text = Content(document);
+    const std::regex buffer("<(tcp_rmem_\\w+)>(\\d+)<");
+    for (std::sregex_iterator found(text.begin(), text.end(), buffer), end; found != end; ++found) {
+      ++buffers;
+      EXPECT_GE(std::stoi((*found)[2]), kPage) << profile << ": " << (*found)[1];
+    }
+  }
+  EXPECT_GT(buffers, 0);
 }
 
 TEST(Profiles, AreOfManyKinds) { EXPECT_GE(Profiles().size(), 8U); }
