@@ -36,8 +36,8 @@ int CountOf(const GElf_Shdr& header) {
   return header.sh_entsize > 0 ? static_cast<int>(header.sh_size / header.sh_entsize) : 0;
 }
 
-std::string TextAt(Elf* file, const GElf_Shdr& header, std::size_t offset) {
-  const char* text = elf_strptr(file, header.sh_link, offset);
+std::string TextAt(Elf* file, const GElf_Shdr& header, GElf_Xword offset) {
+  const char* text = elf_strptr(file, header.sh_link, static_cast<std::size_t>(offset));
   return text != nullptr ? text : "(unreadable)";
 }
 

@@ -2,6 +2,7 @@
 
 #include <elf.h>
 #include <gmock/gmock.h>
+#include <link.h>
 
 #include <algorithm>
 #include <fstream>
@@ -37,10 +38,10 @@ std::string Content(const std::string& path) {
 }
 
 std::size_t EndOfWhatIsLoaded(const std::string& library) {
-  const auto* header = reinterpret_cast<const Elf64_Ehdr*>(library.data());
-  const auto* segments = reinterpret_cast<const Elf64_Phdr*>(library.data() + header->e_phoff);
+  const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(library.data());
+  const auto* segments = reinterpret_cast<const ElfW(Phdr)*>(library.data() + header->e_phoff);
   std::size_t end = 0;
-  std::for_each_n(segments, header->e_phnum, [&end](const Elf64_Phdr& segment) {
+  std::for_each_n(segments, header->e_phnum, [&end](const ElfW(Phdr) & segment) {
     if (segment.p_type == PT_LOAD) {
       end = std::max(end, segment.p_offset + segment.p_filesz);
     }
@@ -49,28 +50,28 @@ std::size_t EndOfWhatIsLoaded(const std::string& library) {
 }
 
 // Ways to spoil a library's section table, which a loader does without.
-void DropSections(Elf64_Ehdr* header, Elf64_Shdr* /*sections*/) {
+void DropSections(ElfW(Ehdr) * header, ElfW(Shdr) * /*sections*/) {
   header->e_shoff = header->e_shnum = header->e_shstrndx = 0;
 }
 
-void ZeroEntrySizes(Elf64_Ehdr* header, Elf64_Shdr* sections) {
-  std::for_each_n(sections, header->e_shnum, [](Elf64_Shdr& section) { section.sh_entsize = 0; });
+void ZeroEntrySizes(ElfW(Ehdr) * header, ElfW(Shdr) * sections) {
+  std::for_each_n(sections, header->e_shnum, [](ElfW(Shdr) & section) { section.sh_entsize = 0; });
 }
 
-void MisplaceNames(Elf64_Ehdr* header, Elf64_Shdr* sections) {
-  std::for_each_n(sections, header->e_shnum, [](Elf64_Shdr& section) { section.sh_link = 999; });
+void MisplaceNames(ElfW(Ehdr) * header, ElfW(Shdr) * sections) {
+  std::for_each_n(sections, header->e_shnum, [](ElfW(Shdr) & section) { section.sh_link = 999; });
 }
 
-void MisplaceSections(Elf64_Ehdr* header, Elf64_Shdr* sections) {
+void MisplaceSections(ElfW(Ehdr) * header, ElfW(Shdr) * sections) {
   std::for_each_n(sections, header->e_shnum,
-                  [](Elf64_Shdr& section) { section.sh_offset = ~0UL / 2; });
+                  [](ElfW(Shdr) & section) { section.sh_offset = ~0UL / 2; });
 }
 
 // The bytes of a library whose section table is spoilt.
 std::string WithSections(const std::string& path, decltype(DropSections)* spoil) {
   std::string bytes = Content(path);
-  auto* header = reinterpret_cast<Elf64_Ehdr*>(bytes.data());
-  spoil(header, reinterpret_cast<Elf64_Shdr*>(bytes.data() + header->e_shoff));
+  auto* header = reinterpret_cast<ElfW(Ehdr)*>(bytes.data());
+  spoil(header, reinterpret_cast<ElfW(Shdr)*>(bytes.data() + header->e_shoff));
   return bytes;
 }
 
