@@ -111,23 +111,23 @@ TEST_F(BrokenLayer, ThatThrowsInItsReleaseIsAFailure) {
 TEST_F(BrokenLayer, ThatHidesTunablesIsSeenToDoSo) {
   const Outcome run = ApplyWith("hides_tunables");
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, ContainsRegex("\n  core/rmem_max +[0-9]+ +\\(empty\\)\n"));
-  EXPECT_THAT(run.out, ContainsRegex("\n  core/wmem_max +[0-9]+ +1\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_sack +1 +\\(empty\\)\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  ipv4/tcp_fin_timeout +60 +1\n"));
 }
 
 TEST_F(BrokenLayer, ThatRestoresNothingIsAFailureWithATableOfWhatIsNotBack) {
   const std::string table =
       "  tunable                   before       now\n"
-      "  core/rmem_max             4194304      5\n"
       "  ipv4/ip_local_port_range  32768 60999  40000 50000\n"
+      "  ipv4/tcp_keepalive_time   7200         5\n"
       "  ipv4/tcp_sack             1            0\n";
   const Outcome run = ApplyWith("restores_nothing");
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("  element       outcome     before   asked  now\n"
-                                 "  rmem_max      overridden  4194304  -      5 (emulated)\n"
-                                 "  tcp_sack      overridden  1        -      0\n"
-                                 "  tcp_port_min  overridden  32768    -      40000\n"
-                                 "  tcp_port_max  overridden  60999    -      50000\n"
+  EXPECT_THAT(run.out, HasSubstr("  element             outcome     before  asked  now\n"
+                                 "  tcp_keepalive_time  overridden  7200    -      5\n"
+                                 "  tcp_sack            overridden  1       -      0\n"
+                                 "  tcp_port_min        overridden  32768   -      40000\n"
+                                 "  tcp_port_max        overridden  60999   -      50000\n"
                                  "kaehost: " +
                                  document_ + ": 4 overridden\n"));
   EXPECT_THAT(run.out, EndsWith("kaehost: layer released; not back at their values:\n" + table +

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -80,7 +81,9 @@ TEST_F(Command, GivesItsExitStatusAlsoWhereAValueWasRejected) {
 }
 
 TEST_F(Command, ThatIsNotThereIsToldAndHasTheStatusOfAShell) {
-  const Outcome run = Under({"no-such-command"});
+  // A folder that must not be searched would be another error.
+  const Outcome run = Kaehost({"apply", document_, "--quiet", "--", "no-such-command"},
+                              [] { setenv("PATH", "/usr/bin:/bin", 1); });
   EXPECT_EQ(run.status, 127);
   EXPECT_EQ(run.err, "kaehost: no-such-command: cannot be run: No such file or directory\n");
 }

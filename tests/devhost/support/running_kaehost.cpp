@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <sched.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -138,6 +139,15 @@ void TakeASmallStack() {
   const rlimit limit = {1 << 20, 1 << 20};
   if (setrlimit(RLIMIT_STACK, &limit) != 0) {
     Throw("limiting the stack");
+  }
+}
+
+// Flags that /proc may have are locked in a user namespace: a remount has to keep them.
+void MountReadOnly(const char* path) {
+  constexpr unsigned long kFlags = MS_RDONLY | MS_NOSUID | MS_NODEV | MS_NOEXEC;
+  if (unshare(CLONE_NEWNS) != 0 || mount(path, path, nullptr, MS_BIND | MS_REC, nullptr) != 0 ||
+      mount(nullptr, path, nullptr, MS_BIND | MS_REMOUNT | kFlags, nullptr) != 0) {
+    _exit(126);
   }
 }
 

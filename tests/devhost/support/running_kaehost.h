@@ -68,6 +68,10 @@ bool HasReadOnlyCoreFiles();
 // For `prepare`: leaves the process one mebibyte of stack, an eighth of what is usual.
 void TakeASmallStack();
 
+// For `prepare`: mounts the file or folder read-only, for this process alone; ends it where it
+// cannot.
+void MountReadOnly(const char* path);
+
 // For `prepare`: makes the process one of an ordinary user, which loses its last capability when
 // kaehost takes its place.
 void BecomeOrdinaryUser();

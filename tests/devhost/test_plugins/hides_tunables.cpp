@@ -7,8 +7,8 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
-    mount("none", "/proc/sys/net/core", "tmpfs", 0, nullptr);
-    WriteTunable("core/wmem_max", "1");
+    mount("none", "/proc/sys/net/ipv4", "tmpfs", 0, nullptr);
+    WriteTunable("ipv4/tcp_fin_timeout", "1");
     return request->SendSuccess(nullptr);
   }
 };

@@ -8,7 +8,7 @@ class Layer : public WorkingLayer {
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
     WriteTunable("ipv4/tcp_sack", "0");
     WriteTunable("ipv4/ip_local_port_range", "40000 50000");
-    WriteTunable("core/rmem_max", "5");
+    WriteTunable("ipv4/tcp_keepalive_time", "5");
     WriteTunable("ipv4/ip_forward", "1");
     return request->SendSuccess(nullptr);
   }
