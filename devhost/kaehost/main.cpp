@@ -37,11 +37,12 @@ int FailUsage(const CLI::App& app, const CLI::ParseError& error) {
                   "; see " + help);
 }
 
-// Where a standard stream is closed, the next file that is opened, a tunable perhaps, would take
-// its number and receive what is printed.
+// A file that is opened, perhaps a tunable, gets the number of a closed standard stream, and then
+// what is printed goes there. A path descriptor takes the number instead: reading and writing still
+// fail, as with the closed stream.
 void FillClosedStandardStreams() {
   int fd = 0;
-  while ((fd = open("/dev/null", O_RDWR)) >= STDIN_FILENO && fd <= STDERR_FILENO) {
+  while ((fd = open("/", O_PATH)) >= STDIN_FILENO && fd <= STDERR_FILENO) {
   }
   close(fd);
 }

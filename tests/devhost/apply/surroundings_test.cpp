@@ -210,12 +210,3 @@ TEST_F(Surroundings, OutputToAClosedPipeIsAFailureWhereItDoesNotKill) {
 TEST_F(Surroundings, OutputToAClosedPipeEndsItAsItEndsOtherCommands) {
   EXPECT_EQ(Apply(CloseTheReadersEnd).status, 128 + SIGPIPE);
 }
-
-TEST_F(Surroundings, ClosedStandardStreamsDoNotReachTheTunables) {
-  const Outcome run = Apply([] {
-    close(STDIN_FILENO);
-    close(STDOUT_FILENO);
-  });
-  EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.err, "");
-}
