@@ -42,9 +42,15 @@ void WriteFile(const std::string& path, const std::string& text) {
 pid_t Run(const std::string& program) {
   std::array<int, 2> until_exec = {};
   Check(pipe2(until_exec.data(), O_CLOEXEC) == 0, "pipe");
+  const pid_t parent = getpid();
   const pid_t child = fork();
   if (child == 0) {
+    // A program that gained capabilities would lose the signal.
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+      _exit(1);
+    }
     close_range(0, ~0U, CLOSE_RANGE_CLOEXEC);
     execl(program.c_str(), program.c_str(), nullptr);
     _exit(1);
