@@ -1,18 +1,12 @@
+# shellcheck shell=bash disable=SC2034  # variables for the scripts that source this
 # What ./check and scripts/check_deep have in common; sourced, in the repository's folder.
 set -euo pipefail
+. scripts/build.sh
 jobs=$(nproc)
 readonly jobs
 skipped=
 
 step() { printf '\n== %s (after %d:%02d)\n' "$*" $((SECONDS / 60)) $((SECONDS % 60)); }
-
-# Builds a preset, or only the given targets of it.
-build() {
-  local preset=$1
-  shift
-  cmake --preset "$preset" -DBUILD_TESTING=ON >/dev/null
-  cmake --build --preset "$preset" -j "$jobs" ${1:+--target} "$@" -- --quiet
-}
 
 # Runs the tests of a preset; tells the sum, what was skipped and, in full, what failed. Where nobody
 # reads along, a skipped test is a failure, whatever it was skipped by. Further arguments are ctest's.
@@ -30,8 +24,16 @@ run_tests() {
   skipped="; but some tests were SKIPPED, see above"
 }
 
+# Lints the shell scripts.
+lint_scripts() {
+  local scripts
+  mapfile -t scripts < <(grep -lrIE '^#!.*\bbash$|^# shellcheck shell=' \
+    run check measure .ci scripts tests schema)
+  shellcheck "${scripts[@]}"
+}
+
 # Lints the files of these folders (an alternation, as "layer|plugin") as the preset `clang` or
-# `fuzz` compiles them.
+# `asan` compiles them.
 lint() {
   local preset=$1 folders=$2 here
   # The name of the folder that we are in is no regular expression.
