@@ -61,9 +61,9 @@ void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
       ->add_flag("--live", target->live,
                  "On this machine's own tunables; stays until Ctrl-C or SIGTERM, then restores")
       ->excludes(netns);
-  CLI::Option* as_is =
-      apply->add_flag("--as-is", target->as_is,
-                      "Leave core/rmem_max and core/wmem_max read-only, as the kernel has them");
+  CLI::Option* as_is = apply->add_flag(
+      "--as-is", target->as_is,
+      "Leave core/rmem_max and core/wmem_max as the kernel has them, read-only or missing");
   apply
       ->add_flag("--whole-catalogue", target->whole_catalogue,
                  "Emulate the files that this kernel does not have, so that all are there")

@@ -26,7 +26,7 @@ std::optional<long long> Number(const std::string& text) {
 
 std::string AboutNoNumber(const std::string& text) {
   return Nearest(text) && errno == ERANGE
-             ? "is beyond what any kernel takes; write a number nearer to 0"
+             ? "is beyond what some kernels take; write a number nearer to 0"
              : "is no whole number to the kernel; write one";
 }
 

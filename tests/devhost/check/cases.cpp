@@ -43,11 +43,11 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_sack>1.5</tcp_sack>",
      "1:25: tcp_sack: \"1.5\" is no whole number to the kernel; write one"},
     {"<tcp_sack>99999999999999999999</tcp_sack>",
-     "1:25: tcp_sack: \"99999999999999999999\" is beyond what any kernel takes; write a number "
+     "1:25: tcp_sack: \"99999999999999999999\" is beyond what some kernels take; write a number "
      "nearer "
      "to 0"},
     {"<tcp_sack>-0xffffffffffffffffff</tcp_sack>",
-     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is beyond what any kernel takes; write a number "
+     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is beyond what some kernels take; write a number "
      "nearer to 0"},
     {"<tcp_sack>99999999999999999999.5</tcp_sack>",
      "1:25: tcp_sack: \"99999999999999999999.5\" is no whole number to the kernel; write one"},

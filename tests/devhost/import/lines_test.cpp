@@ -101,7 +101,7 @@ const std::vector<Case> kNotImported = {
      "net.ipv4.tcp_rmem: \"2147483648\" is more than a kernel takes; write a number up to "
      "2147483647"},
     {"net.ipv4.tcp_mem = 1 2 9223372036854775808",
-     "net.ipv4.tcp_mem: \"9223372036854775808\" is beyond what any kernel takes; write a number "
+     "net.ipv4.tcp_mem: \"9223372036854775808\" is beyond what some kernels take; write a number "
      "nearer to 0"},
     {"net.ipv4.tcp_sack = 99999999999999999999x", kSack + "\"99999999999999999999x\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 0 1", kSack + "2 values, but the tunable has 1; remove the extra values"},
