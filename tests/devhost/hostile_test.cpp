@@ -95,7 +95,7 @@ TEST_F(HostileDocument, OfEndlessLevelsIsRefused) {
 }
 
 TEST_F(HostileDocument, OfTenMillionUnknownElementsIsChecked) {
-  ExpectFindings(Repeated("<x>1</x>", kMany), "1001 findings");
+  ExpectFindings(Repeated("<x>1</x>", kMany), "more than 1000 findings");
 }
 
 TEST_F(HostileDocument, OfTenMillionLevelsIsChecked) {
@@ -104,5 +104,5 @@ TEST_F(HostileDocument, OfTenMillionLevelsIsChecked) {
 }
 
 TEST_F(HostileDocument, OfFiveMillionCommentsIsChecked) {
-  ExpectFindings(Repeated("<!---->\n", kMany / 2), "nothing to mend");
+  ExpectFindings(Repeated("<!---->\n", kMany / 2), "no findings");
 }

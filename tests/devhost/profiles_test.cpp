@@ -105,7 +105,7 @@ TEST(Profiles, LeaveTheKernelAsTheToolForThemDoes) {
     const std::set<std::string> keys = KeysOfTheCatalogue(profile);
     ASSERT_GT(keys.size(), 5U) << profile;
 
-    EXPECT_EQ(Kaehost({"check", document}).out, "kaehost: " + document + ": nothing to mend\n");
+    EXPECT_EQ(Kaehost({"check", document}).out, "kaehost: " + document + ": no findings\n");
 
     const std::string read = ReadCommand(keys);
     const Outcome apply = Kaehost(

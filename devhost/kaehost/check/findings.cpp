@@ -16,10 +16,7 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kRoot = "tcp-settings";
 
-// Nobody mends more at a time, and a document may have millions.
-constexpr std::size_t kMostFindings = 1000;
-
-// A sentence begins with the element's name, which may be of any length.
+// A sentence begins with the element's name, which can have any length.
 std::string NameOf(const kaml_content& element) {
   constexpr std::size_t kLongest = 64;
   return Shown(element.name, kLongest) + ": ";
@@ -30,14 +27,14 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
-// Answers what is to be done about a value, empty where it is well.
+// Returns what is wrong with a value and what to do, empty if nothing is wrong.
 std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   const std::string_view value = Trimmed(text);
   if (value.empty()) {
-    return "blank, which the kernel takes for no value; write one or remove the element";
+    return "only white space, which the kernel ignores; write a value or remove the element";
   }
   if (value.find_first_of(kBlanks) != std::string_view::npos) {
-    return Quoted(text) + " is more than one value; each has an element of its own";
+    return Quoted(text) + " is more than one value; write each in a separate element";
   }
   const std::optional<long long> number = Number(std::string(value));
   if (!number) {
@@ -47,18 +44,18 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
     return Quoted(text) + ' ' + sentence;
   }
   if (text != std::to_string(*number)) {
-    return Quoted(text) + " reaches the kernel as it is written; write " + std::to_string(*number);
+    return Quoted(text) + " is not in plain decimal form; write " + std::to_string(*number);
   }
   return "";
 }
 
-// Answers why the plug-in passes over an element that it knows, empty where it does not.
-std::string WhyPassedOver(const kaml_content& element) {
+// Returns why the plug-in ignores an element that it knows, empty if it does not.
+std::string WhyIgnored(const kaml_content& element) {
   if (element.first_child == nullptr) {
-    return "empty, so it is passed over; write a value or remove it";
+    return "empty, so the element is ignored; write a value or remove it";
   }
   if (element.first_child->type != kText) {
-    return "its first content is no text, so it is passed over; write nothing but the value";
+    return "the first content is not text, so the element is ignored; write only the value";
   }
   return "";
 }
@@ -87,8 +84,8 @@ std::vector<Finding> Search::Run(const Document& document) {
   }
   if (root->name != kRoot) {
     Add(root->begin, NameOf(*root) +
-                         "is no tcp-settings, so the request is left unanswered; name the "
-                         "outermost element tcp-settings");
+                         "not tcp-settings, so the request gets no reply; rename the root "
+                         "element to tcp-settings");
     return findings_;
   }
   LookAtAttributes(*root);
@@ -98,9 +95,10 @@ std::vector<Finding> Search::Run(const Document& document) {
     } else if (c->type == kText) {
       LookAtText(*c);
     }
-    if (findings_.size() >= kMostFindings && c->next != nullptr) {
+    if (findings_.size() > kMostFindings) {
+      findings_.resize(kMostFindings);
       Add(findings_.back().position,
-          "nothing is looked at from here on; mend what is found so far");
+          "more findings follow, which are not listed; fix those above first");
       break;
     }
   }
@@ -114,14 +112,14 @@ void Search::LookAtElement(const kaml_content& element) {
     Add(element.begin, name + AboutUnknownElement(element.name));
     return;
   }
-  if (const std::string why = WhyPassedOver(element); !why.empty()) {
+  if (const std::string why = WhyIgnored(element); !why.empty()) {
     Add(element.begin, name + why);
     return;
   }
   const auto [earlier, is_new] = seen_.try_emplace(entry->element, element.begin);
   if (!is_new) {
-    Add(element.begin, name + "named in line " + std::to_string(earlier->second.line) +
-                           " already, and the last one counts; remove one of the two");
+    Add(element.begin, name + "already named in line " + std::to_string(earlier->second.line) +
+                           "; the last one wins; remove one of the two");
     earlier->second = element.begin;
   }
   LookAtAttributes(element);
@@ -130,7 +128,7 @@ void Search::LookAtElement(const kaml_content& element) {
 
 void Search::LookAtAttributes(const kaml_content& element) {
   if (element.has_attributes) {
-    Add(element.begin, NameOf(element) + "attributes are passed over; remove them");
+    Add(element.begin, NameOf(element) + "attributes are ignored; remove them");
   }
 }
 
@@ -138,8 +136,8 @@ void Search::LookAtValue(const CatalogueEntry& entry, const kaml_content& elemen
   const std::string name = NameOf(element);
   const kaml_content& text = *element.first_child;
   if (text.next != nullptr) {
-    Add(element.begin, name + "what follows its first text, " + Quoted(text.text) +
-                           ", is passed over; write nothing but the value");
+    Add(element.begin,
+        name + "only the first text, " + Quoted(text.text) + ", counts; write only the value");
   }
   if (const std::string sentence = AboutValue(entry, text.text); !sentence.empty()) {
     Add(text.begin, name + sentence);
@@ -151,8 +149,7 @@ void Search::LookAtText(const kaml_content& text) {
   if (!words.empty()) {
     const std::string_view blanks(text.text.data(),
                                   static_cast<std::size_t>(words.data() - text.text.data()));
-    Add(EndOf(blanks, text.begin),
-        Quoted(words) + ": text between elements is passed over; remove it");
+    Add(EndOf(blanks, text.begin), Quoted(words) + ": text between elements is ignored; remove it");
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -7,14 +8,18 @@
 
 namespace devhost {
 
-// What is to be mended in a document, in one sentence that says what to do.
+// What is wrong in a document, and what to do, in one sentence.
 struct Finding {
   Position position;
   std::string sentence;
 };
 
-// Answers what of a document the plug-in would pass over, and which values are not as the kernel is
-// to have them, in the order of the file.
+// A document can have millions of findings. At most this many are returned.
+constexpr std::size_t kMostFindings = 1000;
+
+// Returns, in the order of the file, what the plug-in ignores in a document, and which values are
+// out of range or not plain decimal numbers. If there are more than kMostFindings, one more
+// says so.
 std::vector<Finding> FindingsIn(const Document& document);
 
 }  // namespace devhost

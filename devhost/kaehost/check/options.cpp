@@ -1,4 +1,4 @@
-// kaehost check: what is to be mended in documents, without applying them.
+// kaehost check: checks documents without applying them.
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -17,21 +17,26 @@ namespace devhost {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Findings come as FILE:LINE:COLUMN: what is wrong and what to do, for
-  elements that the plug-in does not know or passes over, or that are there twice
-  text between elements
-  values that are no whole numbers, more than any kernel takes, or not written in decimal
-  whatever else the schema of documents does not allow
-Of what is no well-formed XML, or more than a document may be, standard error tells the line.
+    R"(Standard output lists each finding as
+FILE:LINE:COLUMN: element: what is wrong; what to do
+Findings are
+  elements that the plug-in does not know, or ignores, or that are there twice
+  attributes, and text between elements
+  values that are not integers, are out of range, or not in plain decimal form
+  anything else that the schema of documents does not allow
+After 1,000 findings the rest of a document is not checked. If a document cannot
+be read, is not well-formed XML or exceeds a limit, standard error shows why and
+in which line.
 
 Examples:
   kaehost check low-latency.xml
   kaehost check --quiet *.xml && echo clean
 
 Exit status:
-  0   nothing is to be mended
+  0   no findings
   1   there are findings
-  2   the command line is bad, or a document cannot be read or is no well-formed XML)";
+  2   the command line is bad, or a document cannot be read, is not well-formed
+      XML or exceeds a limit)";
 
 struct Options {
   std::vector<std::string> documents;
@@ -39,7 +44,7 @@ struct Options {
   bool quiet = false;
 };
 
-// The schema is the last net: what is found without it is told in better words.
+// The schema comes last: other findings have better sentences.
 CheckResult Check(const std::string& path) try {
   const Document document = Document::Read(path);
   CheckResult result = {path, "", FindingsIn(document)};
@@ -79,8 +84,7 @@ int CheckAll(const Options& options) {
 
 void AddCheck(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* check =
-      app.add_subcommand("check", "Say what is to be mended in documents, without applying them");
+  CLI::App* check = app.add_subcommand("check", "Check documents without applying them");
   check->footer(kFooter);
   check->add_option("DOCUMENT", options->documents, "XML file")->required();
   CLI::Option* json = check->add_flag("--json", options->json, "Print one JSON document instead");

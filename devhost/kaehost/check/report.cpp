@@ -19,9 +19,10 @@ void Tell(const CheckResult& result, bool quiet) {
   if (!quiet) {
     const std::size_t count = result.findings.size();
     Out() << "kaehost: " << result.document << ": "
-          << (count == 0   ? "nothing to mend"
-              : count == 1 ? "1 finding"
-                           : std::to_string(count) + " findings")
+          << (count == 0               ? "no findings"
+              : count == 1             ? "1 finding"
+              : count <= kMostFindings ? std::to_string(count) + " findings"
+                                       : "more than " + std::to_string(kMostFindings) + " findings")
           << '\n';
   }
 }

@@ -8,18 +8,18 @@
 
 namespace devhost {
 
-// What was found in a document.
+// The result of checking one document.
 struct CheckResult {
   std::string document;
-  std::string error;  // why it cannot be read; empty where it can
+  std::string error;  // why it cannot be read; empty if it can
   std::vector<Finding> findings;
 };
 
-// Tells it to people: findings on standard output, an error on standard error. `quiet` leaves out
-// the count of findings.
+// Prints it for people: findings on standard output, an error on standard error. `quiet` leaves out
+// the number of findings.
 void Tell(const CheckResult& result, bool quiet);
 
-// Answers the same as a JSON object.
+// Returns the same as a JSON object.
 Json ToJson(const CheckResult& result);
 
 }  // namespace devhost

@@ -34,16 +34,16 @@ Grammar NewGrammar() {
   return Grammar(NotNull(xmlRelaxNGParse(parser.get())));
 }
 
-// The position of a finding until it is known.
+// The position of a finding whose position is not known yet.
 constexpr Position kNowhere = {1, 1};
 
-// Below a value's element the schema allows nothing, so how it goes on there does not matter.
+// The schema allows no elements below a value's element, so deeper levels need not be copied.
 constexpr int kLevels = 2;
 
 const xmlChar* Chars(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 
-// Adds the element as the library has elements, with all of its text in one piece. Where it stands
-// among elements does not matter to the schema, and comments have no part in it.
+// Adds a copy of the element as a node of the XML library, with all of its text in one node. The
+// schema does not look at comments, nor at the position of text among elements.
 void AddCopy(xmlNode* parent, const kaml_content& element, int levels) {
   xmlNode* copy = xmlAddChild(parent, NotNull(xmlNewNode(nullptr, Chars(element.name))));
   copy->_private = const_cast<kaml_content*>(&element);
@@ -72,13 +72,14 @@ Tree NewTree(const Document& document) {
   return tree;
 }
 
-// The first sentence of the library says the most; where it is only a further one may know.
+// Keeps the first sentence of the library, which explains the most. If it has no position, a later
+// one may have it.
 void TakeError(void* findings, xmlErrorPtr error) {
   auto& found = *static_cast<std::vector<Finding>*>(findings);
   if (found.empty()) {
     std::string sentence = error->message;
     sentence.erase(sentence.find_last_not_of('\n') + 1);
-    found.push_back({kNowhere, sentence + "; write the element as the schema has it"});
+    found.push_back({kNowhere, sentence + "; write the element as the schema requires"});
   }
   const auto* node = static_cast<const xmlNode*>(error->node);
   if (found[0].position.line == kNowhere.line && node != nullptr && node->_private != nullptr) {

@@ -6,8 +6,8 @@
 
 namespace devhost {
 
-// Answers the first thing in a document that the schema does not allow, in the words of the
-// schema's library, which say little: for documents in which nothing else is found.
+// Returns the first error that validation against the schema finds. Its sentence comes from the XML
+// library and explains little, so this is for documents without other findings.
 std::vector<Finding> FindingsOfSchema(const Document& document);
 
 }  // namespace devhost

@@ -11,9 +11,9 @@ namespace devhost {
 namespace {
 
 constexpr std::size_t kLongestName = 64;
-constexpr std::size_t kFarthest = 3;  // letters to be changed in what may have been meant
+constexpr std::size_t kFarthest = 3;  // letters that differ from the name that was meant
 
-// The number of letters to insert, remove or replace until one is the other.
+// Returns how many letters to insert, remove or replace to make one name from the other.
 std::size_t Distance(std::string_view one, std::string_view other) {
   std::vector<std::size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), 0);
@@ -28,8 +28,8 @@ std::size_t Distance(std::string_view one, std::string_view other) {
   return row.back();
 }
 
-// The name as the catalogue would write it: without a prefix, folders as in "net.ipv4." among them,
-// and in small letters.
+// Returns the name as the catalogue writes names: in lower case, and without a prefix such as an
+// XML prefix or "net.ipv4.".
 std::string Plain(std::string_view name) {
   std::string plain(name.substr(name.find_last_of(".:") + 1));
   std::transform(plain.begin(), plain.end(), plain.begin(), [](unsigned char letter) {
@@ -38,7 +38,7 @@ std::string Plain(std::string_view name) {
   return plain;
 }
 
-// The elements whose file bears the name.
+// Returns the elements of the tunable with this name.
 std::string ElementsOfFile(std::string_view name) {
   std::string elements;
   for (const CatalogueEntry& entry : Catalogue()) {
@@ -70,8 +70,8 @@ std::string AboutUnknownElement(std::string_view name) {
     meant = ElementsOfFile(plain);
     meant = meant.empty() ? Nearest(plain) : meant;
   }
-  return meant.empty() ? "unknown element, which is passed over; remove it"
-                       : "unknown element, did you mean " + meant + "?";
+  return meant.empty() ? "unknown element; it is ignored; remove it"
+                       : "unknown element; did you mean " + meant + "?";
 }
 
 }  // namespace devhost

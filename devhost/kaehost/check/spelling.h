@@ -5,9 +5,8 @@
 
 namespace devhost {
 
-// Answers what to do about the name of an element that the plug-in does not know, the nearest known
-// name offered where there is one that may have been meant: "unknown element, did you mean
-// tcp_sack?"
+// Returns a sentence on an element that the plug-in does not know. It suggests the element that was
+// probably meant, if there is one: "unknown element; did you mean tcp_sack?"
 std::string AboutUnknownElement(std::string_view name);
 
 }  // namespace devhost

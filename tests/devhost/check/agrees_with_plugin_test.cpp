@@ -21,12 +21,12 @@ using testing::Not;
 
 namespace {
 
-bool IsPassedOver(const std::string& finding) {
+bool IsIgnored(const std::string& finding) {
   return finding.find("unknown element") != std::string::npos ||
-         finding.find("so it is passed over") != std::string::npos;
+         finding.find("so the element is ignored") != std::string::npos;
 }
 
-// An element as it should be, or in one of the ways in which the plug-in passes over it.
+// Returns an element as it should be, or in one of the ways in which the plug-in ignores it.
 std::string InOneOfSomeWays(const CatalogueEntry& entry, std::size_t way) {
   const std::string name = entry.element;
   const std::string value = entry.default_value;
@@ -39,7 +39,7 @@ std::string InOneOfSomeWays(const CatalogueEntry& entry, std::size_t way) {
   return ways[way % std::size(ways)];
 }
 
-// The elements that the plug-in tells that it sets.
+// Returns the elements that the plug-in sets, as its lines show.
 std::set<std::string> SetByThePlugIn(const std::string& document) {
   const std::string mark = "Setting new value - ";
   std::set<std::string> elements;
@@ -52,12 +52,12 @@ std::set<std::string> SetByThePlugIn(const std::string& document) {
   return elements;
 }
 
-// The lines of a document in which something is found that is passed over.
-std::set<int> LinesPassedOver(const std::string& document) {
+// Returns the lines of a document in which an ignored element is found.
+std::set<int> IgnoredLines(const std::string& document) {
   std::set<int> lines;
   const json told = json::parse(Kaehost({"check", "--json", document}).out);
   for (const json& finding : told["documents"][0]["findings"]) {
-    if (IsPassedOver(finding["sentence"])) {
+    if (IsIgnored(finding["sentence"])) {
       lines.insert(finding["line"].get<int>());
     }
   }
@@ -76,7 +76,7 @@ TEST_F(CheckAndPlugIn, AgreeInEveryKindOfFinding) {
     const std::string xml = c.Document();
     const bool set = !SetByThePlugIn(folder_.Write("document.xml", xml)).empty();
     const bool names_an_element = xml.find("</tcp_") != std::string::npos;
-    EXPECT_EQ(set, names_an_element && !IsPassedOver(c.finding)) << xml;
+    EXPECT_EQ(set, names_an_element && !IsIgnored(c.finding)) << xml;
   }
 }
 
@@ -87,10 +87,10 @@ TEST_F(CheckAndPlugIn, AgreeInEveryElement) {
       xml += InOneOfSomeWays(Catalogue()[i], i + shift) + '\n';
     }
     const std::string document = folder_.Write("document.xml", xml + "</tcp-settings>\n");
-    const std::set<int> passed_over = LinesPassedOver(document);
+    const std::set<int> ignored = IgnoredLines(document);
     std::set<std::string> expected;
     for (std::size_t i = 0; i < Catalogue().size(); ++i) {
-      if (!passed_over.contains(static_cast<int>(i) + 2)) {
+      if (!ignored.contains(static_cast<int>(i) + 2)) {
         expected.insert(Catalogue()[i].element);
       }
     }
@@ -99,7 +99,7 @@ TEST_F(CheckAndPlugIn, AgreeInEveryElement) {
   }
 }
 
-// Where a number is found to be too large, no kernel takes it.
+// If a number is found to be too large, the kernel does not accept it.
 TEST_F(CheckAndPlugIn, AgreeWithTheKernelInNumbersThatAreTooLarge) {
   std::string xml = "<tcp-settings>";
   for (const CatalogueEntry& entry : Catalogue()) {

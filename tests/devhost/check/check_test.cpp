@@ -11,8 +11,9 @@
 #include "tests/devhost/support/temp_folder.h"
 
 using nlohmann::json;
+using testing::ContainsRegex;
 using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -44,8 +45,8 @@ TEST_F(Check, LooksAtEveryDocument) {
   const Outcome run = Kaehost({"check", missing, bad, good});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "kaehost: " + missing + ": cannot be read: No such file or directory\n");
-  EXPECT_THAT(run.out, HasSubstr("kaehost: " + bad + ": 1 finding\nkaehost: " + good +
-                                 ": nothing to mend\n"));
+  EXPECT_THAT(run.out,
+              HasSubstr("kaehost: " + bad + ": 1 finding\nkaehost: " + good + ": no findings\n"));
   EXPECT_EQ(Kaehost({"check", bad, good}).status, 1);
 }
 
@@ -58,30 +59,31 @@ TEST_F(Check, ReadsAPipeToo) {
   const Outcome run = Kaehost({"check", "/dev/stdin"}, [ends] { dup2(ends[0], STDIN_FILENO); });
   close(ends[0]);
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("/dev/stdin:1:15: tcp_sack: attributes are passed over"));
+  EXPECT_THAT(run.out, HasSubstr("/dev/stdin:1:15: tcp_sack: attributes are ignored"));
 }
 
 TEST_F(Check, QuietTellsFindingsOnly) {
   const std::string bad = folder_.Write("bad.xml", "<tcp-settings><x/></tcp-settings>");
   const std::string good = folder_.Write("good.xml", "<tcp-settings/>");
   const Outcome run = Kaehost({"check", "--quiet", good, bad});
-  EXPECT_EQ(run.out, bad + ":1:15: x: unknown element, which is passed over; remove it\n");
+  EXPECT_EQ(run.out, bad + ":1:15: x: unknown element; it is ignored; remove it\n");
 }
 
 TEST_F(Check, JsonTellsAllOfIt) {
-  const std::string bad = folder_.Write("bad.xml", "<tcp-settings>\n<x/></tcp-settings>");
+  const std::string bad = folder_.Write("bad.xml", "<tcp-settings>\n  <x/></tcp-settings>");
   const std::string missing = folder_.Path("missing.xml");
   const Outcome run = Kaehost({"check", "--json", bad, missing});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "");
-  const json told = json::parse(run.out);
-  EXPECT_EQ(told["status"], 2);
-  EXPECT_EQ(told["documents"][0]["document"], bad);
-  EXPECT_EQ(told["documents"][0]["error"], nullptr);
-  EXPECT_EQ(told["documents"][0]["findings"], json::parse(R"([{"line": 2, "column": 1,
-      "sentence": "x: unknown element, which is passed over; remove it"}])"));
-  EXPECT_EQ(told["documents"][1]["error"], missing + ": cannot be read: No such file or directory");
-  EXPECT_THAT(told["documents"][1]["findings"], IsEmpty());
+  EXPECT_EQ(json::parse(run.out), json::parse(R"({
+      "documents": [
+        {"document": ")" + bad + R"(", "error": null, "findings": [
+          {"line": 2, "column": 3, "sentence": "x: unknown element; it is ignored; remove it"}]},
+        {"document": ")" + missing + R"(", "error": ")" +
+                                              missing +
+                                              R"(: cannot be read: No such file or directory",
+         "findings": []}],
+      "status": 2})"));
 }
 
 TEST_F(Check, NeedsADocument) {
@@ -93,8 +95,7 @@ TEST_F(Check, NeedsADocument) {
 TEST_F(Check, IsExplainedByItsHelp) {
   const Outcome run = Kaehost({"check", "--help"});
   EXPECT_EQ(run.status, 0);
-  EXPECT_THAT(run.out, HasSubstr("\nOf what is no well-formed XML, or more than a document may be, "
-                                 "standard error tells the line.\n"));
+  EXPECT_THAT(run.out, Not(ContainsRegex("[^\n]{81}")));
   EXPECT_THAT(run.out, HasSubstr("--json"));
   EXPECT_THAT(run.out, HasSubstr("--quiet"));
   EXPECT_THAT(run.out, HasSubstr("\nExit status:\n  0  "));

@@ -34,9 +34,9 @@ class Findings : public testing::Test {
   const std::string path_ = folder_.Path("document.xml");
 };
 
-// Whether a finding is of a kind that the schema cannot have: of attributes and comments it gets to
-// see nothing, and to it a number may be of any size.
-bool IsBesidesTheSchema(const CheckCase& c) {
+// Whether the schema cannot have the finding: it does not see attributes and comments, and allows
+// numbers of any size.
+bool IsOutsideTheSchema(const CheckCase& c) {
   const std::string finding = c.finding;
   const std::string inside = c.inside;
   return finding.find(": attributes are") != std::string::npos ||
@@ -45,13 +45,21 @@ bool IsBesidesTheSchema(const CheckCase& c) {
          inside.find(">99999999999999999999<") != std::string::npos;
 }
 
+std::string Repeated(const std::string& text, std::size_t times) {
+  std::string all;
+  while (times-- > 0) {
+    all += text;
+  }
+  return all;
+}
+
 }  // namespace
 
 TEST_F(Findings, SayWhereWhatIsWrongAndWhatToDo) {
   for (const CheckCase& c : kCheckCases) {
     const Outcome run = Of(c.Document());
     const bool clean = *c.finding == '\0';
-    EXPECT_EQ(run.out, clean ? "kaehost: " + path_ + ": nothing to mend\n"
+    EXPECT_EQ(run.out, clean ? "kaehost: " + path_ + ": no findings\n"
                              : path_ + ':' + c.finding + "\nkaehost: " + path_ + ": 1 finding\n")
         << c.inside;
     EXPECT_EQ(run.status, clean ? 0 : 1) << c.inside;
@@ -75,14 +83,14 @@ TEST_F(Findings, ComeInTheOrderOfTheFile) {
 TEST_F(Findings, BeginWithAForeignRoot) {
   EXPECT_EQ(Of("<!-- x -->\n<udp-settings><tcp_sack>0</tcp_sack></udp-settings>").out,
             path_ +
-                ":2:1: udp-settings: is no tcp-settings, so the request is left unanswered; name "
-                "the outermost element tcp-settings\nkaehost: " +
+                ":2:1: udp-settings: not tcp-settings, so the request gets no reply; rename "
+                "the root element to tcp-settings\nkaehost: " +
                 path_ + ": 1 finding\n");
 }
 
 TEST_F(Findings, HaveAttributesOfTheRoot) {
   EXPECT_THAT(Of("<tcp-settings version='1'><tcp_sack>0</tcp_sack></tcp-settings>").out,
-              HasSubstr(":1:1: tcp-settings: attributes are passed over; remove them\n"));
+              HasSubstr(":1:1: tcp-settings: attributes are ignored; remove them\n"));
 }
 
 TEST_F(Findings, AreNoneInADocumentOfAllElements) {
@@ -96,7 +104,7 @@ TEST_F(Findings, AreNoneInADocumentOfAllElements) {
 
 TEST_F(Findings, HaveAttributesBesideOthers) {
   EXPECT_THAT(Of("<tcp-settings>\n<tcp_sack a='b'>on</tcp_sack>\n</tcp-settings>").out,
-              HasSubstr(":2:1: tcp_sack: attributes are passed over; remove them\n"));
+              HasSubstr(":2:1: tcp_sack: attributes are ignored; remove them\n"));
 }
 
 TEST_F(Findings, StandWhereALongTagBegins) {
@@ -108,28 +116,74 @@ TEST_F(Findings, StandWhereALongTagBegins) {
         std::pair{"<![CDATA[\n]]>", "2:4"}}) {
     EXPECT_THAT(
         Of("<tcp-settings>" + std::string(before) + tag + "0</tcp_sack></tcp-settings>").out,
-        HasSubstr(path_ + ':' + place + ": tcp_sack: attributes are passed over"))
+        HasSubstr(path_ + ':' + place + ": tcp_sack: attributes are ignored"))
         << before;
   }
 }
 
 TEST_F(Findings, ShowLongNamesCut) {
   EXPECT_THAT(Of("<tcp-settings><" + std::string(65, 'x') + "/></tcp-settings>").out,
-              HasSubstr(":1:15: " + std::string(64, 'x') + "...: unknown element, which is"));
+              HasSubstr(":1:15: " + std::string(64, 'x') + "...: unknown element; it is"));
 }
 
-TEST_F(Findings, EndWhereNobodyWouldReadOn) {
-  std::string elements;
-  for (int i = 0; i < 1000; ++i) {
-    elements += "<x/>\n";
+TEST_F(Findings, AreAllListedUpToAThousand) {
+  const std::string xml =
+      "<tcp-settings>" + Repeated("<x/>\n", 1000) + "<tcp_ecn>0</tcp_ecn></tcp-settings>";
+  EXPECT_THAT(Of(xml).out, EndsWith("\n" + path_ + ":1000:1: x: unknown element; it is ignored; " +
+                                    "remove it\nkaehost: " + path_ + ": 1000 findings\n"));
+}
+
+TEST_F(Findings, AreCutAfterAThousand) {
+  const std::string end = "\n" + path_ + ":1000:1: x: unknown element; it is ignored; remove it\n" +
+                          path_ +
+                          ":1000:1: more findings follow, which are not listed; fix those above "
+                          "first\nkaehost: " +
+                          path_ + ": more than 1000 findings\n";
+  const std::string thousand = "<tcp-settings>" + Repeated("<x/>\n", 1000);
+  EXPECT_THAT(Of(thousand + "<x/></tcp-settings>").out, EndsWith(end));
+  EXPECT_THAT(Of(thousand + "words<x/><x/></tcp-settings>").out, EndsWith(end));
+}
+
+// The second element of line 1000 has four findings.
+TEST_F(Findings, AreCutWithinAnElementToo) {
+  const std::string out = Of("<tcp-settings><tcp_ecn>0</tcp_ecn>" + Repeated("<x/>\n", 999) +
+                             "<tcp_ecn a='b'>on<!-- --></tcp_ecn></tcp-settings>")
+                              .out;
+  EXPECT_THAT(out, HasSubstr(":1000:1: tcp_ecn: already named in line 1; the last one wins; remove "
+                             "one of the two\n" +
+                             path_ + ":1000:1: more findings follow"));
+}
+
+TEST_F(Findings, OfDuplicatesNameTheLineOfTheOneDirectlyBefore) {
+  const std::string out =
+      Of("<tcp-settings>" + Repeated("<tcp_sack>0</tcp_sack>\n", 3) + "</tcp-settings>").out;
+  EXPECT_THAT(out, HasSubstr(":2:1: tcp_sack: already named in line 1; "));
+  EXPECT_THAT(out, HasSubstr(":3:1: tcp_sack: already named in line 2; "));
+}
+
+TEST_F(Findings, OfDuplicatesDoNotCountIgnoredElements) {
+  for (const char* ignored : {"<tcp_sack/>", "<tcp_sack><!-- -->1</tcp_sack>", "<Tcp_sack/>"}) {
+    EXPECT_THAT(
+        Of("<tcp-settings>" + std::string(ignored) + "\n<tcp_sack>0</tcp_sack></tcp-settings>").out,
+        EndsWith(": 1 finding\n"))
+        << ignored;
   }
-  const std::string all = Of("<tcp-settings>\n" + elements + "</tcp-settings>").out;
-  EXPECT_THAT(all,
-              HasSubstr(":1001:1: x: unknown element, which is passed over; remove it\n" + path_ +
-                        ":1001:1: nothing is looked at from here on; mend what is "
-                        "found so far\n"));
-  EXPECT_THAT(Of("<tcp-settings>\n" + elements + "<x/></tcp-settings>").out,
-              EndsWith("kaehost: " + path_ + ": 1001 findings\n"));
+}
+
+TEST_F(Findings, HaveNegativeNumbersOfAllElementsExceptOne) {
+  std::string all = "<tcp-settings>";
+  std::string expected;
+  int line = 1;
+  for (const devhost::CatalogueEntry& entry : devhost::Catalogue()) {
+    const std::string name = entry.element;
+    all += "\n<" + name + ">-1</" + name + '>';
+    ++line;
+    if (name != "tcp_adv_win_scale") {
+      expected += path_ + ':' + std::to_string(line) + ':' + std::to_string(name.size() + 3) +
+                  ": " + name + ": \"-1\" is negative; write a number from 0 up\n";
+    }
+  }
+  EXPECT_EQ(Of(all + "</tcp-settings>").out, expected + "kaehost: " + path_ + ": 56 findings\n");
 }
 
 TEST_F(Findings, AreNoneInTheExamples) {
@@ -145,10 +199,10 @@ TEST_F(Findings, AreNoneInTheExamples) {
   EXPECT_GE(examples, 3);
 }
 
-// The schema is asked last, where nothing else is found; so it is held to what else is.
+// The schema comes last, if there are no other findings. So it must have the other findings too.
 TEST_F(Findings, OfTheSchemaAreThoseThatItCanHave) {
   for (const CheckCase& c : kCheckCases) {
-    const bool wanted = *c.finding != '\0' && !IsBesidesTheSchema(c);
+    const bool wanted = *c.finding != '\0' && !IsOutsideTheSchema(c);
     EXPECT_THAT(OfSchema(c.Document()), SizeIs(wanted ? 1 : 0)) << c.inside;
   }
   EXPECT_THAT(OfSchema("<udp-settings/>"), SizeIs(1));
@@ -161,10 +215,11 @@ TEST_F(Findings, OfTheSchemaSayWhere) {
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].position.line, 2);
   EXPECT_EQ(found[0].position.column, 3);
-  EXPECT_THAT(found[0].sentence, ContainsRegex("^[^\n]+; write the element as the schema has it$"));
+  EXPECT_THAT(found[0].sentence,
+              ContainsRegex("^[^\n]+; write the element as the schema requires$"));
 }
 
-// The library names one of the two, and the place is that one's.
+// The library names one of the two. The position must be that one's.
 TEST_F(Findings, OfTheSchemaSayWhereInALineOfSeveralElements) {
   const std::vector<devhost::Finding> found =
       OfSchema("<tcp-settings><tcp_sack>on</tcp_sack><tcp_ecn>on</tcp_ecn></tcp-settings>");
