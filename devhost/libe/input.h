@@ -3,18 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <string>
-#include <string_view>
 
 #include "devhost/libe/document.h"
 
 namespace devhost {
-
-using namespace std::string_view_literals;
 
 // The bytes of a document, from a file, a pipe or a device. Its limits bound time and memory for
 // any input, and are far above real documents. A folder can be opened, but reading it fails. Throws
@@ -66,7 +62,7 @@ class Input {
 
   // The parser compares with markup only what it has: it takes "<![CD" at the end of a piece for a
   // tag, and does not see "]]>" in a text in two pieces. So each piece but the last one is full,
-  // and does not end in "]", in UTF-16 neither.
+  // and does not end in "]": it is cut by pairs of bytes, which are characters in UTF-16.
   std::size_t Fill(char* buffer, std::size_t size) {
     std::size_t count = held_.copy(buffer, size);
     while (count < size && !is_at_end_) {
@@ -77,11 +73,13 @@ class Input {
       count += static_cast<std::size_t>(more);
       is_at_end_ = more == 0;
     }
-    const std::string_view piece(buffer, count);
-    const std::size_t brackets = count - 1 - piece.find_last_not_of("]\0"sv);
-    held_ =
-        is_at_end_ || count <= kMaxHeld ? "" : piece.substr(count - std::min(brackets, kMaxHeld));
-    return count - held_.size();
+    std::size_t end = count;
+    while (!is_at_end_ && end > kMaxHeld && count - end < kMaxHeld &&
+           (buffer[end - 1] == ']' || buffer[end - 2] == ']')) {
+      end -= 2;
+    }
+    held_.assign(buffer + end, count - end);
+    return end;
   }
 
   [[noreturn]] void ThrowUnreadable() const {

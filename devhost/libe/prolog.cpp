@@ -38,7 +38,6 @@ void Prolog::Add(std::string_view bytes) {
   if (bytes_ == 0) {
     DetectEncoding(bytes);
     bytes.remove_prefix(mark_size_);
-    bytes_ = mark_size_;
   }
   if (!is_over_) {
     Parse(PlainText(bytes), false);

@@ -19,6 +19,7 @@
 namespace devhost {
 namespace {
 
+constexpr std::size_t kParsersNames = 3;  // which its dictionary begins with, such as "xmlns"
 constexpr const char* kNoXml = "cannot be read as XML: ";
 
 const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
@@ -54,9 +55,6 @@ class Reading {
   Position BeginOfTag() const;
   Position Here() const { return {parser_->input->line, parser_->input->col}; }
   int Line() const { return parser_->input->line; }
-  std::size_t Names() const {
-    return static_cast<std::size_t>(xmlDictSize(parser_->dict) - names_at_start_);
-  }
 
   const Limits limits_;
   Input input_;
@@ -65,7 +63,6 @@ class Reading {
   Position end_of_last_ = {1, 1};  // of the last part; inside the root, the next one begins here
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
-  const int names_at_start_ = xmlDictSize(parser_->dict);
 };
 
 void Reading::Run() {
@@ -169,7 +166,8 @@ void Reading::TryPart(void* reading, Step step) {
 int Reading::Read(void* reading, char* buffer, int size) {
   std::size_t count = 0;
   Try(reading, [&](Reading& self) {
-    if (self.Names() > self.limits_.names) {
+    const int names = xmlDictSize(self.parser_->dict);
+    if (static_cast<std::size_t>(names) > self.limits_.names + kParsersNames) {
       self.input_.Refuse(self.Line(), "the document has more than " +
                                           std::to_string(self.limits_.names >> 10) +
                                           " Ki different names; split it into several");

@@ -92,8 +92,9 @@ std::vector<std::string> DocumentsWithNames(int count) {
     attributes += "<a " + name + "=''/>";
     instructions += "<?" + name + "?>";
   }
-  return {"<r>\n" + elements + "</r>", "<r>\n" + attributes + "</r>",
-          "<r>\n" + instructions + "</r>", "\n" + instructions + "<r/>"};
+  const std::string rest(10'000, ' ');  // which is read when all names are known
+  return {"<r>\n" + elements + rest + "</r>", "<r>\n" + attributes + rest + "</r>",
+          "<r>\n" + instructions + rest + "</r>", "\n" + instructions + rest + "<r/>"};
 }
 
 }  // namespace

@@ -236,11 +236,12 @@ TEST_F(XmlWellFormed, EncodingInWhichAsciiIsSomethingElseIsRefused) {
 }
 
 TEST_F(XmlWellFormed, EndOfCdataInATextIsFoundWhereverTheParserStops) {
-  for (std::size_t size = 3'980; size < 4'010; ++size) {
+  for (std::size_t size = 3'980; size < 4'000; ++size) {  // it reads 4000 bytes at a time
     const std::string text(size, 'x');
     EXPECT_NE(ErrorOf("<a>" + text + "]]></a>"), "") << size;
-    EXPECT_NE(ErrorOf(BigEndian("<a>" + text.substr(size / 2) + "]]></a>")), "") << size;
-    EXPECT_NE(ErrorOf(LittleEndian("<a>" + text.substr(size / 2) + "]]></a>")), "") << size;
+    EXPECT_NE(ErrorOf("<a>" + text + "]]]]]]]]]]]>>>>>>>></a>"), "") << size;
+    EXPECT_NE(ErrorOf(BigEndian("<a>" + text + "]]></a>")), "") << size;
+    EXPECT_NE(ErrorOf(LittleEndian("<a>" + text + "]]></a>")), "") << size;
     EXPECT_EQ(ErrorOf("<a>" + text + "]]]] ></a>"), "") << size;
   }
   EXPECT_THAT(NodesOf("<a>" + std::string(20'000, ']') + "</a>"),
