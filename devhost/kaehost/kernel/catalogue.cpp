@@ -83,16 +83,16 @@ const CatalogueEntry* FindInCatalogue(std::string_view element) {
 std::string AboutNumber(const CatalogueEntry& entry, long long number) {
   const bool may_be_negative = entry.element == "tcp_adv_win_scale"sv;
   if (number < 0 && !may_be_negative) {
-    return "is negative; write a number from 0 up";
+    return "is negative; write 0 or more";
   }
   // Kernels keep pages of memory in a long, all else in an int or less.
   using Int = std::numeric_limits<int>;
   const bool is_long = entry.file == "ipv4/tcp_mem"sv;
   if (!is_long && number > Int::max()) {
-    return "is more than a kernel takes; write a number up to " + std::to_string(Int::max());
+    return "is more than any kernel accepts; write a number up to " + std::to_string(Int::max());
   }
   if (number < Int::min()) {
-    return "is less than a kernel takes; write a number from " + std::to_string(Int::min()) + " up";
+    return "is less than any kernel accepts; write " + std::to_string(Int::min()) + " or more";
   }
   return "";
 }

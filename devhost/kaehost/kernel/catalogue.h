@@ -22,8 +22,8 @@ std::span<const CatalogueEntry> Catalogue();
 // Answers the entry of the element, null for a name that the plug-in does not know.
 const CatalogueEntry* FindInCatalogue(std::string_view element);
 
-// Answers why no kernel takes the number there and what to do about it, empty where some kernel
-// may. Many kernels are narrower: what they make of it shows when it is applied.
+// Returns why no kernel accepts the number for this entry and what to do, empty if some kernel may
+// accept it. Many kernels accept less; `kaehost apply` shows what this kernel does with the number.
 std::string AboutNumber(const CatalogueEntry& entry, long long number);
 
 }  // namespace devhost

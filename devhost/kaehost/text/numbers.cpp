@@ -26,8 +26,8 @@ std::optional<long long> Number(const std::string& text) {
 
 std::string AboutNoNumber(const std::string& text) {
   return Nearest(text) && errno == ERANGE
-             ? "is beyond what some kernels take; write a number nearer to 0"
-             : "is no whole number to the kernel; write one";
+             ? "is out of range for some kernels; write a number closer to 0"
+             : "is not an integer to the kernel; write one";
 }
 
 }  // namespace devhost

@@ -42,17 +42,17 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_sack>0</tcp_sack>\xc3\xa4\xc3\xb6 <!-- -->",
      "1:37: \"\xc3\xa4\xc3\xb6\": text between elements is ignored; remove it"},
     {"<tcp_sack>on</tcp_sack>",
-     "1:25: tcp_sack: \"on\" is no whole number to the kernel; write one"},
+     "1:25: tcp_sack: \"on\" is not an integer to the kernel; write one"},
     {"<tcp_sack>1.5</tcp_sack>",
-     "1:25: tcp_sack: \"1.5\" is no whole number to the kernel; write one"},
+     "1:25: tcp_sack: \"1.5\" is not an integer to the kernel; write one"},
     {"<tcp_sack>99999999999999999999</tcp_sack>",
-     "1:25: tcp_sack: \"99999999999999999999\" is beyond what some kernels take; write a number "
-     "nearer to 0"},
+     "1:25: tcp_sack: \"99999999999999999999\" is out of range for some kernels; write a number "
+     "closer to 0"},
     {"<tcp_sack>-0xffffffffffffffffff</tcp_sack>",
-     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is beyond what some kernels take; write a number "
-     "nearer to 0"},
+     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is out of range for some kernels; write a number "
+     "closer to 0"},
     {"<tcp_sack>99999999999999999999.5</tcp_sack>",
-     "1:25: tcp_sack: \"99999999999999999999.5\" is no whole number to the kernel; write one"},
+     "1:25: tcp_sack: \"99999999999999999999.5\" is not an integer to the kernel; write one"},
     {"<tcp_sack> 1\n</tcp_sack>", "1:25: tcp_sack: \" 1 \" is not in plain decimal form; write 1"},
     {"<tcp_sack>&#13;1</tcp_sack>", "1:25: tcp_sack: \" 1\" is not in plain decimal form; write 1"},
     {"<tcp_sack>&#13;</tcp_sack>",
@@ -63,20 +63,20 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_sack>0x3c</tcp_sack>",
      "1:25: tcp_sack: \"0x3c\" is not in plain decimal form; write 60"},
     {"<tcp_sack>017</tcp_sack>", "1:25: tcp_sack: \"017\" is not in plain decimal form; write 15"},
-    {"<tcp_sack>-1</tcp_sack>", "1:25: tcp_sack: \"-1\" is negative; write a number from 0 up"},
+    {"<tcp_sack>-1</tcp_sack>", "1:25: tcp_sack: \"-1\" is negative; write 0 or more"},
     {"<tcp_rmem_max>2147483647</tcp_rmem_max>", ""},
     {"<tcp_rmem_max>2147483648</tcp_rmem_max>",
-     "1:29: tcp_rmem_max: \"2147483648\" is more than a kernel takes; write a number up to "
+     "1:29: tcp_rmem_max: \"2147483648\" is more than any kernel accepts; write a number up to "
      "2147483647"},
     {"<tcp_adv_win_scale>-2147483648</tcp_adv_win_scale>", ""},
     {"<tcp_adv_win_scale>-2147483649</tcp_adv_win_scale>",
-     "1:34: tcp_adv_win_scale: \"-2147483649\" is less than a kernel takes; write a number from "
-     "-2147483648 up"},
+     "1:34: tcp_adv_win_scale: \"-2147483649\" is less than any kernel accepts; write -2147483648 "
+     "or more"},
     {"<tcp_mem_high>2147483648</tcp_mem_high>", ""},
     {"<tcp_sack>\xc2\x9b\x31m</tcp_sack>",
-     "1:25: tcp_sack: \" 1m\" is no whole number to the kernel; write one"},
+     "1:25: tcp_sack: \" 1m\" is not an integer to the kernel; write one"},
     {"<tcp_sack>123456789a123456789b123456789c123456789\xc3\xa4</tcp_sack>",
-     "1:25: tcp_sack: \"123456789a123456789b123456789c123456789...\" is no whole number to the "
+     "1:25: tcp_sack: \"123456789a123456789b123456789c123456789...\" is not an integer to the "
      "kernel; write one"},
     {"<tcp_sack> </tcp_sack>",
      "1:25: tcp_sack: only white space, which the kernel ignores; write a value or remove the "
@@ -84,7 +84,7 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_mem_low>1 2 3</tcp_mem_low>",
      "1:28: tcp_mem_low: \"1 2 3\" is more than one value; write each in a separate element"},
     {"<tcp_sack\n  >x</tcp_sack>",
-     "2:4: tcp_sack: \"x\" is no whole number to the kernel; write one"},
+     "2:4: tcp_sack: \"x\" is not an integer to the kernel; write one"},
     {"\n <tcp_sack\n a='>'\n/>",
      "2:2: tcp_sack: empty, so the element is ignored; write a value or remove it"},
     {"<!-- a='b' --><tcp_sack>0</tcp_sack>", ""},

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-// A document, and what kaehost check is to find in it.
+// A document, and what kaehost check must find in it.
 struct CheckCase {
   const char* inside;   // of tcp-settings
   const char* finding;  // without the name of the file; empty for none

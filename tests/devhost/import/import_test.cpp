@@ -184,6 +184,16 @@ TEST_F(Import, JsonHasTheDocumentAndAllReports) {
       "status": 1})"));
 }
 
+TEST_F(Import, JsonHasAllFieldsIfThereIsNothingToReport) {
+  const json nothing = json::parse(Kaehost({"import", "--json", Settings("# why\n")}).out);
+  EXPECT_EQ(nothing.at("elements"), json::object());
+  EXPECT_EQ(nothing.at("not_carried"), json::array());
+  EXPECT_EQ(nothing.at("notes"), json::array());
+  EXPECT_EQ(nothing.at("defaults").size(), 15U);
+  const json all = json::parse(Kaehost({"import", "--json", Settings(kMost + kThree)}).out);
+  EXPECT_EQ(all.at("defaults"), json::object());
+}
+
 TEST_F(Import, JsonGoesToStandardOutputIfTheDocumentGoesToAFile) {
   const Outcome run = Kaehost({"import", "--json", "--output", document_, Settings(kMost)});
   EXPECT_EQ(run.status, 0);

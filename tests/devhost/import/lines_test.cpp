@@ -52,7 +52,7 @@ const std::string kUnknown = "not in the catalogue; set it in another way";
 const std::string kPattern = "a pattern cannot be imported; write a line for each tunable";
 const std::string kNoEquals = "\"=\" is missing; write KEY = VALUE";
 const std::string kNoValue = "the value is missing; write one or remove the line";
-const std::string kNoNumber = "is no whole number to the kernel; write one";
+const std::string kNoNumber = "is not an integer to the kernel; write one";
 const std::string kInvisible = "the key contains an invisible character, ";
 const std::string kSack = "net.ipv4.tcp_sack: ";
 
@@ -95,14 +95,13 @@ const std::vector<Case> kNotImported = {
     {"net.ipv4.tcp_sack = 1\xe2\x80\x8b",
      kSack + "the value contains an invisible character, U+200B; remove it"},
     {"net.ipv4.tcp_rmem = 1,2,3", "net.ipv4.tcp_rmem: \"1,2,3\" " + kNoNumber},
-    {"net.ipv4.tcp_rmem = 1 2 -3",
-     "net.ipv4.tcp_rmem: \"-3\" is negative; write a number from 0 up"},
+    {"net.ipv4.tcp_rmem = 1 2 -3", "net.ipv4.tcp_rmem: \"-3\" is negative; write 0 or more"},
     {"net.ipv4.tcp_rmem = 1 2 2147483648",
-     "net.ipv4.tcp_rmem: \"2147483648\" is more than a kernel takes; write a number up to "
+     "net.ipv4.tcp_rmem: \"2147483648\" is more than any kernel accepts; write a number up to "
      "2147483647"},
     {"net.ipv4.tcp_mem = 1 2 9223372036854775808",
-     "net.ipv4.tcp_mem: \"9223372036854775808\" is beyond what some kernels take; write a number "
-     "nearer to 0"},
+     "net.ipv4.tcp_mem: \"9223372036854775808\" is out of range for some kernels; write a number "
+     "closer to 0"},
     {"net.ipv4.tcp_sack = 99999999999999999999x", kSack + "\"99999999999999999999x\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 0 1", kSack + "2 values, but the tunable has 1; remove the extra values"},
     {"net.ipv4.tcp_sack = 0 1 # 2",
