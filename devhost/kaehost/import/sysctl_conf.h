@@ -16,8 +16,8 @@ struct SysctlLine {
 };
 
 // Reads the file at `path`, or standard input if that is "-", as sysctl.conf(5) and sysctl.d(5)
-// describe it. Other than there, a "#" or ";" after white space begins a comment. Skips a line
-// "-KEY" without "=": it only excludes KEY from patterns. Throws std::runtime_error with a sentence
+// describe it. Additionally, a "#" or ";" after white space begins a comment. Skips a line "-KEY"
+// without "=", which only excludes KEY from patterns. Throws std::runtime_error with a sentence
 // that names the file if the file cannot be read or is longer than 1 MiB.
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path);
 
