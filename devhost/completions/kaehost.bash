@@ -20,7 +20,7 @@ _kaehost() {
   fi
 
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import --help' -- "$cur")
+    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import --help --version' -- "$cur")
     return
   fi
 
@@ -40,7 +40,7 @@ _kaehost() {
   esac
 
   case $command in
-    apply) options='--help --as-is --hold --json --live --netns --plugin --quiet --whole-catalogue --' ;;
+    apply) options='--help --as-is --hold --json --live --netns --plugin --quiet --verbose --whole-catalogue --' ;;
     check) options='--help --json --quiet' ;;
     inspect) options='--help --json --quiet' ;;
     import) options='--help --json --output --quiet' ;;

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 
@@ -23,18 +24,6 @@ namespace {
 int Fail(ExitStatus status, const std::string& sentence) {
   std::cerr << "kaehost: " << sentence << '\n';
   return status;
-}
-
-// What is unknown explains a bad command line better than what is missing.
-int FailUsage(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> unknown = app.remaining(true);
-  std::string help = "kaehost --help";
-  for (const CLI::App* command : app.get_subcommands()) {
-    help = "kaehost " + command->get_name() + " --help";
-  }
-  return Fail(kBadInput,
-              (unknown.empty() ? error.what() : unknown.front() + " is not understood here") +
-                  "; see " + help);
 }
 
 // A file that is opened, perhaps a tunable, gets the number of a closed standard stream, and then
@@ -74,19 +63,27 @@ int main(int argc, char** argv) try {
   FillClosedStandardStreams();
   const auto program = TakeProgram(&argc, argv);
   Chosen chosen;
-  CLI::App app("Tries configuration documents on a real kernel, without risk to the machine.",
+  CLI::App app("Tries TCP/IP settings documents on a real kernel, without risk to the machine.",
                "kaehost");
+  app.formatter(HelpFormatter());
+  app.set_help_flag("-h,--help", "Show this help and exit");
+  app.set_version_flag("--version", "kaehost (kaetcp) " KAETCP_VERSION,
+                       "Show the version and exit");
+  app.option_defaults()->disable_flag_override();
   app.require_subcommand(1);
   AddApply(app, chosen, program);
   AddCheck(app, chosen);
   AddInspect(app, chosen);
   AddImport(app, chosen);
+  for (CLI::App* command : app.get_subcommands({})) {
+    command->group("Commands");
+  }
   try {
-    app.parse(argc, argv);
+    app.parse(WordsToParse(argc, argv));
   } catch (const CLI::Success& help) {
     return Run([&] { return app.exit(help); });
   } catch (const CLI::ParseError& error) {
-    return FailUsage(app, error);
+    return Fail(kBadInput, AboutBadUsage(app, error));
   }
   return Run(chosen);
 } catch (const std::exception& error) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -18,7 +20,7 @@ void ExpectBadUsage(const std::vector<std::string>& arguments, const std::string
   const Outcome run = Kaehost(arguments);
   EXPECT_EQ(run.status, 2) << sentence;
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "kaehost: " + sentence + "; see " + help + '\n');
+  EXPECT_EQ(run.err, "kaehost: " + sentence + "\nTry '" + help + "' for more information.\n");
 }
 
 class BadDocument : public testing::Test {
@@ -38,43 +40,115 @@ class BadDocument : public testing::Test {
   const std::string good_ = folder_.Write("good.xml", "<tcp-settings/>");
 };
 
+using Operands = BadDocument;
+
 }  // namespace
 
 TEST(Usage, HelpSaysWhatThereIs) {
   const Outcome run = Kaehost({"--help"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "");
-  EXPECT_THAT(run.out, AllOf(HasSubstr("kaehost [OPTIONS] SUBCOMMAND"), HasSubstr("\n  apply ")));
+  EXPECT_THAT(run.out, AllOf(StartsWith("Tries TCP/IP settings documents on a real kernel"),
+                             HasSubstr("\nUsage: kaehost [OPTIONS] COMMAND [ARGUMENT]...\n"),
+                             HasSubstr("\n  -h, --help "), HasSubstr("\n  --version "),
+                             HasSubstr("\nCommands:\n  apply ")));
 }
 
 TEST(Usage, HelpOfApplyListsItsOptionsAndExitStatuses) {
   const Outcome run = Kaehost({"apply", "--help"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "");
-  EXPECT_THAT(run.out, AllOf(HasSubstr("kaehost apply [OPTIONS] DOCUMENT..."),
-                             HasSubstr("--as-is "), HasSubstr("--plugin FILE "),
+  EXPECT_THAT(run.out, AllOf(HasSubstr("\nUsage: kaehost apply [OPTIONS] DOCUMENT... "
+                                       "[-- COMMAND ARG...]\n"),
+                             HasSubstr("--as-is "), HasSubstr("--plugin=FILE "),
                              HasSubstr("\nExit status:\n  0  "), HasSubstr("\n  1  "),
                              HasSubstr("\n  2  "), HasSubstr("\n  3  "), HasSubstr("\n  77  ")));
 }
 
-TEST(Usage, NoSubcommand) { ExpectBadUsage({}, "A subcommand is required", "kaehost --help"); }
-
-TEST(Usage, UnknownSubcommand) {
-  ExpectBadUsage({"aply", "x.xml"}, "aply is not understood here", "kaehost --help");
+TEST(Usage, LinesOfHelpFitOnATerminal) {
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{}, {"apply"}, {"inspect"}}) {
+    std::vector<std::string> arguments = command;
+    arguments.emplace_back("--help");
+    std::istringstream lines(Kaehost(arguments).out);
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+      EXPECT_LE(line.size(), 80U) << line;
+    }
+    EXPECT_GT(count, 10);
+  }
 }
 
-TEST(Usage, NoDocument) { ExpectBadUsage({"apply"}, "DOCUMENT is required"); }
+TEST(Usage, VersionIsTheProjects) {
+  const Outcome run = Kaehost({"--version"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.out, "kaehost (kaetcp) " KAETCP_VERSION "\n");
+}
+
+TEST(Usage, NoCommand) { ExpectBadUsage({}, "missing command", "kaehost --help"); }
+
+TEST(Usage, UnknownCommand) {
+  ExpectBadUsage({"aply", "x.xml"}, "unrecognized command 'aply'", "kaehost --help");
+}
+
+TEST(Usage, NoDocument) { ExpectBadUsage({"apply"}, "missing document operand"); }
+
+TEST(Usage, OneOperandTooMany) {
+  ExpectBadUsage({"inspect", "a.so", "b.so"}, "extra operand 'b.so'", "kaehost inspect --help");
+}
 
 TEST(Usage, UnknownOption) {
-  ExpectBadUsage({"apply", "--as-it-is", "x.xml"}, "--as-it-is is not understood here");
+  ExpectBadUsage({"apply", "--as-it-is", "x.xml"}, "unrecognized option '--as-it-is'");
+  ExpectBadUsage({"apply", "--as-it-is=1", "x.xml"}, "unrecognized option '--as-it-is=1'");
+  ExpectBadUsage({"apply", "-x", "x.xml"}, "invalid option -- 'x'");
 }
 
-TEST(Usage, OptionBeforeItsSubcommand) {
-  ExpectBadUsage({"--as-is", "apply", "x.xml"}, "--as-is is not understood here");
+TEST(Usage, OptionBeforeItsCommand) {
+  ExpectBadUsage({"--as-is", "apply", "x.xml"}, "unrecognized option '--as-is'");
 }
 
-TEST(Usage, PluginWithoutItsFile) {
-  ExpectBadUsage({"apply", "x.xml", "--plugin"}, "--plugin: 1 required FILE missing");
+TEST(Usage, OptionWithoutItsArgument) {
+  ExpectBadUsage({"apply", "x.xml", "--plugin"}, "option '--plugin' requires an argument");
+}
+
+TEST(Usage, OptionWithAnArgumentThatItDoesNotTake) {
+  ExpectBadUsage({"apply", "--live=false", "x.xml"}, "option '--live' doesn't allow an argument");
+}
+
+// "--netns=" must not take the document for the name.
+TEST(Usage, OptionWithAnEmptyArgument) {
+  ExpectBadUsage(
+      {"apply", "--netns=", "x.xml"},
+      "--netns: the name is empty; name a network namespace, or leave the option out for "
+      "a private one");
+}
+
+TEST(Usage, OptionsThatAreMutuallyExclusive) {
+  for (const std::string other : {"--json", "--quiet"}) {
+    ExpectBadUsage({"apply", "--verbose", other, "x.xml"},
+                   "options '" + other + "' and '--verbose' are mutually exclusive");
+  }
+}
+
+TEST_F(Operands, CanBeGivenWithTheOptionOrAfterIt) {
+  for (const std::vector<std::string>& option : {std::vector<std::string>{"--plugin=/nowhere.so"},
+                                                 {"--plugin", "/nowhere.so"},
+                                                 {"--plugin=x.so", "--plugin=/nowhere.so"}}) {
+    std::vector<std::string> arguments = {"apply", good_};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    const Outcome run = Kaehost(arguments);
+    EXPECT_EQ(run.status, 3);
+    EXPECT_THAT(run.err, StartsWith("kaehost: /nowhere.so: the plug-in does not load: "));
+  }
+}
+
+// For the other commands, words after "--" are operands.
+TEST_F(Operands, FollowDashes) {
+  const Outcome run = Kaehost({"check", "--", good_});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr(good_));
+  EXPECT_THAT(Kaehost({"inspect", "--", "/nowhere.so"}).err, StartsWith("kaehost: /nowhere.so: "));
 }
 
 TEST_F(BadDocument, Missing) {

@@ -18,55 +18,59 @@ namespace devhost {
 namespace {
 
 constexpr const char* kFooter =
-    R"(What follows -- is a command that is run under the settings, before they are put back.
+    R"(A COMMAND after -- runs under the settings, before they are restored.
 
 Outcomes, found by reading the kernel back:
-  applied     the kernel took the value
-  unchanged   it had the value already
-  adjusted    it took another value
-  rejected    it kept its own value
+  applied     the kernel accepted the value
+  unchanged   the kernel had the value already
+  adjusted    the kernel accepted another value
+  rejected    the kernel kept its own value
   missing     this kernel has no such file
-  restored    the request failed, and the value is the one from before
-  overridden  the plug-in wrote it though the document does not name it
+  restored    the request failed; the value is the one from before the layer
+  overridden  the plug-in wrote the value; the document does not name it
+
+Lines of the plug-in are counted. They are shown if they report an error, if
+the request fails, or with --verbose.
 
 Examples:
   kaehost apply low-latency.xml                   try a document
-  kaehost apply base.xml low-latency.xml          one after the other, in one session
-  kaehost apply low-latency.xml -- ss -tino       try a program under it
-  kaehost apply --hold low-latency.xml            look around until Ctrl-C, from elsewhere by
-                                                  nsenter --target PROCESS --user --net --mount
-  kaehost apply --whole-catalogue old-device.xml  with files that this kernel has no more
-  kaehost apply --netns blue low-latency.xml      in the network namespace "blue"
+  kaehost apply base.xml low-latency.xml          two requests, one session
+  kaehost apply low-latency.xml -- ss -tino       run a command under it
+  kaehost apply --hold low-latency.xml            keep it until Ctrl-C; join:
+                                  nsenter --target PROCESS --user --net --mount
+  kaehost apply --whole-catalogue old-device.xml  emulate missing files
+  kaehost apply --netns blue low-latency.xml      in the namespace "blue"
 
 Exit status:
-  0   every request succeeded, the kernel has the values, all tunables are back
-  1   an error reply, no reply, a tunable that is not back, or any other failure
+  0   all requests succeeded, the kernel has the values, all tunables restored
+  1   an error reply, no reply, a tunable not restored, or another failure
   2   the command line or a document is bad; nothing was delivered
   3   the plug-in does not load or makes no layer; nothing was delivered
-  4   every request succeeded, but a value was rejected or adjusted
-  77  no namespace to be had, or none in which tunables can be written
-  With a command that was run: its own, 126 or 127 if it cannot be run, unless a tunable is not
-  back. After a signal that came before all was done: 128 and its number.)";
+  4   all requests succeeded, but a value was rejected or adjusted
+  77  cannot create or enter the namespace, or cannot write its tunables
+  If a COMMAND was run: its exit status, or 126 or 127 if it cannot be run; 1
+  if a tunable is not restored. If a signal interrupted the session: 128 plus
+  the number of the signal.)";
 
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
   CLI::Option* netns = apply->add_option("--netns", target->netns,
-                                         "Not in a private namespace but in this network "
-                                         "namespace: a name of ip netns, or a path");
-  netns->type_name("NAME")->check([](const std::string& name) -> std::string {
+                                         "Apply in this network namespace (a name of ip netns, "
+                                         "or a path) instead of a private one");
+  netns->type_name("NAME")->take_last()->check([](const std::string& name) -> std::string {
     return name.empty() ? "the name is empty; name a network namespace, or leave the option out "
                           "for a private one"
                         : "";
   });
   apply
       ->add_flag("--live", target->live,
-                 "On this machine's own tunables; stays until Ctrl-C or SIGTERM, then restores")
+                 "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them")
       ->excludes(netns);
   CLI::Option* as_is = apply->add_flag(
       "--as-is", target->as_is,
       "Leave core/rmem_max and core/wmem_max as the kernel has them, read-only or missing");
   apply
       ->add_flag("--whole-catalogue", target->whole_catalogue,
-                 "Emulate the files that this kernel does not have, so that all are there")
+                 "Emulate the files that this kernel does not have")
       ->excludes("--live")
       ->excludes(as_is);
 }
@@ -94,28 +98,36 @@ void AddApply(CLI::App& app, Chosen& chosen,
   options->command = command.value_or(std::vector<std::string>());
   options->plugin = DefaultPlugin();
   CLI::App* apply = app.add_subcommand(
-      "apply", "Deliver documents to the plug-in in a private namespace, then restore");
+      "apply", "Try documents in a private namespace, then restore all tunables");
   apply->footer(kFooter);
-  apply->add_option("DOCUMENT", options->documents, "XML file; each is one request, in order")
-      ->required();
+  apply->add_option("DOCUMENT", options->documents, "XML files; each is one request, in order")
+      ->required()
+      ->option_text("DOCUMENT... [-- COMMAND ARG...]");
   AddTargetOptions(apply, &options->target);
   apply->add_flag("--hold", options->hold,
                   "Keep the settings until Ctrl-C or SIGTERM, then restore");
   apply
       ->add_option("--plugin", options->plugin,
-                   "The plug-in to load, by default libkaetcp.so beside this program, or else the "
-                   "installed one")
-      ->type_name("FILE");
+                   "Load this plug-in; default: libkaetcp.so in the folder of this program, or "
+                   "else the installed one")
+      ->type_name("FILE")
+      ->take_last();
   CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
-  apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts")
-      ->excludes(json);
+  CLI::Option* quiet =
+      apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts");
+  quiet->excludes(json);
+  apply->add_flag("--verbose", options->verbose, "Show all lines that the plug-in prints")
+      ->excludes(json)
+      ->excludes(quiet);
   const bool lacks_a_word = command && command->empty();
   apply->callback([options, lacks_a_word, &chosen] {
     if (lacks_a_word) {
-      throw CLI::ValidationError("--", "a command is missing after it");
+      throw CLI::ValidationError("missing command after '--'");
     }
     if (options->hold && !options->command.empty()) {
-      throw CLI::ValidationError("--hold", "a command ends the session; leave out one of the two");
+      throw CLI::ValidationError(
+          "option '--hold' and a command after '--' are mutually exclusive: a command ends the "
+          "session");
     }
     chosen = [options] { return RunOrRefuse(*options); };
   });

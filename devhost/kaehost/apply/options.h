@@ -15,6 +15,7 @@ struct ApplyOptions {
   bool hold = false;  // keep the settings until a signal comes
   bool json = false;
   bool quiet = false;
+  bool verbose = false;
 };
 
 }  // namespace devhost

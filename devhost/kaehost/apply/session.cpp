@@ -27,14 +27,20 @@ Report::Style StyleOf(const ApplyOptions& options) {
   if (options.json) {
     return Report::kSilent;
   }
-  return options.quiet ? Report::kQuiet : Report::kFull;
+  if (options.quiet) {
+    return Report::kQuiet;
+  }
+  return options.verbose ? Report::kVerbose : Report::kNormal;
 }
 
 PluginOutput::Fate PluginOutputOf(const ApplyOptions& options) {
   if (options.json) {
     return PluginOutput::kKept;
   }
-  return options.quiet ? PluginOutput::kDropped : PluginOutput::kShown;
+  if (options.quiet) {
+    return PluginOutput::kDropped;
+  }
+  return options.verbose ? PluginOutput::kShown : PluginOutput::kHeld;
 }
 
 // Neither a reader that goes nor a file that may not grow is to keep the tunables from coming back.
@@ -55,10 +61,12 @@ class Session {
 
  private:
   void LeadALayersLife();
+  void TellPluginLines(bool in_full) { report_.TellPluginLines(plugin_output_.Take(), in_full); }
   void DeliverAll(const Layer& layer);
   void Deliver(const Layer& layer, const Document& document, const std::string& name);
   void UseTheSettings();
   void Release(const Layer& layer);
+  void CompareWithBefore();
   bool IsEveryDocumentInForce() const;
   int Status() const;
 
@@ -74,17 +82,24 @@ class Session {
 };
 
 int Session::Run() {
+  if (!options_.target.IsPrivate()) {
+    KeepOutputFromEndingTheProcess();
+  }
   result_.emulated = Enter(options_.target);
   result_.where = options_.target.live            ? "live"
                   : options_.target.netns.empty() ? "private"
                                                   : options_.target.netns;
-  report_.Tell(Description(options_.target, result_.emulated));
-  if (!options_.target.IsPrivate()) {
-    KeepOutputFromEndingTheProcess();
+  for (const std::string& line : Description(options_.target, result_.emulated)) {
+    report_.Tell(line);
   }
   before_ = ReadTunables();
   now_ = start_ = CatalogueValuesOf(before_);
-  LeadALayersLife();
+  try {
+    LeadALayersLife();
+  } catch (...) {
+    TellPluginLines(true);
+    throw;
+  }
   const int status = Status();
   if (options_.json) {
     Out() << ToJson(result_, plugin_output_.Text(), status) << '\n';
@@ -92,22 +107,29 @@ int Session::Run() {
   return status;
 }
 
+// The plug-in is unloaded before the tunables are compared, so that what it does last counts too.
 void Session::LeadALayersLife() {
   const auto unload = [this](Plugin* plugin) { plugin_output_.Of([plugin] { delete plugin; }); };
-  const std::unique_ptr<Plugin, decltype(unload)> plugin(
+  std::unique_ptr<Plugin, decltype(unload)> plugin(
       plugin_output_.Of([this] { return new Plugin(options_.plugin); }), unload);
   result_.plugin =
       plugin_output_.Of([&] { return plugin->name() + ", version " + plugin->version(); });
   report_.Tell("plug-in " + result_.plugin);
   const Layer layer = plugin_output_.Of([&] { return plugin->NewLayer(); });
+  TellPluginLines(false);
+  const auto end = [&] {
+    Release(layer);
+    plugin.reset();
+    CompareWithBefore();
+  };
   try {
     DeliverAll(layer);
     UseTheSettings();
   } catch (...) {
-    Release(layer);
+    end();
     throw;
   }
-  Release(layer);
+  end();
 }
 
 void Session::DeliverAll(const Layer& layer) {
@@ -135,6 +157,7 @@ void Session::Deliver(const Layer& layer, const Document& document, const std::s
   result.outcomes = OutcomesOf(WhatIsAsked(document.contents()), start_, now_, now,
                                result.request.reply() == Reply::kSuccess);
   now_ = std::move(now);
+  TellPluginLines(!result.has_succeeded());
   report_.TellResult(result_, result);
 }
 
@@ -174,7 +197,11 @@ void Session::Release(const Layer& layer) {
       result_.release_thrown = Thrown();
     }
   });
+}
+
+void Session::CompareWithBefore() {
   result_.not_restored = Compare(before_, ReadTunables());
+  TellPluginLines(result_.release_thrown || !result_.not_restored.empty());
   report_.TellRelease(result_);
 }
 

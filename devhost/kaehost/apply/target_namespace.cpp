@@ -74,14 +74,19 @@ std::vector<std::string> Enter(const TargetNamespace& target) {
   return emulated;
 }
 
-std::string Description(const TargetNamespace& target, const std::vector<std::string>& emulated) {
+std::vector<std::string> Description(const TargetNamespace& target,
+                                     const std::vector<std::string>& emulated) {
   if (target.live) {
-    return "LIVE: the tunables of this machine itself are written, until they are put back";
+    return {"LIVE: writes the tunables of this machine itself, until they are restored"};
   }
-  return (target.IsPrivate()
-              ? "in a private namespace; the machine's own tunables are out of reach"
-              : "in the network namespace " + target.netns + "; its tunables will be put back") +
-         (emulated.empty() ? "" : "; emulated by scratch files: " + Joined(emulated));
+  std::vector<std::string> lines = {
+      target.IsPrivate()
+          ? "in a private namespace; the machine's own tunables are out of reach"
+          : "in the network namespace " + target.netns + "; its tunables will be restored"};
+  if (!emulated.empty()) {
+    lines.push_back("emulated by scratch files: " + Joined(emulated));
+  }
+  return lines;
 }
 
 }  // namespace devhost

@@ -20,7 +20,8 @@ struct TargetNamespace {
 // to be written at all.
 std::vector<std::string> Enter(const TargetNamespace& target);
 
-// Answers what has been entered, in a line.
-std::string Description(const TargetNamespace& target, const std::vector<std::string>& emulated);
+// Returns the lines that describe what has been entered.
+std::vector<std::string> Description(const TargetNamespace& target,
+                                     const std::vector<std::string>& emulated);
 
 }  // namespace devhost

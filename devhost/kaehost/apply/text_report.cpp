@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "devhost/kaehost/apply/plugin_lines.h"
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
 #include "devhost/kaehost/text/table.h"
@@ -55,16 +56,14 @@ std::string Advice(const std::string& detail) {
 }  // namespace
 
 void Report::Tell(const std::string& line) const {
-  if (style_ == kFull) {
+  if (HasNews()) {
     Out() << "kaehost: " << line << std::endl;
   }
 }
 
 void Report::TellNext(const std::string& line) const {
-  if (style_ == kFull) {
-    Out() << '\n';
-    Tell(line);
-  }
+  BeginSection();
+  Tell(line);
 }
 
 void Report::Complain(const std::string& line) const {
@@ -73,10 +72,22 @@ void Report::Complain(const std::string& line) const {
   }
 }
 
-void Report::TellResult(const SessionResult& session, const RequestResult& result) const {
-  if (style_ == kFull) {
+void Report::TellPluginLines(const std::string& text, bool in_full) const {
+  if (style_ == kNormal && !in_full) {
+    Out() << Folded(text) << std::flush;
+  } else if (style_ == kNormal && !text.empty()) {
+    Out() << text << (text.ends_with('\n') ? "" : "\n") << std::endl;
+  }
+}
+
+void Report::BeginSection() const {
+  if (style_ == kVerbose) {
     Out() << '\n';
   }
+}
+
+void Report::TellResult(const SessionResult& session, const RequestResult& result) const {
+  BeginSection();
   if (result.thrown) {
     Complain("the layer's do_Configure threw: " + *result.thrown);
   }
@@ -114,7 +125,7 @@ void Report::TellOutcomes(const SessionResult& session, const RequestResult& res
   }
   Table table({"element", "outcome", "before", "asked", "now"});
   for (const Outcome& outcome : result.outcomes) {
-    if (style_ == kFull || IsWrong(outcome)) {
+    if (HasNews() || IsWrong(outcome)) {
       table.Add(
           {outcome.entry->element, WordFor(outcome.fate), outcome.before.value_or("-"),
            outcome.asked.value_or("-"),
@@ -126,18 +137,16 @@ void Report::TellOutcomes(const SessionResult& session, const RequestResult& res
 }
 
 void Report::TellRelease(const SessionResult& session) const {
-  if (style_ == kFull) {
-    Out() << '\n';
-  }
+  BeginSection();
   const std::string end = session.release_thrown ? "" : "layer released; ";
   if (session.release_thrown) {
     Complain("the layer's do_Release threw: " + *session.release_thrown);
   }
   if (session.not_restored.empty()) {
-    Tell(end + "every tunable of the catalogue is back");
+    Tell(end + "all tunables restored");
     return;
   }
-  Complain(end + "not back at their values:");
+  Complain(end + "not restored:");
   if (style_ != kSilent) {
     Table table({"tunable", "before", "now"});
     for (const Change& change : session.not_restored) {

@@ -11,19 +11,24 @@ namespace devhost {
 
 class Report {
  public:
-  enum Style { kFull, kQuiet, kSilent };
+  enum Style { kVerbose, kNormal, kQuiet, kSilent };
 
   explicit Report(Style style) : style_(style) {}
 
-  // News, which only a full report has; set apart from the plug-in's lines.
+  // News, for a normal or verbose report.
   void Tell(const std::string& line) const;
 
-  // The same after an empty line. The plug-in's passes begin with an empty line too, so there is
-  // none at the end of what kaehost says.
+  // The same as the beginning of a section. A verbose report, which has the plug-in's lines, sets
+  // sections apart by an empty line before them. There is none after them, because the plug-in's
+  // passes begin with an empty line too.
   void TellNext(const std::string& line) const;
 
-  // What is wrong, which a quiet report has too.
+  // What is wrong, for a quiet report too.
   void Complain(const std::string& line) const;
+
+  // What the plug-in printed, if it is not shown already: in full, or only the lines that report
+  // an error.
+  void TellPluginLines(const std::string& text, bool in_full) const;
 
   // The reply to a request, what became of the values, and a line with counts, which a quiet report
   // has too.
@@ -33,6 +38,8 @@ class Report {
   void TellRelease(const SessionResult& session) const;
 
  private:
+  bool HasNews() const { return style_ == kVerbose || style_ == kNormal; }
+  void BeginSection() const;
   void TellReply(const RequestResult& result) const;
   void TellOutcomes(const SessionResult& session, const RequestResult& result) const;
 

@@ -20,19 +20,21 @@ namespace devhost {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The plug-in is loaded and makes a layer in a private namespace, where it can do no harm. The
-times are from the start of loading until the plug-in is ready, and until it has made a layer.
+    R"(The plug-in is loaded and makes a layer in a private namespace, where it cannot
+change the machine's own tunables. The times are from the start of loading until
+the plug-in is ready, and until it has made a layer.
 
 Examples:
-  kaehost inspect                        the plug-in that kaehost uses by default
+  kaehost inspect                        the default plug-in of kaehost apply
   kaehost inspect --json ./libkaetcp.so
 
 Exit status:
   0   the plug-in loads and makes a layer that can be used
-  1   it ended the process
+  1   the plug-in ended the process
   2   the command line is bad
-  3   it does not load, makes no such layer, or changes tunables without a request
-  77  no private namespace is to be had)";
+  3   the plug-in does not load, makes no such layer, or changes tunables
+      without a request
+  77  cannot create a private namespace)";
 
 struct Options {
   std::string plugin = DefaultPlugin();
@@ -76,8 +78,8 @@ void AddInspect(CLI::App& app, Chosen& chosen) {
   inspect->footer(kFooter);
   inspect->add_option(
       "PLUGIN", options->plugin,
-      "The plug-in, by default libkaetcp.so beside this program, or else the installed "
-      "one");
+      "Inspect this plug-in; default: libkaetcp.so in the folder of this program, or else the "
+      "installed one");
   CLI::Option* json = inspect->add_flag("--json", options->json, "Print one JSON document instead");
   inspect->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
   inspect->callback([options, &chosen] { chosen = [options] { return Inspect(*options); }; });

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "devhost/kaehost/plugin/elf.h"
+#include "devhost/kaehost/plugin/plugin_output.h"
 
 namespace devhost {
 namespace {
@@ -19,6 +20,7 @@ bool plugin_runs = false;
 
 void FailIfPluginRuns() {
   if (plugin_runs) {
+    PluginOutput::ShowWhatIsHeld();
     std::fflush(stdout);
     std::fputs("kaehost: the plug-in ended the process\n", stderr);
     _exit(EXIT_FAILURE);

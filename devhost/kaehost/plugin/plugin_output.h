@@ -1,43 +1,62 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace devhost {
 
-// What the plug-in prints: shown as it comes, kept aside, or dropped.
+// What the plug-in prints on standard output, in the order in which it prints it, whether by
+// std::cout, printf or write. One object at a time.
 class PluginOutput {
  public:
-  enum Fate { kShown, kKept, kDropped };
+  enum Fate {
+    kShown,    // it goes to standard output immediately
+    kHeld,     // it is kept for Take; what is left is shown if the plug-in ends the process
+    kKept,     // it is kept for Text
+    kDropped,  // it is not kept
+  };
 
   explicit PluginOutput(Fate fate);
   ~PluginOutput();
   PluginOutput(const PluginOutput&) = delete;
   PluginOutput& operator=(const PluginOutput&) = delete;
 
-  // Answers what `operation` answers, in which the plug-in may print.
+  // Returns what `operation` returns. The plug-in may print in it.
   template <class Operation>
   auto Of(Operation operation) {
-    const Aside aside(file_);
+    const Aside aside(*this);
     return operation();
   }
 
-  // Answers what is kept.
-  std::string Text() const;
+  // Returns all that is kept.
+  std::string Text() const { return TextFrom(0); }
+
+  // Returns what is kept and was not yet taken.
+  std::string Take();
+
+  // For a plug-in that ends the process: shows what is held.
+  static void ShowWhatIsHeld();
 
  private:
-  // While it lives, standard output goes to the file, if there is one.
+  // During its lifetime, standard output goes to the file, if there is one.
   class Aside {
    public:
-    explicit Aside(int file);
+    explicit Aside(PluginOutput& output);
     ~Aside();
     Aside(const Aside&) = delete;
     Aside& operator=(const Aside&) = delete;
 
    private:
-    int standard_output_ = -1;
+    PluginOutput& output_;
   };
 
-  int file_ = -1;  // where it goes instead, if it does
+  std::string TextFrom(std::size_t begin) const;
+  void RestoreStandardOutput();
+
+  const Fate fate_;
+  int file_ = -1;             // where it goes instead, if it does
+  int standard_output_ = -1;  // while it goes there, what standard output was
+  std::size_t taken_ = 0;
 };
 
 }  // namespace devhost

@@ -19,15 +19,15 @@ constexpr const char* kReleased =
     "kaehost: releasing the layer\n"
     "[do_Release]\n"
     "[layer destroyed]\n"
-    "\n"
-    "kaehost: layer released; every tunable of the catalogue is back\n"
     "[CleanupPlugin]\n"
-    "[plug-in destroyed]\n";
+    "[plug-in destroyed]\n"
+    "\n"
+    "kaehost: layer released; all tunables restored\n";
 
 class BrokenLayer : public testing::Test {
  protected:
   Outcome ApplyWith(const std::string& plugin, const std::string& complaint = "") const {
-    Outcome run = Kaehost({"apply", document_, "--plugin", TestPlugin(plugin)});
+    Outcome run = Kaehost({"apply", "--verbose", document_, "--plugin", TestPlugin(plugin)});
     EXPECT_EQ(run.err, complaint);
     return run;
   }
@@ -50,7 +50,8 @@ TEST_F(BrokenLayer, ThatNeverRepliesIsAFailure) {
   const Outcome run = ApplyWith("silent");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(AfterTheRequest(run),
-            std::string("\n"
+            std::string("[do_Configure]\n"
+                        "\n"
                         "kaehost: reply: none; the layer left the request unanswered\n"
                         "kaehost: ") +
                 document_ + ": nothing asked for, nothing changed\n" + kReleased);
@@ -72,7 +73,7 @@ TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
 TEST_F(BrokenLayer, ThatThrowsAfterItsReplyIsAFailure) {
   const Outcome run = ApplyWith("configure_throws");
   EXPECT_EQ(run.status, 1);
-  EXPECT_EQ(AfterTheRequest(run), std::string("\n"
+  EXPECT_EQ(AfterTheRequest(run), std::string("[do_Configure]\n\n"
                                               "kaehost: the layer's do_Configure threw: no memory "
                                               "for a value\n"
                                               "kaehost: reply: success\n"
@@ -101,11 +102,11 @@ TEST_F(BrokenLayer, ThatThrowsInItsReleaseIsAFailure) {
   EXPECT_THAT(run.out, EndsWith("kaehost: releasing the layer\n"
                                 "[do_Release]\n"
                                 "[layer destroyed]\n"
+                                "[CleanupPlugin]\n"
+                                "[plug-in destroyed]\n"
                                 "\n"
                                 "kaehost: the layer's do_Release threw: cannot restore\n"
-                                "kaehost: every tunable of the catalogue is back\n"
-                                "[CleanupPlugin]\n"
-                                "[plug-in destroyed]\n"));
+                                "kaehost: all tunables restored\n"));
 }
 
 TEST_F(BrokenLayer, ThatHidesTunablesIsSeenToDoSo) {
@@ -130,8 +131,9 @@ TEST_F(BrokenLayer, ThatRestoresNothingIsAFailureWithATableOfWhatIsNotBack) {
                                  "  tcp_port_max        overridden  60999   -      50000\n"
                                  "kaehost: " +
                                  document_ + ": 4 overridden\n"));
-  EXPECT_THAT(run.out, EndsWith("kaehost: layer released; not back at their values:\n" + table +
-                                "[CleanupPlugin]\n[plug-in destroyed]\n"));
+  EXPECT_THAT(run.out, EndsWith("[CleanupPlugin]\n[plug-in destroyed]\n"
+                                "\nkaehost: layer released; not restored:\n" +
+                                table));
 }
 
 TEST_F(BrokenLayer, ThatEndsTheProcessIsAFailure) {
@@ -152,7 +154,7 @@ TEST_F(BrokenLayer, ThatSpoilsStandardOutputCannotSilenceKaehost) {
 TEST_F(BrokenLayer, OfAPluginThatChangesTunablesBeforeAnyRequestIsAFailure) {
   const Outcome run = ApplyWith("changes_when_loaded");
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not back at their values:\n"
+  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not restored:\n"
                                  "  tunable               before  now\n"
                                  "  ipv4/tcp_fin_timeout  60      15\n"
                                  "  ipv4/tcp_sack         1       0\n"));

@@ -113,7 +113,7 @@ TEST_F(Forms, QuietTellsWhatIsNotBack) {
   const Outcome run =
       Kaehost({"apply", "--quiet", document_, "--plugin", TestPlugin("restores_nothing")});
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not back at their values:\n  tunable "));
+  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not restored:\n  tunable "));
   EXPECT_THAT(run.out, Not(HasSubstr("[do_")));
 }
 
@@ -169,7 +169,9 @@ TEST_F(Forms, WholeCatalogueIsTheKernelsOwnWhereItCan) {
 TEST_F(Forms, WholeCatalogueIsNotAsTheKernelHasIt) {
   const Outcome run = Kaehost({"apply", "--whole-catalogue", "--as-is", document_});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --as-is excludes --whole-catalogue; see kaehost apply --help\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--as-is' and '--whole-catalogue' are mutually exclusive\nTry "
+            "'kaehost apply --help' for more information.\n");
 }
 
 TEST_F(Forms, AnErrorComesWithTheAdviceThatFitsIt) {

@@ -26,7 +26,7 @@ namespace {
 
 constexpr const char* kFinTimeout = "/proc/sys/net/ipv4/tcp_fin_timeout";
 constexpr const char* kHolding = "kaehost: holding the settings until Ctrl-C or SIGTERM";
-constexpr const char* kBack = "kaehost: layer released; every tunable of the catalogue is back\n";
+constexpr const char* kBack = "kaehost: layer released; all tunables restored\n";
 
 // What a plug-in needs to do its work on the tunables of this namespace: writable core files.
 class Live : public testing::Test {
@@ -59,8 +59,8 @@ TEST_F(Live, SettingsAreTheMachinesUntilASignalComes) {
     kill(kaehost.pid(), signal);
     const Outcome run = kaehost.Finish();
     EXPECT_EQ(run.status, 0) << signal;
-    EXPECT_THAT(run.out, StartsWith("kaehost: LIVE: the tunables of this machine itself are "
-                                    "written, until they are put back\nkaehost: plug-in "));
+    EXPECT_THAT(run.out, StartsWith("kaehost: LIVE: writes the tunables of this machine itself, "
+                                    "until they are restored\nkaehost: plug-in "));
     EXPECT_THAT(run.out, EndsWith(kBack));
     EXPECT_EQ(FinTimeout(), "37");
   }
@@ -186,13 +186,17 @@ TEST_F(Live, TakesTunablesThatCanBeWritten) {
 TEST_F(Live, EmulatesNothing) {
   const Outcome run = Kaehost({"apply", "--live", "--whole-catalogue", document_});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --live excludes --whole-catalogue; see kaehost apply --help\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--live' and '--whole-catalogue' are mutually exclusive\nTry "
+            "'kaehost apply --help' for more information.\n");
 }
 
 TEST_F(Live, IsNoOtherNetworkNamespace) {
   const Outcome run = Kaehost({"apply", "--live", "--netns", "blue", document_});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --netns excludes --live; see kaehost apply --help\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--netns' and '--live' are mutually exclusive\nTry 'kaehost apply "
+            "--help' for more information.\n");
 }
 
 TEST_F(Hold, KeepsTheSettingsOfAPrivateNamespaceUntilASignalComes) {
@@ -220,6 +224,6 @@ TEST_F(Hold, IsNotForACommand) {
   const Outcome run = Kaehost({"apply", "--hold", document_, "--", "true"});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err,
-            "kaehost: --hold: a command ends the session; leave out one of the two; see kaehost "
-            "apply --help\n");
+            "kaehost: option '--hold' and a command after '--' are mutually exclusive: a command "
+            "ends the session\nTry 'kaehost apply --help' for more information.\n");
 }

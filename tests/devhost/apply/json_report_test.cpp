@@ -128,5 +128,7 @@ TEST_F(Json, TakesTextThatIsNoUtf8) {
 TEST_F(Json, AndQuietExcludeEachOther) {
   const Outcome run = Kaehost({"apply", "--json", "--quiet", document_});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --json excludes --quiet; see kaehost apply --help\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost apply "
+            "--help' for more information.\n");
 }

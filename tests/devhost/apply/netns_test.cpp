@@ -45,9 +45,9 @@ TEST_F(NetworkNamespace, IsWhereTheDocumentIsAppliedAndPutBack) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(run.out,
               AllOf(HasSubstr("kaehost: in the network namespace /proc/self/ns/net; its tunables "
-                              "will be put back"),
+                              "will be restored"),
                     ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"),
-                    HasSubstr("every tunable of the catalogue is back\n")));
+                    HasSubstr("all tunables restored\n")));
   EXPECT_EQ(FinTimeout(), "37");
 }
 
@@ -90,5 +90,5 @@ TEST_F(NetworkNamespace, WithoutANameIsNotAPrivateOne) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err,
             "kaehost: --netns: the name is empty; name a network namespace, or leave the option "
-            "out for a private one; see kaehost apply --help\n");
+            "out for a private one\nTry 'kaehost apply --help' for more information.\n");
 }

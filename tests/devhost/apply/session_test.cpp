@@ -56,24 +56,24 @@ class Apply : public testing::Test {
 
 TEST_F(Apply, ShowsTheWholeLifeOfALayer) {
   const std::string document = Setting("tcp_sack", "0");
-  const Outcome run = Kaehost({"apply", document});
+  const Outcome run = Kaehost({"apply", "--verbose", document});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.err, "");
-  ExpectInOrder(
-      run.out,
-      {"kaehost: in a private namespace; ",
-       "kaehost: plug-in TCP, version 001.000\n\nreading previous config...\n",
-       "reading config done\n\nsetting to previous values\n\n",
-       "kaehost: request: " + document + "\nreceived TCP_Settings command\n",
-       "Setting new value - tcp_sack = 0\n\nwriting config...\n", "tcp_sack = 0\n",
-       "config done\n\nkaehost: reply: success\n  element ",
-       "\nkaehost: " + document + ": 1 applied, ",
-       "\n\nkaehost: releasing the layer\n\nsetting to previous values\n", "tcp_sack = 1\n",
-       "config done\n\nkaehost: layer released; every tunable of the catalogue is back\n"});
+  ExpectInOrder(run.out, {"kaehost: in a private namespace; ",
+                          "kaehost: plug-in TCP, version 001.000\n\nreading previous config...\n",
+                          "reading config done\n\nsetting to previous values\n\n",
+                          "kaehost: request: " + document + "\nreceived TCP_Settings command\n",
+                          "Setting new value - tcp_sack = 0\n\nwriting config...\n",
+                          "tcp_sack = 0\n", "config done\n\nkaehost: reply: success\n  element ",
+                          "\nkaehost: " + document + ": 1 applied, ",
+                          "\n\nkaehost: releasing the layer\n\nsetting to previous values\n",
+                          "tcp_sack = 1\n",
+                          "config done\n\nkaehost: layer released; all tunables restored\n"});
 }
 
 TEST_F(Apply, SetsItsSectionsApartByOneEmptyLine) {
-  const Outcome run = Kaehost({"apply", Setting("tcp_sack", "0"), Setting("tcp_ecn", "1")});
+  const Outcome run =
+      Kaehost({"apply", "--verbose", Setting("tcp_sack", "0"), Setting("tcp_ecn", "1")});
   EXPECT_THAT(run.out, Not(HasSubstr("\n\n\n")));
   EXPECT_EQ(Count(run.out, "\n\nkaehost: "), 6);
 }
@@ -82,8 +82,8 @@ TEST_F(Apply, SaysWhichCoreFilesAreEmulated) {
   const Outcome run = Kaehost({"apply", Setting("rmem_max", "5000000")});
   EXPECT_EQ(run.status, 0) << run.out;
   if (HasReadOnlyCoreFiles()) {
-    EXPECT_THAT(run.out, AllOf(HasSubstr("out of reach; emulated by scratch files: core/rmem_max, "
-                                         "core/wmem_max\nkaehost: plug-in "),
+    EXPECT_THAT(run.out, AllOf(HasSubstr("out of reach\nkaehost: emulated by scratch files: "
+                                         "core/rmem_max, core/wmem_max\nkaehost: plug-in "),
                                ContainsRegex("\n  rmem_max +applied +[0-9]+ +5000000 +5000000 "
                                              "\\(emulated\\)\n")));
   } else {
@@ -101,7 +101,7 @@ TEST_F(Apply, ShowsTheChangedTunablesBeforeAndAfter) {
 TEST_F(Apply, DeliversEachDocumentAsARequestOfItsOwnToOneLayer) {
   const std::string first = Setting("tcp_sack", "0");
   const std::string second = Setting("tcp_fin_timeout", "15");
-  const Outcome run = Kaehost({"apply", first, second});
+  const Outcome run = Kaehost({"apply", "--verbose", first, second});
   EXPECT_EQ(run.status, 0) << run.out;
 
   const std::string first_part =
@@ -145,7 +145,7 @@ TEST_F(Apply, AsIsShowsTheErrorReplyAndTheRollback) {
       {"file write error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
        "\nkaehost: reply: error: file error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
        advice, "\n  tcp_sack  restored  1       0      1\n", ": 1 restored\n",
-       "kaehost: layer released; every tunable of the catalogue is back\n"});
+       "kaehost: layer released; all tunables restored\n"});
 }
 
 TEST_F(Apply, OneFailedRequestAmongSeveralIsAFailure) {
@@ -153,7 +153,7 @@ TEST_F(Apply, OneFailedRequestAmongSeveralIsAFailure) {
   const Outcome run = Kaehost({"apply", foreign, Setting("tcp_sack", "0")});
   EXPECT_EQ(run.status, 1);
   ExpectInOrder(run.out, {"kaehost: reply: none", "kaehost: reply: success\n",
-                          "kaehost: layer released; every tunable of the catalogue is back\n"});
+                          "kaehost: layer released; all tunables restored\n"});
 }
 
 TEST_F(Apply, ForeignRootGetsNoReply) {
@@ -161,7 +161,7 @@ TEST_F(Apply, ForeignRootGetsNoReply) {
   const Outcome run = Kaehost({"apply", foreign});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: request: " + foreign +
-                                 "\n\nkaehost: reply: none; the layer left the request unanswered\n"
+                                 "\nkaehost: reply: none; the layer left the request unanswered\n"
                                  "kaehost: " +
                                  foreign + ": nothing asked for, nothing changed\n"));
 }

@@ -40,12 +40,11 @@ TEST_F(Command, RunsUnderTheSettingsBeforeTheyArePutBack) {
   const Outcome run = Under({"cat", "/proc/sys/net/ipv4/tcp_fin_timeout"}, {});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "");
-  EXPECT_THAT(run.out, HasSubstr(counts_ + "\nkaehost: running: cat\n"
+  EXPECT_THAT(run.out, HasSubstr(counts_ + "kaehost: running: cat\n"
                                            "20\n"
                                            "kaehost: cat: ended with status 0\n"
-                                           "\nkaehost: releasing the layer\n"));
-  EXPECT_THAT(run.out,
-              EndsWith("kaehost: layer released; every tunable of the catalogue is back\n"));
+                                           "kaehost: releasing the layer\n"));
+  EXPECT_THAT(run.out, EndsWith("kaehost: layer released; all tunables restored\n"));
 }
 
 TEST_F(Command, LeavesNothingButItsOutputAndTheCountsWhenQuiet) {
@@ -111,7 +110,7 @@ TEST_F(Command, CannotHideThatATunableIsNotBack) {
       {"apply", document_, "--plugin", TestPlugin("restores_nothing"), "--", "sh", "-c", "exit 7"});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: sh: ended with status 7\n"));
-  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not back at their values:\n"));
+  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not restored:\n"));
 }
 
 TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {
@@ -123,7 +122,7 @@ TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {
   const Outcome run = kaehost.Finish();
   EXPECT_EQ(run.status, 9);
   EXPECT_THAT(run.out, HasSubstr("trapped\nkaehost: sh: ended with status 9\n"));
-  EXPECT_THAT(run.out, EndsWith("every tunable of the catalogue is back\n"));
+  EXPECT_THAT(run.out, EndsWith("all tunables restored\n"));
 }
 
 TEST_F(Command, PrintsToStandardErrorBesideJson) {
@@ -136,11 +135,14 @@ TEST_F(Command, PrintsToStandardErrorBesideJson) {
 TEST_F(Command, NeedsAWordAfterTheDashes) {
   const Outcome run = Under({});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --: a command is missing after it; see kaehost apply --help\n");
+  EXPECT_EQ(
+      run.err,
+      "kaehost: missing command after '--'\nTry 'kaehost apply --help' for more information.\n");
 }
 
 TEST_F(Command, IsForApplyAlone) {
   const Outcome run = Kaehost({"--", "true"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_THAT(run.err, HasSubstr("see kaehost --help\n"));
+  EXPECT_EQ(run.err,
+            "kaehost: unrecognized command 'true'\nTry 'kaehost --help' for more information.\n");
 }

@@ -89,7 +89,7 @@ TEST_F(Check, JsonTellsAllOfIt) {
 TEST_F(Check, NeedsADocument) {
   const Outcome run = Kaehost({"check"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: DOCUMENT is required; see kaehost check --help\n");
+  EXPECT_EQ(run.err, "kaehost: missing document operand\nTry 'kaehost check --help' for more information.\n");
 }
 
 TEST_F(Check, IsExplainedByItsHelp) {

@@ -134,7 +134,7 @@ TEST(Inspect, JsonTellsWhyAPlugInIsRefused) {
 TEST(Inspect, JsonAndQuietExcludeEachOther) {
   const Outcome run = Kaehost({"inspect", "--json", "--quiet"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: --json excludes --quiet; see kaehost inspect --help\n");
+  EXPECT_EQ(run.err, "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost inspect --help' for more information.\n");
 }
 
 TEST(Inspect, TellsWhatAnotherPlugInLacks) {

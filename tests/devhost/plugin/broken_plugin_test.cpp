@@ -76,7 +76,7 @@ TEST_F(BrokenPlugin, ThatThrowsWhenItIsInitialised) {
 
 TEST_F(BrokenPlugin, ThatThrowsWhenItIsAskedForItsName) {
   EXPECT_THAT(ExpectRefused(TestPlugin("name_throws"), "the plug-in's GetName threw: nameless"),
-              EndsWith("[InitPlugin]\n[CleanupPlugin]\n[plug-in destroyed]\n"));
+              EndsWith("[InitPlugin]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, ThatThrowsWhenItIsAskedForItsVersion) {
@@ -87,7 +87,7 @@ TEST_F(BrokenPlugin, ThatThrowsWhenItIsAskedForItsVersion) {
 TEST_F(BrokenPlugin, ThatIsNoFactory) {
   EXPECT_THAT(ExpectRefused(TestPlugin("no_factory"),
                             "the plug-in makes no layers: it is no kaeCPLayerFactory"),
-              EndsWith("kaehost: plug-in no factory, version 1\n[CleanupPlugin]\n"));
+              EndsWith("kaehost: plug-in no factory, version 1\n[CleanupPlugin]\n\n"));
 }
 
 TEST_F(BrokenPlugin, ThatAnswersNoLayer) {
@@ -98,7 +98,7 @@ TEST_F(BrokenPlugin, ThatAnswersNoLayer) {
 TEST_F(BrokenPlugin, WhoseLayerThrowsWhenItIsConstructed) {
   EXPECT_THAT(ExpectRefused(TestPlugin("layer_throws"),
                             "the plug-in's GetNewLayer threw: no memory for a layer"),
-              EndsWith("[CleanupPlugin]\n[plug-in destroyed]\n"));
+              EndsWith("[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, WhoseLayerThrowsWhatIsNoException) {
@@ -109,20 +109,21 @@ TEST_F(BrokenPlugin, WhoseLayerThrowsWhatIsNoException) {
 TEST_F(BrokenPlugin, WhoseLayerCannotBeConfigured) {
   EXPECT_THAT(ExpectRefused(TestPlugin("no_configure"),
                             "the plug-in's layer cannot be used: it is no kaeCPLayer::ConfigureCB"),
-              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n"));
+              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, WhoseLayerCannotBeReleased) {
   EXPECT_THAT(ExpectRefused(TestPlugin("no_release"),
                             "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB"),
-              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n"));
+              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, IsUnloadedBeforeItsErrorIsTold) {
   const std::string path = TestPlugin("null_layer");
   const Outcome run =
       Kaehost({"apply", document_, "--plugin", path}, [] { dup2(STDOUT_FILENO, STDERR_FILENO); });
-  EXPECT_THAT(run.out, HasSubstr("[CleanupPlugin]\n[plug-in destroyed]\nkaehost: " + path + ": "));
+  EXPECT_THAT(run.out,
+              HasSubstr("[CleanupPlugin]\n[plug-in destroyed]\n\nkaehost: " + path + ": "));
 }
 
 TEST_F(BrokenPlugin, ThatThrowsAtItsEndHasDoneItsWork) {
@@ -130,5 +131,5 @@ TEST_F(BrokenPlugin, ThatThrowsAtItsEndHasDoneItsWork) {
   const Outcome run = ApplyWith(path);
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "kaehost: " + path + ": the plug-in's CleanupPlugin threw: too late\n");
-  EXPECT_THAT(run.out, EndsWith("the catalogue is back\n[plug-in destroyed]\n"));
+  EXPECT_THAT(run.out, EndsWith("kaehost: layer released; all tunables restored\n"));
 }

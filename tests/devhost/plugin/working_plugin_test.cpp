@@ -21,7 +21,8 @@ class WorkingPlugin : public testing::Test {
 }  // namespace
 
 TEST_F(WorkingPlugin, CallsThePlugInAsItsContractSays) {
-  const Outcome run = Kaehost({"apply", "--as-is", document_, "--plugin", TestPlugin("working")});
+  const Outcome run =
+      Kaehost({"apply", "--verbose", "--as-is", document_, "--plugin", TestPlugin("working")});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.out,
@@ -43,10 +44,10 @@ TEST_F(WorkingPlugin, CallsThePlugInAsItsContractSays) {
                 "kaehost: releasing the layer\n"
                 "[do_Release]\n"
                 "[layer destroyed]\n"
-                "\n"
-                "kaehost: layer released; every tunable of the catalogue is back\n"
                 "[CleanupPlugin]\n"
-                "[plug-in destroyed]\n");
+                "[plug-in destroyed]\n"
+                "\n"
+                "kaehost: layer released; all tunables restored\n");
 }
 
 TEST_F(WorkingPlugin, KeepsThePlugInsSymbolsToItself) {

@@ -7,6 +7,7 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
+    Tell("do_Configure");
     request->SendSuccess(nullptr);
     throw std::runtime_error("no memory for a value");
   }

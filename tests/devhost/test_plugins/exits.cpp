@@ -7,6 +7,7 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* /*request*/, const kaml_content* /*content*/) override {
+    Tell("do_Configure");
     std::exit(EXIT_SUCCESS);
   }
 };

@@ -5,6 +5,7 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* /*request*/, const kaml_content* /*content*/) override {
+    Tell("do_Configure");
     return true;
   }
 };
