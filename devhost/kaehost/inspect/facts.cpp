@@ -23,27 +23,17 @@ std::vector<std::string> CallbacksOf(const Layer& layer) {
   return names;
 }
 
-// Lets the layer end itself, and looks whether the tunables are what they were.
-void Release(const std::string& path, const Layer& layer, const Tunables& before) {
+void Release(const std::string& path, const Layer& layer) {
   try {
     layer.release->do_Release();
   } catch (...) {
     throw PluginError(path + ": the layer's do_Release threw: " + Thrown());
   }
-  std::string changed;
-  for (const Change& change : Compare(before, ReadTunables())) {
-    changed += (changed.empty() ? "" : ", ") + change.tunable;
-  }
-  if (!changed.empty()) {
-    throw PluginError(path + ": the plug-in changes tunables without a request: " + changed);
-  }
 }
 
-}  // namespace
-
-PluginFacts FactsOf(const std::string& path) {
+// Loads the plug-in, lets it make a layer, releases that and unloads the plug-in.
+PluginFacts Try(const std::string& path) {
   using Clock = std::chrono::steady_clock;
-  const Tunables before = ReadTunables();
   const auto start = Clock::now();
   const auto microseconds = [start] {
     return static_cast<long>(
@@ -56,10 +46,25 @@ PluginFacts FactsOf(const std::string& path) {
   facts.layer_us = microseconds();
   facts.callbacks = CallbacksOf(layer);
   facts.vocabulary = InternedNames();
-  Release(path, layer, before);
+  Release(path, layer);
   facts.name = plugin.name();
   facts.version = plugin.version();
   facts.library = ReadSharedLibrary(path);
+  return facts;
+}
+
+}  // namespace
+
+PluginFacts FactsOf(const std::string& path) {
+  const Tunables before = ReadTunables();
+  PluginFacts facts = Try(path);
+  std::string changed;
+  for (const Change& change : Compare(before, ReadTunables())) {
+    changed += (changed.empty() ? "" : ", ") + change.tunable;
+  }
+  if (!changed.empty()) {
+    throw PluginError(path + ": the plug-in changes tunables without a request: " + changed);
+  }
   return facts;
 }
 

@@ -70,6 +70,32 @@ TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
                 document_ + ": nothing asked for, nothing changed\n" + kReleased);
 }
 
+TEST_F(BrokenLayer, ThatErrsTwiceIsHeldToItsFirstReply) {
+  const Outcome run = ApplyWith("errs_twice");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(AfterTheRequest(run),
+            std::string("\n"
+                        "kaehost: reply: error: first: one\n"
+                        "kaehost: the layer replied more than once; only its first reply counts\n"
+                        "kaehost: ") +
+                document_ + ": nothing asked for, nothing changed\n" + kReleased);
+}
+
+TEST_F(BrokenLayer, ThatThrowsWithoutATextIsAFailure) {
+  const Outcome run = ApplyWith("throws_without_a_text");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out,
+              HasSubstr("kaehost: the layer's do_Configure threw: an exception without a text\n"));
+}
+
+TEST_F(BrokenLayer, OfAPluginThatChangesTunablesAtItsEndIsAFailure) {
+  const Outcome run = ApplyWith("changes_at_its_end");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, EndsWith("kaehost: layer released; not restored:\n"
+                                "  tunable        before  now\n"
+                                "  ipv4/tcp_sack  1       0\n"));
+}
+
 TEST_F(BrokenLayer, ThatThrowsAfterItsReplyIsAFailure) {
   const Outcome run = ApplyWith("configure_throws");
   EXPECT_EQ(run.status, 1);

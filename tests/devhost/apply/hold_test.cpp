@@ -183,6 +183,18 @@ TEST_F(Live, TakesTunablesThatCanBeWritten) {
             "writable one\n");
 }
 
+// In a new network namespace, whose core files are read-only or missing.
+TEST_F(Live, LeavesReadOnlyCoreFilesAsTheyAre) {
+  const Outcome run =
+      Kaehost({"apply", "--live", document_, "--", "true"}, [] { unshare(CLONE_NEWNET); });
+  EXPECT_THAT(run.out, Not(HasSubstr("emulated")));
+  EXPECT_EQ(run.status, HasReadOnlyCoreFiles() ? 1 : 0);
+  EXPECT_THAT(run.out,
+              HasSubstr(HasReadOnlyCoreFiles()
+                            ? "file error: [/proc/sys/net/core/rmem_max]: Permission denied"
+                            : "kaehost: reply: success"));
+}
+
 TEST_F(Live, EmulatesNothing) {
   const Outcome run = Kaehost({"apply", "--live", "--whole-catalogue", document_});
   EXPECT_EQ(run.status, 2);

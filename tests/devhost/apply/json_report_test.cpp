@@ -103,6 +103,22 @@ TEST_F(Json, TellsErrorsToo) {
   }
 }
 
+TEST_F(Json, TellsThePositionOfEachElementInItsFile) {
+  const std::string document = folder_.Write(
+      "positions.xml",
+      "<tcp-settings><tcp_rmem_min>8192</tcp_rmem_min><tcp_rmem_default>65536</tcp_rmem_default>"
+      "<tcp_rmem_max>131072</tcp_rmem_max><tcp_port_max>50001</tcp_port_max></tcp-settings>");
+  const json told = json::parse(Kaehost({"apply", "--json", document}).out);
+  json positions;
+  for (const json& outcome : told["requests"][0]["outcomes"]) {
+    positions[outcome["element"].get<std::string>()] = outcome["position"];
+  }
+  EXPECT_EQ(positions["tcp_rmem_min"], 0);
+  EXPECT_EQ(positions["tcp_rmem_default"], 1);
+  EXPECT_EQ(positions["tcp_rmem_max"], 2);
+  EXPECT_EQ(positions["tcp_port_max"], 1);
+}
+
 TEST_F(Json, SaysWhyNothingWasDone) {
   const std::string nowhere = folder_.Path("nowhere.xml");
   ExpectRefused({nowhere}, 2, nowhere + ": cannot be read: No such file or directory");

@@ -129,6 +129,20 @@ TEST_F(Apply, SaysWhenARequestFindsWhatItAsksFor) {
                  "\n  tcp_sack  unchanged  0 ", "\nkaehost: " + document + ": 1 unchanged\n"});
 }
 
+TEST_F(Apply, AValueThatIsAdjustedIsNotAsAsked) {
+  const Outcome run = Kaehost({"apply", "--quiet", Setting("tcp_fin_timeout", "20 30")});
+  EXPECT_EQ(run.status, 4);
+  EXPECT_THAT(run.out, ContainsRegex(": 1 adjusted, [0-9]+ overridden\n$"));
+}
+
+TEST_F(Apply, RestoredIsAValueFromBeforeTheLayer) {
+  const std::string document = folder_.Write("document.xml", "<tcp-settings/>");
+  const Outcome run = Kaehost({"apply", document, document, "--plugin", TestPlugin("rolls_back")});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("  tcp_sack  overridden  1       -      0\n"));
+  EXPECT_THAT(run.out, HasSubstr("  tcp_sack  restored  0       -      1\n"));
+}
+
 TEST_F(Apply, AsIsShowsTheErrorReplyAndTheRollback) {
   const Outcome run = Kaehost({"apply", "--as-is", Setting("tcp_sack", "0")});
   EXPECT_THAT(run.out, Not(HasSubstr("emulated")));

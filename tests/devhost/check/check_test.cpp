@@ -89,7 +89,9 @@ TEST_F(Check, JsonTellsAllOfIt) {
 TEST_F(Check, NeedsADocument) {
   const Outcome run = Kaehost({"check"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: missing document operand\nTry 'kaehost check --help' for more information.\n");
+  EXPECT_EQ(
+      run.err,
+      "kaehost: missing document operand\nTry 'kaehost check --help' for more information.\n");
 }
 
 TEST_F(Check, IsExplainedByItsHelp) {

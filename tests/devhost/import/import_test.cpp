@@ -213,13 +213,16 @@ TEST_F(Import, JsonShowsWhyThereIsNoDocument) {
 TEST_F(Import, JsonAndQuietExcludeEachOther) {
   const Outcome run = Kaehost({"import", "--json", "--quiet", "-"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost import --help' for more information.\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost import "
+            "--help' for more information.\n");
 }
 
 TEST_F(Import, NeedsAFile) {
   const Outcome run = Kaehost({"import"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: missing file operand\nTry 'kaehost import --help' for more information.\n");
+  EXPECT_EQ(run.err,
+            "kaehost: missing file operand\nTry 'kaehost import --help' for more information.\n");
 }
 
 TEST_F(Import, HasHelpWithItsOptionsAndExitStatuses) {

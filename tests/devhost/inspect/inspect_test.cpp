@@ -134,7 +134,9 @@ TEST(Inspect, JsonTellsWhyAPlugInIsRefused) {
 TEST(Inspect, JsonAndQuietExcludeEachOther) {
   const Outcome run = Kaehost({"inspect", "--json", "--quiet"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost inspect --help' for more information.\n");
+  EXPECT_EQ(run.err,
+            "kaehost: options '--json' and '--quiet' are mutually exclusive\nTry 'kaehost inspect "
+            "--help' for more information.\n");
 }
 
 TEST(Inspect, TellsWhatAnotherPlugInLacks) {
@@ -146,6 +148,9 @@ TEST(Inspect, TellsWhatAnotherPlugInLacks) {
   EXPECT_THAT(exports, Contains("_ZTV12WorkingLayer"));
   EXPECT_TRUE(std::is_sorted(exports.begin(), exports.end()));
   EXPECT_EQ(told["run_path"], "/nowhere/lib");
+  EXPECT_EQ(json::parse(Kaehost({"inspect", "--json", TestPlugin("silent")}).out)["run_path"],
+            "/nowhere/old")
+      << "a DT_RPATH, not a DT_RUNPATH";
   EXPECT_EQ(told["vocabulary"].size(), 0U);
   EXPECT_THAT(Kaehost({"inspect", TestPlugin("working")}).out, HasSubstr("\nvocabulary  none\n"));
 }
@@ -183,6 +188,8 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
   ExpectRefused(TestPlugin("changes_when_loaded"),
                 "the plug-in changes tunables without a request: ipv4/tcp_fin_timeout, "
                 "ipv4/tcp_sack");
+  ExpectRefused(TestPlugin("changes_at_its_end"),
+                "the plug-in changes tunables without a request: ipv4/tcp_sack");
   ExpectRefused(TestPlugin("no_release"),
                 "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB");
 }

@@ -4,6 +4,7 @@
 #include "devhost/kaehost/kernel/namespaces.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -45,7 +46,26 @@ bool StopsSharing() {
   return shared_before && !SharesProc();
 }
 
+// Whether /proc/sys keeps the flags of /proc in a namespace, where the kernel locks them. For a
+// process of its own.
+bool KeepsLockedFlags() {
+  constexpr unsigned long kFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
+  if (unshare(CLONE_NEWNS) != 0 ||
+      mount("/proc", "/proc", "none", MS_BIND | MS_REC, nullptr) != 0 ||
+      mount("none", "/proc", "none", MS_BIND | MS_REMOUNT | kFlags, nullptr) != 0) {
+    return false;
+  }
+  devhost::EnterPrivateNamespace();
+  struct statvfs found = {};
+  statvfs("/proc/sys", &found);
+  return (found.f_flag & kFlags) == kFlags && (found.f_flag & MS_RDONLY) != 0;
+}
+
 }  // namespace
+
+TEST(PrivateNamespace, KeepsLockedMountFlags) {
+  EXPECT_EXIT(_exit(KeepsLockedFlags() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
 
 TEST(PrivateNamespace, MakesAnOrdinaryUserItsRoot) {
   EXPECT_EXIT(_exit(MakesAnOrdinaryUserRoot() == HasUserNamespaces() ? 0 : 1),

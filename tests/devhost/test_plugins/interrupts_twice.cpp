@@ -1,0 +1,19 @@
+// Interrupts its host by two signals in a request. SIGHUP has the lower number and comes first.
+
+#include <unistd.h>
+
+#include <csignal>
+
+#include "tests/devhost/test_plugins/working_plugin.h"
+
+class Layer : public WorkingLayer {
+ public:
+  bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
+    kill(getpid(), SIGTERM);
+    kill(getpid(), SIGHUP);
+    return request->SendSuccess(nullptr);
+  }
+};
+
+static PluginOf<Layer> plugin;
+kaePlugin* this_kae_plugin = &plugin;
