@@ -3,8 +3,6 @@
 #include "devhost/kaehost/apply/plugin_lines.h"
 
 #include <gmock/gmock.h>
-#include <sched.h>
-#include <sys/mount.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -33,12 +31,6 @@ class PluginLines : public testing::Test {
 
 int CountLines(const std::string& text) {
   return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-}
-
-// Makes a tunable one that can be read, but not written.
-void ProtectFrto() {
-  unshare(CLONE_NEWNS);
-  mount("/proc/version", "/proc/sys/net/ipv4/tcp_frto", "none", MS_BIND, nullptr);
 }
 
 }  // namespace
@@ -118,7 +110,8 @@ TEST_F(PluginLines, OfAnErrorAreShownAmongTheOthers) {
 }
 
 TEST_F(PluginLines, AreShownInFullWhenTheRequestFails) {
-  const Outcome run = Kaehost({"apply", "--live", document_}, ProtectFrto);
+  const Outcome run =
+      Kaehost({"apply", "--live", document_}, [] { MountReadOnly("/proc/sys/net/ipv4/tcp_frto"); });
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, ContainsRegex("\nkaehost: request: .*\n"
                                      "received TCP_Settings command\n(.*\n)*"
