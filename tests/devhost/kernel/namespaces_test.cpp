@@ -46,13 +46,12 @@ bool StopsSharing() {
   return shared_before && !SharesProc();
 }
 
-// Whether /proc/sys keeps the flags of /proc in a namespace, where the kernel locks them. For a
-// process of its own.
+// Whether /proc/sys keeps its flags in a namespace, where the kernel locks them. For a process of
+// its own.
 bool KeepsLockedFlags() {
   constexpr unsigned long kFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
   if (unshare(CLONE_NEWNS) != 0 ||
-      mount("/proc", "/proc", "none", MS_BIND | MS_REC, nullptr) != 0 ||
-      mount("none", "/proc", "none", MS_BIND | MS_REMOUNT | kFlags, nullptr) != 0) {
+      mount("none", "/proc/sys", "none", MS_BIND | MS_REMOUNT | MS_RDONLY | kFlags, nullptr) != 0) {
     return false;
   }
   devhost::EnterPrivateNamespace();
