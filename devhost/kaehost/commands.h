@@ -11,13 +11,13 @@ class App;
 
 namespace devhost {
 
-// What is to be done in the end: the command that the command line chose, with its options.
+// What the command line chose: a command with its options.
 using Chosen = std::function<int()>;
 
-// Each adds its command to `app`, and lets `chosen` do it when the command line has it. `chosen`
-// must outlive `app`. What a command throws is a std::exception that explains itself to the user.
+// Each function adds its command to `app`. If the command line has the command, `chosen` runs it.
+// `chosen` must outlive `app`. A command throws only std::exceptions with a sentence for the user.
 
-// `command` is what follows "--" on the command line, if that is there.
+// `command` is what follows "--" on the command line, if there is a "--".
 void AddApply(CLI::App& app, Chosen& chosen,
               const std::optional<std::vector<std::string>>& command);
 

@@ -36,8 +36,8 @@ void FillClosedStandardStreams() {
   close(fd);
 }
 
-// What follows "--", if it is there and the command is the one that takes a program of the user's;
-// `argc` then ends before it.
+// Returns the words after "--" of `kaehost apply`, the user's command. `argc` then ends before
+// "--". Other commands have no such words; for them "--" only ends the options.
 std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
   char** end = argv + *argc;
   char** separator = std::find(argv, end, std::string_view("--"));
@@ -52,7 +52,7 @@ int Run(const Chosen& chosen) {
   const int status = chosen();
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return Fail(status == kBadInput ? kBadInput : kFailed,
-                "standard output cannot be written; what it shows is not all");
+                "cannot write standard output; what it shows is incomplete");
   }
   return status;
 }

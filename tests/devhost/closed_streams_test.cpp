@@ -18,7 +18,7 @@ using testing::StartsWith;
 namespace {
 
 const std::string kOutputLost =
-    "kaehost: standard output cannot be written; what it shows is not all\n";
+    "kaehost: cannot write standard output; what it shows is incomplete\n";
 
 void CloseInput() { close(STDIN_FILENO); }
 void CloseOutput() { close(STDOUT_FILENO); }

@@ -7,7 +7,7 @@
 namespace devhost {
 namespace {
 
-// As nohup has it, and a shell for what it starts in the background.
+// nohup does so with SIGHUP, and a shell with SIGINT in its background jobs.
 bool IsIgnored(int signal) {
   struct sigaction found = {};
   sigaction(signal, nullptr, &found);
@@ -23,13 +23,13 @@ Interruption::Interruption() {
       sigaddset(&awaited_, signal);
     }
   }
-  std::signal(SIGCHLD, SIG_DFL);  // where it is ignored, children end unseen
+  std::signal(SIGCHLD, SIG_DFL);  // if it is ignored, children end unnoticed
   sigset_t blocked = awaited_;
   sigaddset(&blocked, SIGCHLD);
   sigprocmask(SIG_BLOCK, &blocked, &mask_before_);
 }
 
-// Those that came in the end have nothing left to interrupt.
+// Signals that come at the end have nothing left to interrupt.
 Interruption::~Interruption() {
   const timespec at_once = {};
   while (sigtimedwait(&awaited_, nullptr, &at_once) > 0) {

@@ -5,9 +5,10 @@
 
 namespace devhost {
 
-// While it lives, SIGINT, SIGTERM and SIGHUP wait until they are asked for, so that none of them
-// ends the process before the tunables are put back. Those that the process ignores stay ignored;
-// other signals still end it. For the only thread of a process, once at a time.
+// During its lifetime, SIGINT, SIGTERM and SIGHUP stay pending until a function below takes them.
+// So none of them ends the process before the tunables are restored. Signals that the process
+// ignores stay ignored. Other signals still end it. For a process with one thread; one object at a
+// time.
 class Interruption {
  public:
   Interruption();
@@ -15,17 +16,17 @@ class Interruption {
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;
 
-  // Answers the first signal that has come, if one has.
+  // Returns the first signal that has come, if any.
   std::optional<int> Came();
 
-  // Waits until one comes, unless one has.
+  // Waits for the first signal. Returns immediately if it has come.
   void Await();
 
-  // Waits until the process `child` has ended, and answers its status as a shell shows it. Signals
-  // are handed on to it, except for what a terminal has sent to both already.
+  // Waits until the process `child` ends. Returns its status as a shell shows it. Sends it the
+  // signals that come, except those of a terminal: the terminal sends them to both.
   int AwaitEnd(pid_t child);
 
-  // The signals that a process had blocked before; a program that is started is to have them.
+  // The signals that were blocked before. A program that is started must have the same mask.
   const sigset_t& mask_before() const { return mask_before_; }
 
  private:

@@ -6,8 +6,8 @@
 
 namespace devhost {
 
-// Answers the session as one JSON document. `progress` is what the plug-in printed, `status` what
-// kaehost ends with.
+// Returns the session as one JSON document. `progress` is what the plug-in printed, `status` the
+// exit status.
 std::string ToJson(const SessionResult& session, const std::string& progress, int status);
 
 }  // namespace devhost

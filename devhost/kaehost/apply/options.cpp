@@ -79,7 +79,7 @@ int RunOrRefuse(const ApplyOptions& options) try {
   return RunSession(options);
 } catch (const std::exception& error) {
   if (!options.json) {
-    throw;  // main tells people
+    throw;  // main prints it
   }
   const ExitStatus status = StatusFor(error);
   const Json json = {

@@ -43,7 +43,8 @@ PluginOutput::Fate PluginOutputOf(const ApplyOptions& options) {
   return options.verbose ? PluginOutput::kShown : PluginOutput::kHeld;
 }
 
-// Neither a reader that goes nor a file that may not grow is to keep the tunables from coming back.
+// A reader that goes away, or a file that cannot grow, must not prevent the tunables from being
+// restored.
 void KeepOutputFromEndingTheProcess() {
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
@@ -161,12 +162,13 @@ void Session::Deliver(const Layer& layer, const Document& document, const std::s
   report_.TellResult(result_, result);
 }
 
-// Nothing is tried under settings that are not those of the documents.
+// Runs nothing under settings that are not those of all documents.
 void Session::UseTheSettings() {
   result_.interrupted_by = interruption_.Came();
   const bool complete = !result_.interrupted_by && IsEveryDocumentInForce();
   if (!options_.command.empty() && !complete) {
-    report_.Complain(options_.command[0] + ": not run, since not every document is in force");
+    report_.Complain(options_.command[0] + ": not run, because " +
+                     (result_.interrupted_by ? "the session was interrupted" : "a request failed"));
   } else if (!options_.command.empty()) {
     if (options_.target.IsPrivate()) {
       BringLoopbackUp();

@@ -4,12 +4,12 @@
 
 namespace devhost {
 
-// Delivers the documents, each as one request, to a new layer of the plug-in, shows on standard
-// output what became of each, runs the program or holds the settings, releases the layer and
-// compares. Answers the exit status. Throws DocumentError before anything else is done,
-// NamespaceError and PluginError before a request is delivered; what a layer throws is told and
-// ends nothing. From the first document on, SIGINT, SIGTERM and SIGHUP end the session early, but
-// never before the layer's release.
+// Delivers each document as one request to a new layer of the plug-in, prints the outcomes, runs
+// the user's command or holds the settings, releases the layer, unloads the plug-in and compares
+// the tunables with what they were before. Returns the exit status. Throws DocumentError before
+// anything else is done, and NamespaceError and PluginError before a request is delivered. What a
+// layer throws is printed and does not end the session. SIGINT, SIGTERM and SIGHUP end the session
+// early, but never before the layer is released.
 int RunSession(const ApplyOptions& options);
 
 }  // namespace devhost

@@ -9,19 +9,19 @@
 #include "devhost/kaehost/kernel/tunables.h"
 #include "devhost/libe/request.h"
 
-// What `kaehost apply` finds out, from which it tells what happened.
+// What `kaehost apply` finds out, for its reports.
 
 namespace devhost {
 
 struct RequestResult {
   std::string document;
   Request request;
-  std::optional<std::string> thrown;  // what do_Configure threw, if it did not come back
+  std::optional<std::string> thrown;  // what do_Configure threw, if it threw
   std::vector<Outcome> outcomes;
 
   bool has_succeeded() const { return request.reply() == Reply::kSuccess && !thrown; }
 
-  // Whether the kernel has each value that was asked for, as far as it has the file.
+  // Whether the kernel has each requested value of which it has the file.
   bool is_as_asked() const {
     return std::none_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
       return outcome.fate == Fate::kRejected || outcome.fate == Fate::kAdjusted;
@@ -31,11 +31,11 @@ struct RequestResult {
 
 struct SessionResult {
   std::string where;                  // "private", "live", or the network namespace's name
-  std::vector<std::string> emulated;  // files below /proc/sys/net that a scratch file stands in for
+  std::vector<std::string> emulated;  // files below /proc/sys/net that scratch files emulate
   std::string plugin;                 // name and version
   std::vector<RequestResult> requests;
-  std::optional<int> interrupted_by;  // a signal that came before all was done
-  std::optional<int> command_status;  // of the command that was run under the settings
+  std::optional<int> interrupted_by;  // a signal that came before the end
+  std::optional<int> command_status;  // of the user's command
   std::optional<std::string> release_thrown;
   std::vector<Change> not_restored;
 

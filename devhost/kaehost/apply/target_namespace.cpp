@@ -26,17 +26,17 @@ void RefuseWhereNothingCanBeWritten(const TargetNamespace& target) {
   if (fd >= 0) {
     return;
   }
-  std::string advice = "; see whether the kernel shows its tunables there";
+  std::string advice = "; check that /proc/sys shows the tunables of this network namespace";
   if (error == EROFS) {
     advice =
-        "; /proc/sys is mounted read-only, as in most containers: start the container with a "
-        "writable one";
+        "; /proc/sys is mounted read-only, as in most containers; start the container with a "
+        "writable /proc/sys";
   } else if (error == EACCES || error == EPERM) {
-    advice = target.live ? "; the machine's own tunables take root: run as root, or leave out "
-                           "--live to try the documents in a private namespace"
-                         : "; run as root of the network namespace";
+    advice = target.live
+                 ? "; run as root, or leave out --live to try the documents in a private namespace"
+                 : "; run as root of the network namespace";
   }
-  throw NamespaceError(path + " cannot be written here: " + std::strerror(error) + advice);
+  throw NamespaceError(path + ": cannot open for writing: " + std::strerror(error) + advice);
 }
 
 std::string Joined(const std::vector<std::string>& names) {

@@ -5,7 +5,7 @@
 
 namespace devhost {
 
-// Where documents are tried.
+// The namespace in which documents are applied.
 struct TargetNamespace {
   std::string netns;             // a network namespace that exists; empty for a private one
   bool live = false;             // the machine's own tunables instead
@@ -15,9 +15,8 @@ struct TargetNamespace {
   bool IsPrivate() const { return !live && netns.empty(); }
 };
 
-// Moves this process there, which must have one thread only, and answers the files below
-// /proc/sys/net that scratch files stand in for. Throws NamespaceError, also where tunables are not
-// to be written at all.
+// Moves this process there. It must have one thread only. Returns the files below /proc/sys/net
+// that scratch files emulate. Throws NamespaceError, also if tunables cannot be written there.
 std::vector<std::string> Enter(const TargetNamespace& target);
 
 // Returns the lines that describe what has been entered.

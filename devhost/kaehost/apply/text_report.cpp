@@ -34,21 +34,21 @@ std::string Counts(const std::vector<Outcome>& outcomes) {
   for (const auto& [fate, count] : CountFates(outcomes)) {
     text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + WordFor(fate);
   }
-  return text.empty() ? "nothing asked for, nothing changed" : text;
+  return text.empty() ? "nothing requested, nothing changed" : text;
 }
 
-// What to do about an error reply that is the surroundings' fault, empty for others.
+// What to do about an error reply that the environment causes; empty for other errors.
 std::string Advice(const std::string& detail) {
   if (detail.find("/core/") != std::string::npos && detail.ends_with("Permission denied")) {
-    return "the core files are read-only in every network namespace but the machine's first; "
-           "scratch files stand in for them, but not with --as-is or --live";
+    return "core/rmem_max and core/wmem_max are read-only outside the initial network namespace; "
+           "leave out --as-is and --live to emulate them";
   }
   if (detail.ends_with("Permission denied")) {
-    return "writing this file takes root in the network namespace that it belongs to";
+    return "only root of the network namespace can write this file; run as root there";
   }
   if (detail.ends_with("Read-only file system")) {
-    return "/proc/sys is mounted read-only, as it is in most containers; start the container with "
-           "a writable one";
+    return "/proc/sys is mounted read-only, as in most containers; start the container with a "
+           "writable /proc/sys";
   }
   return "";
 }
@@ -95,14 +95,14 @@ void Report::TellResult(const SessionResult& session, const RequestResult& resul
   TellOutcomes(session, result);
   Complain(
       result.document + ": " +
-      (result.outcomes.empty() ? "nothing asked for, nothing changed" : Counts(result.outcomes)));
+      (result.outcomes.empty() ? "nothing requested, nothing changed" : Counts(result.outcomes)));
 }
 
 void Report::TellReply(const RequestResult& result) const {
   const Request& request = result.request;
   switch (request.reply()) {
     case Reply::kNone:
-      Complain("reply: none; the layer left the request unanswered");
+      Complain("reply: none; the layer did not reply to the request");
       break;
     case Reply::kSuccess:
       Tell("reply: success");

@@ -5,7 +5,7 @@
 
 #include "devhost/kaehost/apply/session_result.h"
 
-// How `kaehost apply` tells a session to people, bit by bit as it happens.
+// The report of `kaehost apply` for people, printed while the session runs.
 
 namespace devhost {
 
@@ -30,11 +30,11 @@ class Report {
   // an error.
   void TellPluginLines(const std::string& text, bool in_full) const;
 
-  // The reply to a request, what became of the values, and a line with counts, which a quiet report
-  // has too.
+  // The reply to a request, the table of outcomes, and a line with counts. A quiet report has only
+  // what is wrong and the counts.
   void TellResult(const SessionResult& session, const RequestResult& result) const;
 
-  // The end of the layer, and whether everything is back.
+  // The end of the layer, and whether all tunables are restored.
   void TellRelease(const SessionResult& session) const;
 
  private:

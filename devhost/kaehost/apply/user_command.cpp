@@ -23,7 +23,7 @@ std::vector<char*> Arguments(std::vector<std::string>& words) {
   return arguments;
 }
 
-// Answers the error number. The program gets signals as if kaehost were not there.
+// Returns the error number. The program gets signals as if kaehost did not exist.
 int Spawn(pid_t* child, std::vector<std::string> words, const sigset_t& mask,
           bool to_standard_output) {
   posix_spawnattr_t attributes;
@@ -55,7 +55,7 @@ int RunUserCommand(const std::vector<std::string>& words, Interruption& interrup
   pid_t child = 0;
   const int error = Spawn(&child, words, interruption.mask_before(), to_standard_output);
   if (error != 0) {
-    std::cerr << "kaehost: " << words[0] << ": cannot be run: " << std::strerror(error) << '\n';
+    std::cerr << "kaehost: " << words[0] << ": cannot run: " << std::strerror(error) << '\n';
     return error == ENOENT ? kNotFound : kCannotBeRun;
   }
   return interruption.AwaitEnd(child);

@@ -7,10 +7,10 @@
 
 namespace devhost {
 
-// Runs a program, which is looked for as a shell does it, to its end, and answers its status as a
-// shell shows it: 127 for a program that is not there and 126 for one that cannot be run, which is
-// told on standard error. It has standard input and output as this process has them, or, unless
-// `to_standard_output`, standard error for its output.
+// Runs a program to its end. Like a shell, searches PATH for it and returns its status: 127 if
+// there is no such program, 126 if it cannot be run. Standard error then has the reason. The
+// program has the standard input and output of this process. If `to_standard_output` is false, its
+// output goes to standard error.
 int RunUserCommand(const std::vector<std::string>& words, Interruption& interruption,
                    bool to_standard_output);
 

@@ -31,7 +31,7 @@ void Release(const std::string& path, const Layer& layer) {
   }
 }
 
-// Loads the plug-in, lets it make a layer, releases that and unloads the plug-in.
+// Loads the plug-in, lets it make a layer, releases the layer and unloads the plug-in.
 PluginFacts Try(const std::string& path) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();

@@ -7,7 +7,7 @@
 
 namespace devhost {
 
-// What a plug-in is, needs and offers.
+// What a plug-in is, requires and offers.
 struct PluginFacts {
   std::string name;
   std::string version;
@@ -18,8 +18,8 @@ struct PluginFacts {
   long layer_us;                        // until it has made its first layer
 };
 
-// Loads the plug-in at `path`, lets it make a layer, releases that and unloads the plug-in. Throws
-// PluginError, also where tunables are not what they were.
+// Loads the plug-in at `path`, lets it make a layer, releases the layer and unloads the plug-in.
+// Throws PluginError, also if tunables have changed.
 PluginFacts FactsOf(const std::string& path);
 
 }  // namespace devhost

@@ -1,4 +1,4 @@
-// kaehost inspect: what a plug-in is, needs and offers.
+// kaehost inspect: the options and the help.
 
 #include <CLI/CLI.hpp>
 #include <exception>

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kTitleWidth = 12;
 
-// The names, in further lines below where they do not fit in one.
+// The names, on several lines if they do not fit on one.
 std::string Listed(const std::vector<std::string>& names) {
   constexpr std::size_t kWidth = 88;
   std::string text = names.empty() ? "none" : "";

@@ -7,10 +7,10 @@
 
 namespace devhost {
 
-// Tells people on standard output what the plug-in at `path` is.
+// Prints the facts about the plug-in at `path`.
 void Tell(const std::string& path, const PluginFacts& facts);
 
-// Answers the same as a JSON document.
+// Returns the same as JSON.
 Json ToJson(const std::string& path, const PluginFacts& facts);
 
 }  // namespace devhost

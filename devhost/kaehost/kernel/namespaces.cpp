@@ -17,10 +17,10 @@ namespace {
 
 [[noreturn]] void Refuse(const std::string& why) {
   throw NamespaceError(
-      "no private namespace to be had: " + why +
-      "; enable user namespaces (sysctl user.max_user_namespaces, user.max_net_namespaces and "
-      "user.max_mnt_namespaces above 0 and, where they exist, kernel.unprivileged_userns_clone=1 "
-      "and kernel.apparmor_restrict_unprivileged_userns=0) or run as root");
+      "cannot create a private network namespace: " + why +
+      "; run as root, or enable user namespaces (sysctl user.max_user_namespaces, "
+      "user.max_net_namespaces and user.max_mnt_namespaces above 0 and, if they exist, "
+      "kernel.unprivileged_userns_clone=1 and kernel.apparmor_restrict_unprivileged_userns=0)");
 }
 
 void WriteProcFile(const std::string& path, const std::string& text) {
@@ -31,10 +31,10 @@ void WriteProcFile(const std::string& path, const std::string& text) {
   close(fd);
 }
 
-// All that is mounted from here on lies below /proc, and must stay ours.
+// All later mounts are below /proc and must not reach other mount namespaces.
 void MakeMountsPrivate() {
   if (mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
-    Refuse(std::string("making /proc private: ") + std::strerror(errno));
+    Refuse(std::string("mounting /proc as private: ") + std::strerror(errno));
   }
 }
 
@@ -44,8 +44,8 @@ void BindOnItself(const char* folder) {
   }
 }
 
-// The kernel lets root, also that of a user namespace, write the machine's own tunables in all
-// other folders of /proc/sys. A program that is run under the settings may try to.
+// The kernel lets root, also root of a user namespace, write the machine's own tunables in all
+// other folders of /proc/sys. The user's command can try to do so.
 void ProtectOtherTunables(bool has_user_namespace) {
   BindOnItself("/proc/sys/net");
   if (has_user_namespace) {
@@ -54,7 +54,8 @@ void ProtectOtherTunables(bool has_user_namespace) {
   BindOnItself("/proc/sys");
   struct statvfs found = {};
   statvfs("/proc/sys", &found);
-  const unsigned long kept = found.f_flag & (MS_NOSUID | MS_NODEV | MS_NOEXEC);  // locked perhaps
+  const unsigned long kept =
+      found.f_flag & (MS_NOSUID | MS_NODEV | MS_NOEXEC);  // they can be locked
   if (mount("none", "/proc/sys", "none", MS_BIND | MS_REMOUNT | MS_RDONLY | kept, nullptr) != 0) {
     Refuse(std::string("making /proc/sys read-only: ") + std::strerror(errno));
   }
@@ -88,15 +89,15 @@ void EnterNetworkNamespace(const std::string& name) {
   const int error = errno;
   close(fd);
   if (!entered) {
-    throw NamespaceError("the network namespace " + path +
-                         " cannot be entered: " + std::strerror(error) +
-                         "; `ip netns list` names those that exist, and entering one takes root");
+    throw NamespaceError("cannot enter the network namespace " + path + ": " +
+                         std::strerror(error) +
+                         "; list the namespaces by 'ip netns list', and run as root");
   }
 }
 
 void TakeMountsApart() {
   if (unshare(CLONE_NEWNS) != 0) {
-    Refuse(std::string("mounts: ") + std::strerror(errno));
+    Refuse(std::string("mount namespace: ") + std::strerror(errno));
   }
   MakeMountsPrivate();
 }
@@ -110,8 +111,8 @@ void BringLoopbackUp() {
   const int error = errno;
   close(fd);
   if (!is_up) {
-    throw NamespaceError(std::string("the loopback interface cannot be brought up: ") +
-                         std::strerror(error) + "; a command cannot be tried here");
+    throw NamespaceError(std::string("cannot bring the loopback interface up: ") +
+                         std::strerror(error) + "; leave out the command after '--'");
   }
 }
 

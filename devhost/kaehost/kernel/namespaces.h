@@ -5,31 +5,30 @@
 
 namespace devhost {
 
-// No private namespace is to be had, or not one in which a plug-in can be tried; what() says why
-// and what to do.
+// A namespace cannot be created or entered, or a plug-in cannot be tried in it. what() is the
+// reason and what to do.
 class NamespaceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Moves the calling process into a private user, network and mount namespace, as its root, or,
-// where a new user namespace is refused to root (inside a chroot), into a network and mount
-// namespace. From then on /proc/sys/net belongs to this process and its children alone, and the
-// rest of /proc/sys is read-only, but for a user namespace's own limits in /proc/sys/user: the
-// machine's own tunables are out of reach. The process must have one thread only. Throws
-// NamespaceError.
+// Moves the calling process into a private user, network and mount namespace, as its root. If root
+// cannot create a user namespace, as in a chroot, it is a network and mount namespace only. Then
+// only this process and its children use this /proc/sys/net, and the rest of /proc/sys is
+// read-only, except a user namespace's own limits in /proc/sys/user: the machine's own tunables are
+// out of reach. The process must have one thread only. Throws NamespaceError.
 void EnterPrivateNamespace();
 
-// Moves the calling process into an existing network namespace: one of `ip netns`, by its name, or
-// whatever a path (a text with a slash) leads to. The process must have one thread only. Throws
-// NamespaceError.
+// Moves the calling process into an existing network namespace. `name` is a name of `ip netns`, or,
+// if it contains a slash, a path. The process must have one thread only. Throws NamespaceError.
 void EnterNetworkNamespace(const std::string& name);
 
-// Gives the calling process, which must have one thread only, mounts of its own. Takes time, a
-// private namespace has them, and a network namespace mostly does without. Throws NamespaceError.
+// Moves the calling process into a private mount namespace. It must have one thread only. A private
+// namespace includes it, and a network namespace rarely needs it, so it is a separate function: it
+// takes time. Throws NamespaceError.
 void TakeMountsApart();
 
-// Lets the loopback interface of this network namespace work. Throws NamespaceError.
+// Brings up the loopback interface of this network namespace. Throws NamespaceError.
 void BringLoopbackUp();
 
 }  // namespace devhost

@@ -21,19 +21,19 @@ namespace fs = std::filesystem;
 namespace devhost {
 namespace {
 
-// Where scratch files lie until they are bound, and where a view is put together: a folder of /proc
-// that nobody misses meanwhile.
+// The folder for scratch files until they are bound, and for building a view. Nothing uses this
+// folder of /proc meanwhile.
 constexpr const char* kScratchFolder = "/proc/fs";
 constexpr const char* kTunables = "/proc/sys/net";
 
 void Mount(const char* type, const fs::path& source, const fs::path& target, unsigned long flags) {
   if (mount(source.c_str(), target.c_str(), type, flags, nullptr) != 0) {
-    throw NamespaceError("no view with the whole catalogue to be had: " + target.string() + ": " +
+    throw NamespaceError("cannot show the whole catalogue: " + target.string() + ": " +
                          std::strerror(errno) + "; leave out --whole-catalogue");
   }
 }
 
-// The view's names are the kernel's, each bound to what bears it there.
+// The view has the kernel's names. Each is bound to the kernel's file or folder of that name.
 void BindAll(const fs::path& folder) {
   fs::create_directory(kScratchFolder / folder);
   for (const auto& entry : fs::directory_iterator(kTunables / folder)) {
@@ -74,8 +74,8 @@ bool RefusesToBeWritten(const std::string& path) {
   return fd < 0 && error != ENOENT;
 }
 
-// The file system in memory is mounted only while the files are bound, and the binds keep the
-// files: nothing is left behind, and no folder of the machine needs to be writable.
+// The file system in memory is mounted only while the files are bound. The binds keep the files. So
+// nothing else stays mounted, and no folder of the machine needs to be writable.
 std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
   std::vector<std::string> emulated;
   std::copy_if(paths.begin(), paths.end(), std::back_inserter(emulated), RefusesToBeWritten);
@@ -87,8 +87,9 @@ std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
   const int error = errno;
   umount2(kScratchFolder, MNT_DETACH);
   if (!laid) {
-    throw NamespaceError(emulated.front() + " is read-only here, and no scratch file can be laid " +
-                         "over it: " + std::strerror(error) + "; --as-is does without");
+    throw NamespaceError(emulated.front() +
+                         ": read-only, and cannot mount a scratch file over it: " +
+                         std::strerror(error) + "; use --as-is to leave it read-only");
   }
   return emulated;
 }

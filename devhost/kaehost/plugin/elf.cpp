@@ -18,7 +18,7 @@ namespace {
 
 using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
 
-// Null for what is no regular file.
+// Returns null if it is not a regular file.
 Handle Open(const std::string& path) {
   elf_version(EV_CURRENT);
   std::error_code unreadable;
@@ -31,7 +31,8 @@ Handle Open(const std::string& path) {
   return file;
 }
 
-// The number of a section's entries; a loader does not look at sections, so they may be nonsense.
+// Returns the number of a section's entries. A loader does not read sections, so their sizes can be
+// wrong.
 int CountOf(const GElf_Shdr& header) {
   return header.sh_entsize > 0 ? static_cast<int>(header.sh_size / header.sh_entsize) : 0;
 }
@@ -80,7 +81,7 @@ bool LacksItsEnd(const std::string& path) {
   return false;
 }
 
-// What has been loaded as a plug-in exports a symbol, so a table without any is damaged.
+// A loaded plug-in exports a symbol, so a table without symbols is damaged.
 SharedLibrary ReadSharedLibrary(const std::string& path) {
   const Handle file = Open(path);
   SharedLibrary library;
@@ -96,8 +97,8 @@ SharedLibrary ReadSharedLibrary(const std::string& path) {
   }
   if (library.exports.empty()) {
     throw PluginError(path +
-                      ": the plug-in's section table is missing or damaged, so that nobody can "
-                      "tell what it exports and needs; build it again");
+                      ": the plug-in's section table is missing or damaged, so its exports and "
+                      "needs are unknown; build the plug-in again");
   }
   std::sort(library.exports.begin(), library.exports.end());
   return library;

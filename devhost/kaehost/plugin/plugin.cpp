@@ -27,12 +27,12 @@ void FailIfPluginRuns() {
   }
 }
 
-// With a slash in it, so that the loader does not search for the name elsewhere.
+// Adds a slash, so that the loader does not search for the name in other folders.
 std::string WithSlash(const std::string& path) {
   return path.find('/') != std::string::npos ? path : "./" + path;
 }
 
-// What the loader complains of, without the path that its text mostly begins with.
+// Returns the loader's error without the path with which it usually begins.
 std::string LoaderError(const std::string& path) {
   const std::string text = dlerror();
   const std::string prefix = WithSlash(path) + ": ";
@@ -56,7 +56,7 @@ std::string Thrown() {
     const char* text = error.what();
     return text != nullptr ? text : "an exception without a text";
   } catch (...) {
-    return "something that is no std::exception";
+    return "something that is not a std::exception";
   }
 }
 
@@ -80,7 +80,7 @@ auto Plugin::Call(const char* name, Operation operation) const {
 
 Plugin::Plugin(const std::string& path) : path_(path) {
   if (LacksItsEnd(path)) {
-    throw PluginError(path + ": the plug-in does not load: the file lacks its end; copy it again");
+    throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
   }
   library_.reset(dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) {
@@ -88,14 +88,14 @@ Plugin::Plugin(const std::string& path) : path_(path) {
   }
   void* symbol = dlsym(library_.get(), "this_kae_plugin");
   if (symbol == nullptr) {
-    throw PluginError(path_ + ": is no plug-in: it exports no symbol this_kae_plugin");
+    throw PluginError(path_ + ": not a plug-in: it does not export the symbol this_kae_plugin");
   }
   plugin_ = *static_cast<kaePlugin**>(symbol);
   if (plugin_ == nullptr) {
-    throw PluginError(path_ + ": is no plug-in: its this_kae_plugin is null");
+    throw PluginError(path_ + ": not a plug-in: its this_kae_plugin is null");
   }
   if (!Call("InitPlugin", [this] { return plugin_->InitPlugin(); })) {
-    throw PluginError(path_ + ": the plug-in is not ready: its InitPlugin answers false");
+    throw PluginError(path_ + ": the plug-in is not ready: its InitPlugin returned false");
   }
 }
 
@@ -119,18 +119,18 @@ std::string Plugin::version() const {
 Layer Plugin::NewLayer() const {
   auto* factory = dynamic_cast<kaeCPLayerFactory*>(plugin_);
   if (factory == nullptr) {
-    throw PluginError(path_ + ": the plug-in makes no layers: it is no kaeCPLayerFactory");
+    throw PluginError(path_ + ": the plug-in cannot make layers: it is not a kaeCPLayerFactory");
   }
   kaeCPLayer* layer = Call("GetNewLayer", [factory] { return factory->GetNewLayer(); });
   if (layer == nullptr) {
-    throw PluginError(path_ + ": the plug-in makes no layer: its GetNewLayer answers null");
+    throw PluginError(path_ + ": the plug-in made no layer: its GetNewLayer returned null");
   }
   const Layer callbacks{
       dynamic_cast<kaeCPLayer::ConfigureCB*>(layer), dynamic_cast<kaeCPLayer::ReleaseCB*>(layer),
       dynamic_cast<kaeCPLayer::StartCB*>(layer), dynamic_cast<kaeCPLayer::StopCB*>(layer)};
   if (callbacks.configure == nullptr || callbacks.release == nullptr) {
     delete layer;
-    throw PluginError(path_ + ": the plug-in's layer cannot be used: it is no kaeCPLayer::" +
+    throw PluginError(path_ + ": the plug-in's layer cannot be used: it is not a kaeCPLayer::" +
                       (callbacks.configure == nullptr ? "ConfigureCB" : "ReleaseCB"));
   }
   return callbacks;

@@ -8,19 +8,18 @@
 
 namespace devhost {
 
-// Answers the path of the plug-in that lies beside this program, as in a build, or else of the one
-// that was installed with it.
+// Returns the path of the plug-in in the folder of this program, as in a build, or else of the
+// installed one.
 std::string DefaultPlugin();
 
-// Says what the exception being handled is, whatever a plug-in may have thrown.
+// Returns a text about the exception being handled, whatever the plug-in threw.
 std::string Thrown();
 
-// A layer with its callbacks. The pointers are faces of one object, which destroys itself in
-// do_Release.
+// A layer with its callbacks. All pointers are to one object, which destroys itself in do_Release.
 struct Layer {
   kaeCPLayer::ConfigureCB* configure;
   kaeCPLayer::ReleaseCB* release;
-  kaeCPLayer::StartCB* start;  // this and the next are null where the layer does not offer them
+  kaeCPLayer::StartCB* start;  // null if the layer does not offer it, as the next one
   kaeCPLayer::StopCB* stop;
 };
 
@@ -34,11 +33,11 @@ class Plugin {
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;
 
-  // What the plug-in answers. They throw PluginError.
+  // The texts of the plug-in. They throw PluginError.
   std::string name() const;
   std::string version() const;
 
-  // Answers a new layer, to be ended by its do_Release. Throws PluginError.
+  // Returns a new layer. End it by its do_Release. Throws PluginError.
   Layer NewLayer() const;
 
  private:
@@ -46,17 +45,18 @@ class Plugin {
     void operator()(void* library) const;
   };
 
-  // Lives while the plug-in may be running: one that ends the process must not end it with success.
+  // Exists while the plug-in can run. If the plug-in ends the process, the exit status is a
+  // failure.
   struct Running {
     Running();
     ~Running();
   };
 
-  // Answers what `operation` answers; whatever it throws becomes a PluginError that names it.
+  // Returns what `operation` returns. Whatever it throws becomes a PluginError with its name.
   template <class Operation>
   auto Call(const char* name, Operation operation) const;
 
-  Running running_;  // before and after everything else
+  Running running_;  // first and last: it must enclose all calls
   std::string path_;
   std::unique_ptr<void, Unload> library_;
   kaePlugin* plugin_ = nullptr;

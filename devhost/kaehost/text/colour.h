@@ -6,8 +6,8 @@ namespace devhost {
 
 enum class Colour { kGreen, kYellow, kRed };
 
-// Answers `text` in the colour where standard output is a terminal and NO_COLOR is not set, else as
-// it is.
+// Returns `text` in the colour if standard output is a terminal and NO_COLOR is not set, else
+// unchanged.
 std::string Painted(const std::string& text, Colour colour);
 
 }  // namespace devhost

@@ -7,8 +7,8 @@ namespace devhost {
 
 using Json = nlohmann::ordered_json;
 
-// Answers the text of a JSON document. What documents and plug-ins say need not be UTF-8; what is
-// not is replaced.
+// Returns the text of a JSON document. Texts of documents and plug-ins can contain bytes that are
+// not UTF-8; these are replaced.
 inline std::string JsonText(const Json& json) {
   constexpr int kIndent = 2;
   return json.dump(kIndent, ' ', false, Json::error_handler_t::replace);

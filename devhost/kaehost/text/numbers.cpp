@@ -6,7 +6,7 @@
 namespace devhost {
 namespace {
 
-// Answers the number that the text is; where there is no such long one, the nearest, with ERANGE in
+// Returns the number that the text is; where there is no such long one, the nearest, with ERANGE in
 // errno.
 std::optional<long long> Nearest(const std::string& text) {
   char* end = nullptr;

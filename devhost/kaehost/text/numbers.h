@@ -5,11 +5,11 @@
 
 namespace devhost {
 
-// Answers what the kernel reads a text as: a number, hexadecimal after 0x and octal after 0, with
+// Returns what the kernel reads a text as: a number, hexadecimal after 0x and octal after 0, with
 // blanks around it if need be; none for anything else.
 std::optional<long long> Number(const std::string& text);
 
-// Answers why a text of which Number makes none is none, and what to do.
+// Returns why a text of which Number makes none is none, and what to do.
 std::string AboutNoNumber(const std::string& text);
 
 }  // namespace devhost

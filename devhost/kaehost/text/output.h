@@ -4,8 +4,8 @@
 
 namespace devhost {
 
-// Standard output with a state of kaehost's own: what a plug-in does to std::cout, a failed state
-// or a format, must not silence or bend what is told of it.
+// Standard output with its own state. A plug-in can set a failed state or a format in std::cout;
+// that must not suppress or change the report about it.
 std::ostream& Out();
 
 }  // namespace devhost

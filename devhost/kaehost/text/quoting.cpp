@@ -6,7 +6,7 @@ namespace devhost {
 
 namespace {
 
-// The first bytes of the text, `longest` at most, with no character cut in two.
+// Returns the first bytes of the text, at most `longest`, without cutting a character in two.
 std::string_view Beginning(std::string_view text, std::size_t longest) {
   if (text.size() <= longest) {
     return text;
@@ -17,13 +17,13 @@ std::string_view Beginning(std::string_view text, std::size_t longest) {
   return text.substr(0, longest);
 }
 
-// Answers how many bytes of the text's first character are a command to terminals, 0 for none.
+// Returns the size of the control character at the beginning of the text, 0 if there is none.
 std::size_t SizeOfCommand(std::string_view text) {
   constexpr char kDelete = 0x7f;
   if (static_cast<unsigned char>(text[0]) < ' ' || text[0] == kDelete) {
     return 1;
   }
-  // The commands of eight bits, U+0080 to U+009F, in UTF-8.
+  // The control characters U+0080 to U+009F in UTF-8.
   return text.size() > 1 && text[0] == '\xc2' && (text[1] & '\xe0') == '\x80' ? 2 : 0;
 }
 

@@ -6,11 +6,11 @@
 
 namespace devhost {
 
-// A text that came from outside as a piece of one line, cut where it is longer than that, and
-// without the bytes that a terminal takes for a command.
+// Returns a text of unknown origin as a part of one line: at most `longest` bytes, with a space for
+// each control character. Terminals execute some control characters.
 std::string Shown(std::string_view text, std::size_t longest);
 
-// The same in quotation marks, short.
+// Returns the same, short and in quotation marks.
 std::string Quoted(std::string_view text);
 
 }  // namespace devhost

@@ -34,7 +34,7 @@ void Table::Print(std::ostream& out) const {
       widths[i] = std::max(widths[i], row.texts[i].size());
     }
   }
-  widths.back() = 0;  // nothing is to align after it
+  widths.back() = 0;  // the last column needs no padding
   for (const Row& row : rows_) {
     std::string line;
     for (std::size_t i = 0; i < widths.size(); ++i) {

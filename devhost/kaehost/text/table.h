@@ -9,15 +9,15 @@
 
 namespace devhost {
 
-// A table of texts, its columns as wide as their longest text. A long text is cut, control
-// characters become blanks, and an empty text is shown as "(empty)".
+// A table of texts with aligned columns. A long text is cut, control characters become spaces, and
+// an empty text is shown as "(empty)".
 class Table {
  public:
   explicit Table(std::vector<std::string> titles);
 
   void Add(std::vector<std::string> texts, std::optional<Colour> colour = {});
 
-  // Prints the titles and the rows; nothing where there are no rows.
+  // Prints the titles and the rows, or nothing if there are no rows.
   void Print(std::ostream& out) const;
 
  private:

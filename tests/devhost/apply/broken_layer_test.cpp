@@ -52,9 +52,9 @@ TEST_F(BrokenLayer, ThatNeverRepliesIsAFailure) {
   EXPECT_EQ(AfterTheRequest(run),
             std::string("[do_Configure]\n"
                         "\n"
-                        "kaehost: reply: none; the layer left the request unanswered\n"
+                        "kaehost: reply: none; the layer did not reply to the request\n"
                         "kaehost: ") +
-                document_ + ": nothing asked for, nothing changed\n" + kReleased);
+                document_ + ": nothing requested, nothing changed\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
@@ -67,7 +67,7 @@ TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
                         "kaehost: reply: success\n"
                         "kaehost: the layer replied more than once; only its first reply counts\n"
                         "kaehost: ") +
-                document_ + ": nothing asked for, nothing changed\n" + kReleased);
+                document_ + ": nothing requested, nothing changed\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatErrsTwiceIsHeldToItsFirstReply) {
@@ -78,7 +78,7 @@ TEST_F(BrokenLayer, ThatErrsTwiceIsHeldToItsFirstReply) {
                         "kaehost: reply: error: first: one\n"
                         "kaehost: the layer replied more than once; only its first reply counts\n"
                         "kaehost: ") +
-                document_ + ": nothing asked for, nothing changed\n" + kReleased);
+                document_ + ": nothing requested, nothing changed\n" + kReleased);
 }
 
 TEST_F(BrokenLayer, ThatThrowsWithoutATextIsAFailure) {
@@ -104,7 +104,7 @@ TEST_F(BrokenLayer, ThatThrowsAfterItsReplyIsAFailure) {
                                               "for a value\n"
                                               "kaehost: reply: success\n"
                                               "kaehost: ") +
-                                      document_ + ": nothing asked for, nothing changed\n" +
+                                      document_ + ": nothing requested, nothing changed\n" +
                                       kReleased);
 }
 
@@ -112,13 +112,13 @@ TEST_F(BrokenLayer, ThatThrowsWhatIsNoExceptionIsReleasedAndRestores) {
   const Outcome run = ApplyWith("configure_throws_oddly");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(AfterTheRequest(run),
-            std::string("\n"
-                        "kaehost: the layer's do_Configure threw: something that is no "
-                        "std::exception\n"
-                        "kaehost: reply: none; the layer left the request unanswered\n"
-                        "  element   outcome     before  asked  now\n"
-                        "  tcp_sack  overridden  1       -      0\n"
-                        "kaehost: ") +
+            std::string(
+                "\n"
+                "kaehost: the layer's do_Configure threw: something that is not a std::exception\n"
+                "kaehost: reply: none; the layer did not reply to the request\n"
+                "  element   outcome     before  asked  now\n"
+                "  tcp_sack  overridden  1       -      0\n"
+                "kaehost: ") +
                 document_ + ": 1 overridden\n" + kReleased);
 }
 
@@ -173,7 +173,7 @@ TEST_F(BrokenLayer, ThatSpoilsStandardOutputCannotSilenceKaehost) {
   EXPECT_EQ(AfterTheRequest(run), std::string("\n"
                                               "kaehost: reply: success\n"
                                               "kaehost: ") +
-                                      document_ + ": nothing asked for, nothing changed\n" +
+                                      document_ + ": nothing requested, nothing changed\n" +
                                       kReleased);
 }
 

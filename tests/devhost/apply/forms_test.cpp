@@ -176,15 +176,15 @@ TEST_F(Forms, WholeCatalogueIsNotAsTheKernelHasIt) {
 
 TEST_F(Forms, AnErrorComesWithTheAdviceThatFitsIt) {
   const std::string core_advice =
-      "the core files are read-only in every network namespace but the machine's first; scratch "
-      "files stand in for them, but not with --as-is or --live";
+      "core/rmem_max and core/wmem_max are read-only outside the initial network namespace; leave "
+      "out --as-is and --live to emulate them";
   const std::pair<std::string, std::string> cases[] = {
       {"[/proc/sys/net/core/rmem_max]: Permission denied", core_advice},
       {"[/proc/sys/net/ipv4/tcp_sack]: Permission denied",
-       "writing this file takes root in the network namespace that it belongs to"},
+       "only root of the network namespace can write this file; run as root there"},
       {"[/proc/sys/net/core/rmem_max]: Read-only file system",
-       "/proc/sys is mounted read-only, as it is in most containers; start the container with a "
-       "writable one"},
+       "/proc/sys is mounted read-only, as in most containers; start the container with a writable "
+       "/proc/sys"},
       {"[/proc/sys/net/core/rmem_max]: Too many open files", ""},
   };
   for (const auto& [detail, advice] : cases) {
@@ -193,6 +193,6 @@ TEST_F(Forms, AnErrorComesWithTheAdviceThatFitsIt) {
     EXPECT_EQ(run.status, 1) << detail;
     EXPECT_THAT(run.out, HasSubstr("kaehost: reply: error: file error: " + detail + "\n" +
                                    (advice.empty() ? "" : "kaehost: " + advice + "\n") +
-                                   "kaehost: " + failing + ": nothing asked for"));
+                                   "kaehost: " + failing + ": nothing requested"));
   }
 }

@@ -117,7 +117,7 @@ TEST_F(Live, CommandIsNotRunAfterASignal) {
   const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
                                TestPlugin("interrupts_its_host"), "--", "echo", "ran"});
   EXPECT_EQ(run.status, 128 + SIGTERM);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: echo: not run, since not every document is in force\n"));
+  EXPECT_THAT(run.out, HasSubstr("kaehost: echo: not run, because the session was interrupted\n"));
   EXPECT_THAT(run.out, Not(HasSubstr("ran\n")));
 }
 
@@ -135,7 +135,7 @@ TEST_F(Live, ReaderThatGoesDoesNotKeepTheTunablesFromComingBack) {
   close(ends[0]);
   kill(kaehost.pid(), SIGTERM);
   const Outcome run = kaehost.Finish();
-  EXPECT_EQ(run.err, "kaehost: standard output cannot be written; what it shows is not all\n");
+  EXPECT_EQ(run.err, "kaehost: cannot write standard output; what it shows is incomplete\n");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(FinTimeout(), "37");
 }
@@ -167,9 +167,8 @@ TEST_F(Live, TakesRoot) {
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err,
-            "kaehost: /proc/sys/net/ipv4/tcp_sack cannot be written here: Permission denied; the "
-            "machine's own tunables take root: run as root, or leave out --live to try the "
-            "documents in a private namespace\n");
+            "kaehost: /proc/sys/net/ipv4/tcp_sack: cannot open for writing: Permission denied; run "
+            "as root, or leave out --live to try the documents in a private namespace\n");
 }
 
 TEST_F(Live, TakesTunablesThatCanBeWritten) {
@@ -178,9 +177,9 @@ TEST_F(Live, TakesTunablesThatCanBeWritten) {
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err,
-            "kaehost: /proc/sys/net/ipv4/tcp_sack cannot be written here: Read-only file system; "
-            "/proc/sys is mounted read-only, as in most containers: start the container with a "
-            "writable one\n");
+            "kaehost: /proc/sys/net/ipv4/tcp_sack: cannot open for writing: Read-only file system; "
+            "/proc/sys is mounted read-only, as in most containers; start the container with a "
+            "writable /proc/sys\n");
 }
 
 // In a new network namespace, whose core files are read-only or missing.

@@ -124,10 +124,10 @@ TEST_F(Json, SaysWhyNothingWasDone) {
   ExpectRefused({nowhere}, 2, nowhere + ": cannot be read: No such file or directory");
   const std::string broken = TestPlugin("null_pointer");
   ExpectRefused({document_, "--plugin", broken}, 3,
-                broken + ": is no plug-in: its this_kae_plugin is null");
+                broken + ": not a plug-in: its this_kae_plugin is null");
   ExpectRefused({document_, "--netns", "/nowhere"}, 77,
-                "the network namespace /nowhere cannot be entered: No such file or directory; `ip "
-                "netns list` names those that exist, and entering one takes root");
+                "cannot enter the network namespace /nowhere: No such file or directory; list the "
+                "namespaces by 'ip netns list', and run as root");
 }
 
 TEST_F(Json, SaysWhere) {

@@ -70,9 +70,8 @@ TEST_F(NetworkNamespace, IsLookedForByNameWhereIpNetnsKeepsThem) {
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err,
-            "kaehost: the network namespace /run/netns/no-such-name cannot be entered: No such "
-            "file or directory; `ip netns list` names those that exist, and entering one takes "
-            "root\n");
+            "kaehost: cannot enter the network namespace /run/netns/no-such-name: No such file or "
+            "directory; list the namespaces by 'ip netns list', and run as root\n");
 }
 
 // A pipe that nobody writes to would keep an ordinary open waiting.
@@ -82,7 +81,7 @@ TEST_F(NetworkNamespace, ThatIsNoneIsNotWaitedFor) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const Outcome run = Kaehost({"apply", "--netns", pipe, document});
   EXPECT_EQ(run.status, 77);
-  EXPECT_THAT(run.err, HasSubstr(pipe + " cannot be entered: Invalid argument; "));
+  EXPECT_THAT(run.err, HasSubstr(pipe + ": Invalid argument; "));
 }
 
 TEST_F(NetworkNamespace, WithoutANameIsNotAPrivateOne) {

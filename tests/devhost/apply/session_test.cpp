@@ -152,8 +152,8 @@ TEST_F(Apply, AsIsShowsTheErrorReplyAndTheRollback) {
   }
   EXPECT_EQ(run.status, 1);
   const std::string advice =
-      "kaehost: the core files are read-only in every network namespace but the machine's first; "
-      "scratch files stand in for them, but not with --as-is or --live\n";
+      "kaehost: core/rmem_max and core/wmem_max are read-only outside the initial network "
+      "namespace; leave out --as-is and --live to emulate them\n";
   ExpectInOrder(
       run.out,
       {"file write error: [/proc/sys/net/core/rmem_max]: Permission denied\n",
@@ -175,9 +175,9 @@ TEST_F(Apply, ForeignRootGetsNoReply) {
   const Outcome run = Kaehost({"apply", foreign});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: request: " + foreign +
-                                 "\nkaehost: reply: none; the layer left the request unanswered\n"
+                                 "\nkaehost: reply: none; the layer did not reply to the request\n"
                                  "kaehost: " +
-                                 foreign + ": nothing asked for, nothing changed\n"));
+                                 foreign + ": nothing requested, nothing changed\n"));
 }
 
 TEST_F(Apply, DeliversADeepDocumentOnASmallStack) {

@@ -33,7 +33,7 @@ using testing::Not;
 namespace {
 
 constexpr const char* kOutputLost =
-    "kaehost: standard output cannot be written; what it shows is not all\n";
+    "kaehost: cannot write standard output; what it shows is incomplete\n";
 
 // Some tunables as this process sees them.
 std::vector<std::string> TunablesHere() {
@@ -47,11 +47,10 @@ std::vector<std::string> TunablesHere() {
 
 // What is said when no namespace is to be had, for the reason `why`.
 std::string NoNamespace(const std::string& why) {
-  return "kaehost: no private namespace to be had: " + why +
-         "; enable user namespaces (sysctl user.max_user_namespaces, user.max_net_namespaces and "
-         "user.max_mnt_namespaces above 0 and, where they exist, "
-         "kernel.unprivileged_userns_clone=1 "
-         "and kernel.apparmor_restrict_unprivileged_userns=0) or run as root\n";
+  return "kaehost: cannot create a private network namespace: " + why +
+         "; run as root, or enable user namespaces (sysctl user.max_user_namespaces, "
+         "user.max_net_namespaces and user.max_mnt_namespaces above 0 and, if they exist, "
+         "kernel.unprivileged_userns_clone=1 and kernel.apparmor_restrict_unprivileged_userns=0)\n";
 }
 
 // Replaces standard output with a pipe that nobody reads from.
@@ -171,8 +170,8 @@ TEST_F(Surroundings, ScratchFileThatCannotBeLaidIsToldWithTheWayWithoutIt) {
   }
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.err,
-            "kaehost: /proc/sys/net/core/rmem_max is read-only here, and no scratch file can be "
-            "laid over it: Operation not permitted; --as-is does without\n");
+            "kaehost: /proc/sys/net/core/rmem_max: read-only, and cannot mount a scratch file over "
+            "it: Operation not permitted; use --as-is to leave it read-only\n");
 }
 
 TEST_F(Surroundings, LoopbackThatStaysDownIsToldAfterTheRelease) {
@@ -181,8 +180,8 @@ TEST_F(Surroundings, LoopbackThatStaysDownIsToldAfterTheRelease) {
   EXPECT_THAT(run.out, AllOf(HasSubstr("kaehost: layer released; all tunables restored"),
                              Not(HasSubstr("ran\n"))));
   EXPECT_EQ(run.err,
-            "kaehost: the loopback interface cannot be brought up: Operation not permitted; a "
-            "command cannot be tried here\n");
+            "kaehost: cannot bring the loopback interface up: Operation not permitted; leave out "
+            "the command after '--'\n");
 }
 
 TEST_F(Surroundings, OutputToAFullDeviceIsAFailure) {

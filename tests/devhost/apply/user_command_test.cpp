@@ -84,13 +84,13 @@ TEST_F(Command, ThatIsNotThereIsToldAndHasTheStatusOfAShell) {
   const Outcome run = Kaehost({"apply", document_, "--quiet", "--", "no-such-command"},
                               [] { setenv("PATH", "/usr/bin:/bin", 1); });
   EXPECT_EQ(run.status, 127);
-  EXPECT_EQ(run.err, "kaehost: no-such-command: cannot be run: No such file or directory\n");
+  EXPECT_EQ(run.err, "kaehost: no-such-command: cannot run: No such file or directory\n");
 }
 
 TEST_F(Command, ThatIsNoProgramIsToldAndHasTheStatusOfAShell) {
   const Outcome run = Under({"/proc"});
   EXPECT_EQ(run.status, 126);
-  EXPECT_EQ(run.err, "kaehost: /proc: cannot be run: Permission denied\n");
+  EXPECT_EQ(run.err, "kaehost: /proc: cannot run: Permission denied\n");
 }
 
 TEST_F(Command, HasALoopbackThatIsUp) {
@@ -101,7 +101,7 @@ TEST_F(Command, IsNotRunWhenARequestFails) {
   const std::string foreign = folder_.Write("foreign.xml", "<udp-settings/>");
   const Outcome run = Kaehost({"apply", foreign, document_, "--", "echo", "ran"});
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: echo: not run, since not every document is in force\n"));
+  EXPECT_THAT(run.out, HasSubstr("kaehost: echo: not run, because a request failed\n"));
   EXPECT_THAT(run.out, Not(HasSubstr("ran\n")));
 }
 

@@ -150,7 +150,7 @@ TEST_F(Import, IsIncompleteThoughTheLineIsNotListed) {
 
 TEST_F(Import, HasNoDocumentIfStandardOutputCannotBeWritten) {
   const std::string path = Settings(kMost + kThree + "x = 1\n");
-  const std::string lost = "kaehost: standard output cannot be written; what it shows is not all\n";
+  const std::string lost = "kaehost: cannot write standard output; what it shows is incomplete\n";
   const Outcome run = Kaehost({"import", path}, FillStandardOutput);
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, path + ":12: x" + kUnknown + lost);

@@ -125,8 +125,7 @@ TEST(Inspect, JsonTellsWhyAPlugInIsRefused) {
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(json::parse(run.out),
             json({{"error", TestPlugin("init_false") +
-                                ": the plug-in is not ready: its InitPlugin answers "
-                                "false"},
+                                ": the plug-in is not ready: its InitPlugin returned false"},
                   {"plugin", TestPlugin("init_false")},
                   {"status", 3}}));
 }
@@ -167,23 +166,25 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
                 "directory");
   ExpectRefused(TestPlugin("unresolved"),
                 "the plug-in does not load: undefined symbol: nobody_has_this");
-  ExpectRefused(TestPlugin("no_symbol"), "is no plug-in: it exports no symbol this_kae_plugin");
-  ExpectRefused(TestPlugin("null_pointer"), "is no plug-in: its this_kae_plugin is null");
-  ExpectRefused(TestPlugin("init_false"), "the plug-in is not ready: its InitPlugin answers false");
+  ExpectRefused(TestPlugin("no_symbol"),
+                "not a plug-in: it does not export the symbol this_kae_plugin");
+  ExpectRefused(TestPlugin("null_pointer"), "not a plug-in: its this_kae_plugin is null");
+  ExpectRefused(TestPlugin("init_false"),
+                "the plug-in is not ready: its InitPlugin returned false");
   ExpectRefused(TestPlugin("init_throws"), "the plug-in's InitPlugin threw: no luck");
   ExpectRefused(TestPlugin("name_throws"), "the plug-in's GetName threw: nameless");
   ExpectRefused(TestPlugin("version_throws"),
-                "the plug-in's GetVersion threw: something that is no std::exception");
+                "the plug-in's GetVersion threw: something that is not a std::exception");
   ExpectRefused(TestPlugin("no_factory"),
-                "the plug-in makes no layers: it is no kaeCPLayerFactory");
+                "the plug-in cannot make layers: it is not a kaeCPLayerFactory");
   ExpectRefused(TestPlugin("null_layer"),
-                "the plug-in makes no layer: its GetNewLayer answers null");
+                "the plug-in made no layer: its GetNewLayer returned null");
   ExpectRefused(TestPlugin("layer_throws"),
                 "the plug-in's GetNewLayer threw: no memory for a layer");
   ExpectRefused(TestPlugin("no_configure"),
-                "the plug-in's layer cannot be used: it is no kaeCPLayer::ConfigureCB");
+                "the plug-in's layer cannot be used: it is not a kaeCPLayer::ConfigureCB");
   ExpectRefused(TestPlugin("layer_throws_oddly"),
-                "the plug-in's GetNewLayer threw: something that is no std::exception");
+                "the plug-in's GetNewLayer threw: something that is not a std::exception");
   ExpectRefused(TestPlugin("release_throws"), "the layer's do_Release threw: cannot restore");
   ExpectRefused(TestPlugin("changes_when_loaded"),
                 "the plug-in changes tunables without a request: ipv4/tcp_fin_timeout, "
@@ -191,7 +192,7 @@ TEST(Inspect, RefusesABrokenPlugInWithASentence) {
   ExpectRefused(TestPlugin("changes_at_its_end"),
                 "the plug-in changes tunables without a request: ipv4/tcp_sack");
   ExpectRefused(TestPlugin("no_release"),
-                "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB");
+                "the plug-in's layer cannot be used: it is not a kaeCPLayer::ReleaseCB");
 }
 
 TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
@@ -200,7 +201,7 @@ TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
   const std::size_t needed = EndOfWhatIsLoaded(whole);
   for (const std::size_t size : {needed / 2, needed - 1}) {
     const std::string cut = folder.Write("cut.so", whole.substr(0, size));
-    const std::string sentence = "the plug-in does not load: the file lacks its end; copy it again";
+    const std::string sentence = "the plug-in does not load: the file is truncated; copy it again";
     ExpectRefused(cut, sentence);
     const Outcome apply = Kaehost({"apply", "--plugin", cut, folder.Write("a.xml", "<a/>")});
     EXPECT_EQ(apply.status, 3) << size;
@@ -215,8 +216,8 @@ TEST(Inspect, RefusesAPlugInWhoseSectionTableIsBad) {
   for (const auto& spoil : {DropSections, ZeroEntrySizes, MisplaceSections}) {
     const std::string bad = folder.Write("bad.so", WithSections(TestPlugin("working"), spoil));
     ExpectRefused(bad,
-                  "the plug-in's section table is missing or damaged, so that nobody can tell what "
-                  "it exports and needs; build it again");
+                  "the plug-in's section table is missing or damaged, so its exports and needs are "
+                  "unknown; build the plug-in again");
   }
 }
 
@@ -253,7 +254,8 @@ TEST(Inspect, JsonTellsThatThereIsNoPrivateNamespace) {
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.err, "");
   const json told = json::parse(run.out);
-  EXPECT_THAT(told["error"].get<std::string>(), HasSubstr("no private namespace to be had: "));
+  EXPECT_THAT(told["error"].get<std::string>(),
+              HasSubstr("cannot create a private network namespace: "));
   EXPECT_EQ(told["plugin"], "x.so");
   EXPECT_EQ(told["status"], 77);
 }

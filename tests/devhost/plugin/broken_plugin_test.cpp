@@ -59,15 +59,17 @@ TEST_F(BrokenPlugin, ThatCallsAFunctionThatNobodyHas) {
 }
 
 TEST_F(BrokenPlugin, WithoutTheSymbol) {
-  ExpectRefused(TestPlugin("no_symbol"), "is no plug-in: it exports no symbol this_kae_plugin");
+  ExpectRefused(TestPlugin("no_symbol"),
+                "not a plug-in: it does not export the symbol this_kae_plugin");
 }
 
 TEST_F(BrokenPlugin, WithANullPointer) {
-  ExpectRefused(TestPlugin("null_pointer"), "is no plug-in: its this_kae_plugin is null");
+  ExpectRefused(TestPlugin("null_pointer"), "not a plug-in: its this_kae_plugin is null");
 }
 
 TEST_F(BrokenPlugin, ThatIsNotReady) {
-  ExpectRefused(TestPlugin("init_false"), "the plug-in is not ready: its InitPlugin answers false");
+  ExpectRefused(TestPlugin("init_false"),
+                "the plug-in is not ready: its InitPlugin returned false");
 }
 
 TEST_F(BrokenPlugin, ThatThrowsWhenItIsInitialised) {
@@ -81,18 +83,18 @@ TEST_F(BrokenPlugin, ThatThrowsWhenItIsAskedForItsName) {
 
 TEST_F(BrokenPlugin, ThatThrowsWhenItIsAskedForItsVersion) {
   ExpectRefused(TestPlugin("version_throws"),
-                "the plug-in's GetVersion threw: something that is no std::exception");
+                "the plug-in's GetVersion threw: something that is not a std::exception");
 }
 
 TEST_F(BrokenPlugin, ThatIsNoFactory) {
   EXPECT_THAT(ExpectRefused(TestPlugin("no_factory"),
-                            "the plug-in makes no layers: it is no kaeCPLayerFactory"),
+                            "the plug-in cannot make layers: it is not a kaeCPLayerFactory"),
               EndsWith("kaehost: plug-in no factory, version 1\n[CleanupPlugin]\n\n"));
 }
 
 TEST_F(BrokenPlugin, ThatAnswersNoLayer) {
   ExpectRefused(TestPlugin("null_layer"),
-                "the plug-in makes no layer: its GetNewLayer answers null");
+                "the plug-in made no layer: its GetNewLayer returned null");
 }
 
 TEST_F(BrokenPlugin, WhoseLayerThrowsWhenItIsConstructed) {
@@ -103,19 +105,21 @@ TEST_F(BrokenPlugin, WhoseLayerThrowsWhenItIsConstructed) {
 
 TEST_F(BrokenPlugin, WhoseLayerThrowsWhatIsNoException) {
   ExpectRefused(TestPlugin("layer_throws_oddly"),
-                "the plug-in's GetNewLayer threw: something that is no std::exception");
+                "the plug-in's GetNewLayer threw: something that is not a std::exception");
 }
 
 TEST_F(BrokenPlugin, WhoseLayerCannotBeConfigured) {
-  EXPECT_THAT(ExpectRefused(TestPlugin("no_configure"),
-                            "the plug-in's layer cannot be used: it is no kaeCPLayer::ConfigureCB"),
-              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
+  EXPECT_THAT(
+      ExpectRefused(TestPlugin("no_configure"),
+                    "the plug-in's layer cannot be used: it is not a kaeCPLayer::ConfigureCB"),
+      EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, WhoseLayerCannotBeReleased) {
-  EXPECT_THAT(ExpectRefused(TestPlugin("no_release"),
-                            "the plug-in's layer cannot be used: it is no kaeCPLayer::ReleaseCB"),
-              EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
+  EXPECT_THAT(
+      ExpectRefused(TestPlugin("no_release"),
+                    "the plug-in's layer cannot be used: it is not a kaeCPLayer::ReleaseCB"),
+      EndsWith("[layer destroyed]\n[CleanupPlugin]\n[plug-in destroyed]\n\n"));
 }
 
 TEST_F(BrokenPlugin, IsUnloadedBeforeItsErrorIsTold) {

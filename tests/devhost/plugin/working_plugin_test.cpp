@@ -39,7 +39,7 @@ TEST_F(WorkingPlugin, CallsThePlugInAsItsContractSays) {
                 "kaehost: reply: success\n"
                 "kaehost: " +
                 document_ +
-                ": nothing asked for, nothing changed\n"
+                ": nothing requested, nothing changed\n"
                 "\n"
                 "kaehost: releasing the layer\n"
                 "[do_Release]\n"

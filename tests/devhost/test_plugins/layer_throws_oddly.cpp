@@ -1,4 +1,4 @@
-// Its layers cannot be constructed, and say so with something that is no std::exception.
+// Its layers cannot be constructed, and say so with something that is not a std::exception.
 
 #include "tests/devhost/test_plugins/working_plugin.h"
 
