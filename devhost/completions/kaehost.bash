@@ -5,7 +5,7 @@ _kaehost() {
   local command=${COMP_WORDS[1]-} word i options
   COMPREPLY=()
 
-  # What follows "--" is a command of its own.
+  # The words after "--" are a command.
   if [[ $command == apply ]]; then
     for ((i = 2; i < COMP_CWORD; i++)); do
       if [[ ${COMP_WORDS[i]} == -- ]]; then
