@@ -61,6 +61,7 @@ const std::vector<Case> kNotImported = {
     {"kernel.pid_max = 1", "kernel.pid_max: " + kUnknown},
     {"kernel", "kernel: " + kUnknown},
     {"vm.swappiness 10", "vm.swappiness 10: " + kUnknown},
+    {"vm.swappiness\r10", "vm.swappiness 10: " + kUnknown},
     {"= 1", ": " + kUnknown},
     {"/ = 1", "/: " + kUnknown},
     {"net.ipv4.tcp_rmem_min = 1", "net.ipv4.tcp_rmem_min: " + kUnknown},
