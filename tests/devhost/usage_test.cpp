@@ -66,10 +66,11 @@ TEST(Usage, HelpOfApplyListsItsOptionsAndExitStatuses) {
 }
 
 TEST(Usage, LinesOfHelpFitOnATerminal) {
-  for (const std::vector<std::string>& command :
-       {std::vector<std::string>{}, {"apply"}, {"inspect"}}) {
-    std::vector<std::string> arguments = command;
-    arguments.emplace_back("--help");
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--help"},
+                                                    {"apply", "--help"},
+                                                    {"check", "--help"},
+                                                    {"import", "--help"},
+                                                    {"inspect", "--help"}}) {
     std::istringstream lines(Kaehost(arguments).out);
     int count = 0;
     for (std::string line; std::getline(lines, line); ++count) {
