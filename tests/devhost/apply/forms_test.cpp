@@ -123,6 +123,9 @@ TEST_F(Forms, ColoursAreForTerminals) {
   EXPECT_THAT(text, AllOf(HasSubstr("\033[33m  tcp_bic "), HasSubstr("\033[31m  tcp_frto "),
                           HasSubstr("\033[0m\r\n")));
   EXPECT_THAT(OnATerminal({"apply", document_}), HasSubstr("\033[32m  tcp_sack "));
+  if (HasReadOnlyCoreFiles()) {
+    EXPECT_THAT(OnATerminal({"apply", "--as-is", document_}), HasSubstr("\033[31m  tcp_sack "));
+  }
   EXPECT_THAT(Kaehost({"apply", document_}).out, Not(HasSubstr("\033")));
 }
 

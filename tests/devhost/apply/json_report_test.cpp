@@ -119,6 +119,19 @@ TEST_F(Json, TellsThePositionOfEachElementInItsFile) {
   EXPECT_EQ(positions["tcp_port_max"], 1);
 }
 
+TEST_F(Json, SaysThatALayerRepliedAgain) {
+  const json told = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("replies_twice")}).out);
+  EXPECT_EQ(told["requests"][0]["answered_again"], true);
+}
+
+TEST_F(Json, HasNoRequestsAfterASignalBeforeTheFirst) {
+  const json told = json::parse(
+      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("interrupts_when_loaded")})
+          .out);
+  EXPECT_EQ(told["requests"], json::array());
+}
+
 TEST_F(Json, SaysWhyNothingWasDone) {
   const std::string nowhere = folder_.Path("nowhere.xml");
   ExpectRefused({nowhere}, 2, nowhere + ": cannot be read: No such file or directory");

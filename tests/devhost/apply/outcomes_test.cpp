@@ -51,6 +51,7 @@ const std::vector<Case> kCases = {
     {"017", "1", "1", "15", true, "applied"},
     {"-2", "1", "1", "-2", true, "applied"},
     {" 5\n", "1", "1", "5", true, "applied"},
+    {"5\r", "1", "1", "5", true, "applied"},
     {"bic", "1", "1", "bic", true, "applied"},
     {"5", "1", kNone, "5", true, "applied"},
     {"5", "5", "5", "5", true, "unchanged"},
@@ -60,6 +61,7 @@ const std::vector<Case> kCases = {
     {"7", "1", "1", "5", true, "adjusted"},
     {"7", "1", "5", "1", true, "adjusted"},
     {"7", "1", "1", kNone, true, "adjusted"},
+    {"cubic", "reno", "reno", "bic", true, "adjusted"},
     {"7", "1", "1", "1", true, "rejected"},
     {"08", "8", "8", "8", true, "rejected"},
     {"1x", "1", "1", "1", true, "rejected"},
@@ -179,4 +181,12 @@ TEST_F(WhatIsAsked, IsNothingBelowAForeignRoot) {
 TEST_F(WhatIsAsked, IsBehindCommentsToo) {
   EXPECT_THAT(Of("<!-- ours --><tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>"),
               ElementsAre(Pair("tcp_sack", "0")));
+}
+
+TEST_F(WhatIsAsked, IsNothingBehindAForeignRoot) {
+  Document document;
+  document.AddElement(nullptr, "udp-settings");
+  kaml_content* root = document.AddElement(nullptr, "tcp-settings");
+  document.AddText(document.AddElement(root, "tcp_sack"), "0");
+  EXPECT_THAT(devhost::WhatIsAsked(document.contents()), IsEmpty());
 }

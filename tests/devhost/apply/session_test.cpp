@@ -170,6 +170,20 @@ TEST_F(Apply, OneFailedRequestAmongSeveralIsAFailure) {
                           "kaehost: layer released; all tunables restored\n"});
 }
 
+TEST_F(Apply, WithoutAReplyIsNoSuccess) {
+  const Outcome run =
+      Kaehost({"apply", Setting("tcp_sack", "0"), "--plugin", TestPlugin("silent")});
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +restored +1 +0 +1\n"));
+}
+
+TEST_F(Apply, LeavesNoFilesOpen) {
+  std::vector<std::string> arguments(100, Setting("tcp_sack", "0"));
+  arguments.insert(arguments.begin(), {"apply", "--quiet"});
+  const Outcome run = Kaehost(arguments, LimitOpenFiles);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(Count(run.out, ": 1 unchanged\n"), 99);
+}
+
 TEST_F(Apply, ForeignRootGetsNoReply) {
   const std::string foreign = folder_.Write("foreign.xml", "<udp-settings/>");
   const Outcome run = Kaehost({"apply", foreign});

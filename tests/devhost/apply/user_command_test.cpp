@@ -1,6 +1,7 @@
 // kaehost apply DOCUMENT -- COMMAND: a command under the settings.
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -95,6 +96,13 @@ TEST_F(Command, ThatIsNoProgramIsToldAndHasTheStatusOfAShell) {
 
 TEST_F(Command, HasALoopbackThatIsUp) {
   EXPECT_EQ(Under({"grep", "127.0.0.1", "/proc/net/fib_trie"}).status, 0);
+}
+
+TEST_F(Command, GetsTheStandardStreamsOnly) {
+  const Outcome run =
+      Kaehost({"apply", "--quiet", document_, "--", "sh", "-c", "test ! -e /proc/$$/fd/3"},
+              [] { close_range(3, ~0U, 0); });
+  EXPECT_EQ(run.status, 0);
 }
 
 TEST_F(Command, IsNotRunWhenARequestFails) {

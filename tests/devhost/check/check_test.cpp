@@ -86,6 +86,17 @@ TEST_F(Check, JsonTellsAllOfIt) {
       "status": 2})"));
 }
 
+TEST_F(Check, JsonAndQuietExcludeEachOther) {
+  EXPECT_EQ(
+      Kaehost({"check", "--json", "--quiet", folder_.Write("good.xml", "<tcp-settings/>")}).status,
+      2);
+}
+
+TEST_F(Check, TakesDocumentsAfterTwoDashes) {
+  const std::string good = folder_.Write("good.xml", "<tcp-settings/>");
+  EXPECT_EQ(Kaehost({"check", "--", good}).status, 0);
+}
+
 TEST_F(Check, NeedsADocument) {
   const Outcome run = Kaehost({"check"});
   EXPECT_EQ(run.status, 2);

@@ -13,6 +13,7 @@
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
+using testing::AllOf;
 using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -91,6 +92,21 @@ TEST_F(Findings, BeginWithAForeignRoot) {
 TEST_F(Findings, HaveAttributesOfTheRoot) {
   EXPECT_THAT(Of("<tcp-settings version='1'><tcp_sack>0</tcp_sack></tcp-settings>").out,
               HasSubstr(":1:1: tcp-settings: attributes are ignored; remove them\n"));
+}
+
+TEST_F(Findings, AreNoneBehindCommentsBeforeTheRoot) {
+  EXPECT_EQ(
+      Of("<!-- a --><?b?><!-- c --><tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>").status, 0);
+}
+
+TEST_F(Findings, TakeACarriageReturnForWhiteSpace) {
+  EXPECT_THAT(Of("<tcp-settings>&#13;<tcp_sack>&#13;</tcp_sack></tcp-settings>").out,
+              AllOf(HasSubstr("tcp_sack: only white space"), HasSubstr(": 1 finding\n")));
+}
+
+TEST_F(Findings, ShowCharactersBeyondAscii) {
+  EXPECT_THAT(Of("<tcp-settings><tcp_sack>20\xc2\xb0</tcp_sack></tcp-settings>").out,
+              HasSubstr(": \"20\xc2\xb0\" "));
 }
 
 TEST_F(Findings, AreNoneInADocumentOfAllElements) {

@@ -145,7 +145,15 @@ TEST_F(Import, CountsFurtherLinesThatItDoesNotList) {
 
 TEST_F(Import, IsIncompleteThoughTheLineIsNotListed) {
   const std::string path = Settings(Repeated("net.ipv4.tcp_sack = 0 # off\n", 1000) + "x = 1\n");
-  EXPECT_EQ(Kaehost({"import", path}).status, 1);
+  const Outcome run = Kaehost({"import", path});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("\nkaehost: 1 more "));
+}
+
+TEST_F(Import, LeavesNoFilesOpen) {
+  std::vector<std::string> arguments(100, Settings(kMost));
+  arguments.insert(arguments.begin(), {"import", "--quiet"});
+  EXPECT_EQ(Kaehost(arguments, LimitOpenFiles).status, 0);
 }
 
 TEST_F(Import, HasNoDocumentIfStandardOutputCannotBeWritten) {

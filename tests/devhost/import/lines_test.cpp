@@ -91,6 +91,7 @@ const std::vector<Case> kNotImported = {
     {"net.ipv4.tcp_sack = # 0", kSack + kNoValue},
     {"net.ipv4.tcp_sack = on", kSack + "\"on\" " + kNoNumber},
     {"net.ipv4.tcp_sack = +1", kSack + "\"+1\" " + kNoNumber},
+    {"net.ipv4.tcp_sack = 0=1", kSack + "\"0=1\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 08", kSack + "\"08\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 0# off", kSack + "\"0#\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 1\xe2\x80\x8b",

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,10 +70,10 @@ TEST_F(OutputOfImport, IsAFile) {
 
 TEST_F(OutputOfImport, HasTheModeOfTheFileThatItReplaces) {
   folder_.Write("document.xml", "old");
-  fs::permissions(document_, fs::perms(0600));
+  fs::permissions(document_, fs::perms(0700));
   EXPECT_EQ(WriteTo(document_).status, 0);
   EXPECT_EQ(Content(document_), kDocument);
-  EXPECT_EQ(fs::status(document_).permissions(), fs::perms(0600));
+  EXPECT_EQ(fs::status(document_).permissions(), fs::perms(0700));
 }
 
 TEST_F(OutputOfImport, HasTheUsualModeIfTheFileIsNew) {
@@ -127,6 +128,15 @@ TEST_F(OutputOfImport, IsRefusedAfterFortyLinks) {
                          "document\n");
   EXPECT_FALSE(fs::exists(document_));
   EXPECT_EQ(FilesInFolder(), 42U) << "only the settings and the links";
+}
+
+TEST_F(OutputOfImport, GoesToAnotherFileSystem) {
+  const std::string other = folder_.Path("other");
+  fs::create_directory(other);
+  ASSERT_EQ(mount("tmpfs", other.c_str(), "tmpfs", 0, nullptr), 0);
+  EXPECT_EQ(WriteTo(other + "/document.xml").status, 0);
+  EXPECT_EQ(Content(other + "/document.xml"), kDocument);
+  umount2(other.c_str(), MNT_DETACH);
 }
 
 TEST_F(OutputOfImport, GoesIntoAPipeAsItIs) {

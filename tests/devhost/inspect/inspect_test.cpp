@@ -154,6 +154,11 @@ TEST(Inspect, TellsWhatAnotherPlugInLacks) {
   EXPECT_THAT(Kaehost({"inspect", TestPlugin("working")}).out, HasSubstr("\nvocabulary  none\n"));
 }
 
+TEST(Inspect, ShowsWhichCallbacksALayerOffers) {
+  const json told = json::parse(Kaehost({"inspect", "--json", TestPlugin("starts")}).out);
+  EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "StartCB", "ReleaseCB"));
+}
+
 TEST(Inspect, QuietTellsNothingOfAPlugInThatWorks) {
   const Outcome run = Kaehost({"inspect", "--quiet"});
   EXPECT_EQ(run.status, 0);

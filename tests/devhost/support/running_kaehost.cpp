@@ -135,6 +135,13 @@ bool HasUserNamespaces() {
 
 bool HasReadOnlyCoreFiles() { return access("/proc/sys/net/core/rmem_max", F_OK) == 0; }
 
+void LimitOpenFiles() {
+  const rlimit limit = {32, 32};
+  if (setrlimit(RLIMIT_NOFILE, &limit) != 0) {
+    Throw("limiting the open files");
+  }
+}
+
 void TakeASmallStack() {
   const rlimit limit = {1 << 20, 1 << 20};
   if (setrlimit(RLIMIT_STACK, &limit) != 0) {

@@ -65,6 +65,9 @@ bool HasUserNamespaces();
 // kernels show no such files, and then a request meets no obstacle.
 bool HasReadOnlyCoreFiles();
 
+// For `prepare`: lets the process have 32 files open.
+void LimitOpenFiles();
+
 // For `prepare`: leaves the process one mebibyte of stack, an eighth of what is usual.
 void TakeASmallStack();
 
