@@ -43,10 +43,10 @@ std::string Explain(const xmlParserCtxt& parser, const xmlError& error, int open
 std::string WhyNoFurther(const xmlParserCtxt& parser) {
   const xmlParserInput& input = *parser.input;
   if (input.cur != input.end) {
-    return *input.cur == 0 ? "a NUL byte is no part of a document" : "";
+    return *input.cur == 0 ? "the document contains a NUL byte; remove it" : "";
   }
   const bool decoded = input.buf->raw == nullptr || xmlBufUse(input.buf->raw) == 0;
-  return decoded ? "" : "bytes that are none of the document's encoding";
+  return decoded ? "" : "bytes that are invalid in the document's encoding; save it as UTF-8";
 }
 
 }  // namespace devhost

@@ -97,7 +97,7 @@ TEST_F(XmlError, Utf16ThatIsNone) {
 
 TEST_F(XmlError, BytesThatTheDeclaredEncodingLacks) {
   const std::string ascii = "<?xml version='1.0' encoding='US-ASCII'?>\n";
-  const std::string why = "bytes that are none of the document's encoding";
+  const std::string why = "bytes that are invalid in the document's encoding; save it as UTF-8";
   ExpectError(ascii + "<a>\n\xe9</a>", 3, why);
   ExpectError(ascii + "<a>\n" + std::string(10'000, 'x') + "\xe9</a>", 3, why);
   ExpectError(ascii + "<a/>\n\xe9", 3, why);
@@ -105,7 +105,7 @@ TEST_F(XmlError, BytesThatTheDeclaredEncodingLacks) {
 
 TEST_F(XmlError, Utf16ThatEndsWithinACharacter) {
   using namespace std::string_literals;
-  ExpectError("\xff\xfe<\0a\0/\0>\0\n"s, 1, "bytes that are none of the document's encoding");
+  ExpectError("\xff\xfe<\0a\0/\0>\0\n"s, 1, "bytes that are invalid in the document's encoding; save it as UTF-8");
 }
 
 TEST_F(XmlError, Utf16ThatBreaksFarIn) {
@@ -123,7 +123,7 @@ TEST_F(XmlError, NulByteAtEachPlace) {
   for (const std::string& bytes :
        {"\n\0"s, "<a>\n\0</a>"s, "<a\n\0/>"s, "<a b='\n\0'/>"s, "<!--\n\0 --><a/>"s,
         "<a><![CDATA[\n\0]]></a>"s, "<?p\n\0?><a/>"s, "<a/>\n\0"s, "<a/>\n\0\0<b/>"s}) {
-    ExpectError(bytes, 2, "a NUL byte is no part of a document");
+    ExpectError(bytes, 2, "the document contains a NUL byte; remove it");
   }
 }
 

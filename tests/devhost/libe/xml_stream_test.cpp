@@ -44,7 +44,7 @@ TEST(XmlStream, ErrorEndsAnEndlessDocument) {
 TEST(XmlStream, DevicesThatNeverEndAreRefused) {
   for (const std::string path : {"/dev/zero", "/dev/full"}) {
     EXPECT_EQ(ErrorOfFile(path),
-              path + ":1: cannot be read as XML: a NUL byte is no part of a document");
+              path + ":1: cannot be read as XML: the document contains a NUL byte; remove it");
   }
 }
 
