@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "devhost/kaehost/import/invisible.h"
+#include "devhost/kaehost/import/invisible_characters.h"
 #include "devhost/kaehost/import/sysctl_conf.h"
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"

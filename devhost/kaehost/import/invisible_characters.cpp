@@ -1,4 +1,4 @@
-#include "devhost/kaehost/import/invisible.h"
+#include "devhost/kaehost/import/invisible_characters.h"
 
 #include <algorithm>
 #include <iomanip>
