@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
@@ -27,6 +28,7 @@ constexpr unsigned kNobody = 65534;
 [[noreturn]] void Become(std::vector<std::string> arguments, const OutputFile& out,
                          const OutputFile& err, const std::function<void()>& prepare) noexcept {
   alarm(kTimeLimit);
+  std::signal(SIGINT, SIG_DFL);  // a shell ignores it in what it runs in the background
   dup2(out.fd(), STDOUT_FILENO);
   dup2(err.fd(), STDERR_FILENO);
   if (prepare) {
