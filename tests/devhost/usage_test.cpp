@@ -185,8 +185,9 @@ TEST_F(BadDocument, WithAHugeAttribute) {
 }
 
 TEST_F(BadDocument, WithoutAnEnd) {
-  ExpectNothingDelivered({"/dev/zero"},
-                         "/dev/zero:1: cannot be read as XML: the document contains a NUL byte; remove it");
+  ExpectNothingDelivered(
+      {"/dev/zero"},
+      "/dev/zero:1: cannot be read as XML: the document contains a NUL byte; remove it");
 }
 
 TEST_F(BadDocument, KeepsTheGoodOnesBeforeItFromBeingDelivered) {

@@ -105,7 +105,8 @@ TEST_F(XmlError, BytesThatTheDeclaredEncodingLacks) {
 
 TEST_F(XmlError, Utf16ThatEndsWithinACharacter) {
   using namespace std::string_literals;
-  ExpectError("\xff\xfe<\0a\0/\0>\0\n"s, 1, "bytes that are invalid in the document's encoding; save it as UTF-8");
+  ExpectError("\xff\xfe<\0a\0/\0>\0\n"s, 1,
+              "bytes that are invalid in the document's encoding; save it as UTF-8");
 }
 
 TEST_F(XmlError, Utf16ThatBreaksFarIn) {
