@@ -11,6 +11,7 @@
 using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -175,6 +176,12 @@ TEST_F(BrokenLayer, ThatSpoilsStandardOutputCannotSilenceKaehost) {
                                               "kaehost: ") +
                                       document_ + ": nothing requested, nothing changed\n" +
                                       kReleased);
+}
+
+TEST_F(BrokenLayer, ThatSpoilsStandardOutputIsQuietIfThatIsRequested) {
+  const Outcome run =
+      Kaehost({"apply", "--quiet", document_, "--plugin", TestPlugin("spoils_output")});
+  EXPECT_THAT(run.out, Not(HasSubstr("[")));
 }
 
 TEST_F(BrokenLayer, OfAPluginThatChangesTunablesBeforeAnyRequestIsAFailure) {
