@@ -4,7 +4,7 @@ set(KAETCP_MAINTAINER "The kaetcp authors <authors@kaetcp.invalid>" CACHE STRING
     "Maintainer of the Debian packages")
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_COMPONENTS_ALL kaetcp kaetcp-dev kaehost)
+set(CPACK_COMPONENTS_ALL kaetcp kaetcp-dev kaetcp-symbols kaehost kaehost-symbols)
 set(CPACK_PACKAGE_CONTACT ${KAETCP_MAINTAINER})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
@@ -25,8 +25,14 @@ if(KAETCP_HOST_LIBRARY)
   list(PREPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${host_library_dir})
 endif()
 
+# CPack has no variable for these fields (for the first since CMake 3.31), but it writes the section
+# as it is.
+set(multi_arch "\nMulti-Arch: same")
+set(debug_symbols "\nAuto-Built-Package: debug-symbols")
+
 set(CPACK_DEBIAN_KAETCP_PACKAGE_NAME kaetcp)
-set(CPACK_DEBIAN_KAETCP_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_KAETCP_PACKAGE_SECTION "net${multi_arch}")
+set(CPACK_DEBIAN_KAETCP_PACKAGE_SUGGESTS kaehost)
 set(CPACK_DEBIAN_KAETCP_DESCRIPTION
 "plug-in that writes the TCP/IP tunables of Linux
 A plug-in for a host framework that manages the control plane of a Linux
@@ -38,7 +44,8 @@ The host and its library, libe.so, are not part of this package. To try
 documents without a device, install kaehost.")
 
 set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_NAME kaetcp-dev)
-set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SECTION "libdevel${multi_arch}")
+set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SUGGESTS "cmake, pkg-config")
 set(CPACK_COMPONENT_KAETCP-DEV_DEPENDS kaetcp)
 set(CPACK_DEBIAN_KAETCP-DEV_DESCRIPTION
 "development files for hosts of the kaetcp plug-in
@@ -50,6 +57,7 @@ path of the installed plug-in.")
 
 set(CPACK_DEBIAN_KAEHOST_PACKAGE_NAME kaehost)
 set(CPACK_DEBIAN_KAEHOST_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_KAEHOST_PACKAGE_SUGGESTS iproute2)
 set(CPACK_COMPONENT_KAEHOST_DEPENDS kaetcp)
 set(CPACK_DEBIAN_KAEHOST_DESCRIPTION
 "tries TCP/IP tunables in a private namespace
@@ -59,6 +67,24 @@ value is restored at the end. The machine's own tunables are not changed.
 
 A stand-in for the library of the device's host, examples and a schema of the
 documents are included.")
+
+# add_debug_symbols(COMPONENT TARGET...): the package with what a debugger needs of the targets.
+# CPack's own packages of this kind name files by the folder of the build; it also empties the
+# folder of a component that is called -dbgsym.
+function(add_debug_symbols component)
+  list(TRANSFORM ARGN REPLACE ".+" "$<TARGET_FILE:\\0>" OUTPUT_VARIABLE files)
+  install(CODE "set(with_symbols \"${files}\")
+    include(\"${CMAKE_CURRENT_SOURCE_DIR}/debian/debug_symbols.cmake\")"
+    COMPONENT ${component}-symbols EXCLUDE_FROM_ALL)
+  string(TOUPPER ${component}-symbols name)
+  set(CPACK_DEBIAN_${name}_PACKAGE_NAME ${component}-dbgsym PARENT_SCOPE)
+  set(CPACK_DEBIAN_${name}_PACKAGE_SECTION "debug${multi_arch}${debug_symbols}" PARENT_SCOPE)
+  set(CPACK_DEBIAN_${name}_PACKAGE_SHLIBDEPS OFF PARENT_SCOPE)
+  set(CPACK_COMPONENT_${name}_DEPENDS ${component} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${name}_DESCRIPTION "debug symbols for ${component}" PARENT_SCOPE)
+endfunction()
+add_debug_symbols(kaetcp kaetcp)
+add_debug_symbols(kaehost kaehost_installed e)
 
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/date.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/documents.cmake)

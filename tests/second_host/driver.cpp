@@ -13,7 +13,7 @@
 
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
-#include "tests/second_host/host.h"
+#include "examples/host/libe.h"
 #include "tests/support/namespace.h"
 
 namespace {
@@ -47,8 +47,8 @@ kaePlugin& Load(const char* path) {
 
 void Play(kaePlugin& plugin) {
   const std::string before = InTheKernel();
-  const second_host::Document document(kSetting, kValue);
-  second_host::Request request;
+  const example::Document document(kSetting, kValue);
+  example::Request request;
   if (!plugin.InitPlugin()) {
     throw std::runtime_error("InitPlugin answers false");
   }

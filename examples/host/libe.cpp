@@ -1,4 +1,4 @@
-#include "tests/second_host/host.h"
+#include "libe.h"
 
 #include <memory>
 #include <unordered_set>
@@ -11,7 +11,7 @@ struct kaml_content {
   std::unique_ptr<kaml_content> child;  // null for a text
 };
 
-namespace second_host {
+namespace example {
 
 Document::Document(const std::string& setting, const std::string& value)
     : content_(new kaml_content{kaml_intern("tcp-settings"), "", nullptr}) {
@@ -22,7 +22,7 @@ Document::Document(const std::string& setting, const std::string& value)
 
 Document::~Document() { delete content_; }
 
-}  // namespace second_host
+}  // namespace example
 
 const char* kaml_intern(const char* text) {
   static std::unordered_set<std::string> names;
@@ -40,12 +40,12 @@ const kaml_content* kaml_elem_contents(const kaml_content* content) { return con
 const char* kaml_text(const kaml_content* content) { return content->text.c_str(); }
 
 bool kaeRequest::SendSuccess(kaml_content*) {
-  static_cast<second_host::Request*>(this)->reply = "success";
+  static_cast<example::Request*>(this)->reply = "success";
   return true;
 }
 
 bool kaeRequest::SendError(const std::string& error, const std::string& detail) {
-  static_cast<second_host::Request*>(this)->reply = error + ": " + detail;
+  static_cast<example::Request*>(this)->reply = error + ": " + detail;
   return true;
 }
 

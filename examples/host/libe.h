@@ -5,9 +5,9 @@
 #include "host/kae.h"
 #include "host/kaml.h"
 
-// A host of its own, as small as one can be: what docs/integrating.md asks of a libe.so, and
-// documents that are built in memory.
-namespace second_host {
+// The smallest host library: everything that the plug-in needs of a libe.so, and documents that are
+// built in memory.
+namespace example {
 
 // A "tcp-settings" element with one setting, as long as this object lives.
 class Document {
@@ -29,4 +29,4 @@ class Request : public kaeRequest {
   std::string reply = "none";
 };
 
-}  // namespace second_host
+}  // namespace example
