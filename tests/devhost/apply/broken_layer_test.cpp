@@ -58,6 +58,11 @@ TEST_F(BrokenLayer, ThatNeverRepliesIsAFailure) {
                 document_ + ": nothing requested, nothing changed\n" + kReleased);
 }
 
+TEST_F(BrokenLayer, ThatNeverRepliesIsShownAlsoIfQuiet) {
+  const Outcome run = Kaehost({"apply", "--quiet", document_, "--plugin", TestPlugin("silent")});
+  EXPECT_THAT(run.out, HasSubstr("kaehost: reply: none"));
+}
+
 TEST_F(BrokenLayer, ThatRepliesTwiceIsHeldToItsFirstReply) {
   const Outcome run = ApplyWith("replies_twice");
   EXPECT_EQ(run.status, 0);

@@ -222,6 +222,7 @@ TEST_F(Findings, OfTheSchemaAreThoseThatItCanHave) {
     EXPECT_THAT(OfSchema(c.Document()), SizeIs(wanted ? 1 : 0)) << c.inside;
   }
   EXPECT_THAT(OfSchema("<udp-settings/>"), SizeIs(1));
+  EXPECT_THAT(OfSchema("<tcp-settings><tcp_sack>x<!-- -->0</tcp_sack></tcp-settings>"), SizeIs(1));
   EXPECT_THAT(OfSchema("<tcp-settings><tcp_sack>0<b/></tcp_sack></tcp-settings>"), SizeIs(1));
 }
 
