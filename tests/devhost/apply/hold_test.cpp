@@ -202,20 +202,6 @@ TEST_F(Live, EmulatesNothing) {
             "'kaehost apply --help' for more information.\n");
 }
 
-TEST_F(Live, LeavesReadOnlyCoreFilesReadOnly) {
-  if (!HasReadOnlyCoreFiles()) {
-    GTEST_SKIP() << "this kernel shows no read-only core files in a private namespace";
-  }
-  const Outcome run = Kaehost({"apply", "--live", document_}, [] {
-    unshare(CLONE_NEWNS);
-    umount2("/proc/sys/net/core/rmem_max", MNT_DETACH);
-    umount2("/proc/sys/net/core/wmem_max", MNT_DETACH);
-  });
-  EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("[/proc/sys/net/core/rmem_max]: Permission denied\n"));
-  EXPECT_EQ(FinTimeout(), "37");
-}
-
 TEST_F(Live, IsNoOtherNetworkNamespace) {
   const Outcome run = Kaehost({"apply", "--live", "--netns", "blue", document_});
   EXPECT_EQ(run.status, 2);
