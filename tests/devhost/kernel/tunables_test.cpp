@@ -37,7 +37,7 @@ long CountOpenFiles() {
 
 TEST(ReadTunables, ReadsALongTextWhole) {
   TunableTree tree;
-  for (const std::size_t size : {4095, 4096, 4097, 10'000}) {
+  for (const std::size_t size : {4095U, 4096U, 4097U, 10000U}) {
     const std::string text(size, 'x');
     tree.Write("ipv4/tcp_sack", text + '\n');
     EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_sack", text)));
