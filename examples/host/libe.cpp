@@ -31,7 +31,7 @@ const char* kaml_intern(const char* text) {
 
 int kaml_cont_type(const kaml_content* content) { return content->name != nullptr ? 1 : 0; }
 
-const kaml_content* kaml_cont_next(const kaml_content*) { return nullptr; }
+const kaml_content* kaml_cont_next(const kaml_content* /*content*/) { return nullptr; }
 
 const char* kaml_elem_name(const kaml_content* content) { return content->name; }
 
@@ -39,7 +39,7 @@ const kaml_content* kaml_elem_contents(const kaml_content* content) { return con
 
 const char* kaml_text(const kaml_content* content) { return content->text.c_str(); }
 
-bool kaeRequest::SendSuccess(kaml_content*) {
+bool kaeRequest::SendSuccess(kaml_content* /*body*/) {
   static_cast<example::Request*>(this)->reply = "success";
   return true;
 }
