@@ -71,7 +71,7 @@ std::string AboutUnknown(const std::string& word, bool has_command) {
 
 // The parser's own sentences begin with the name of what they are about.
 std::string AboutError(const CLI::ParseError& error, bool has_command) {
-  const std::string text = error.what();
+  std::string text = error.what();
   std::string name = text.substr(0, text.find_first_of(" :"));
   const std::string last = text.substr(text.rfind(' ') + 1);
   if (dynamic_cast<const CLI::ExcludesError*>(&error) != nullptr) {

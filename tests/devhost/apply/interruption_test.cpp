@@ -113,9 +113,10 @@ TEST_F(Interruption, CountsLessThanAnErrorReply) {
 // usually it reaches both.
 TEST_F(Interruption, ByTheTerminalIsNotSentToTheCommandAgain) {
   Terminal terminal;
-  RunningKaehost kaehost({"apply", "--quiet", first_, "--", "setsid", "sh", "-c",
-                          "trap 'echo interrupted' INT; trap 'exit 9' TERM; echo ready; "
-                          "while :; do sleep 0.01; done"},
+  const std::string script =
+      "trap 'echo interrupted' INT; trap 'exit 9' TERM; echo ready; "
+      "while :; do sleep 0.01; done";
+  RunningKaehost kaehost({"apply", "--quiet", first_, "--", "setsid", "sh", "-c", script},
                          [&terminal] { terminal.Control(); });
   terminal.AwaitText("ready\r\n");
   terminal.Type("\x03");
