@@ -19,14 +19,22 @@ show_progress() {
   [[ ! -t 1 || -z $built ]] || echo
 }
 
+# Those who build the same preset side by side take turns.
 build() {
+  mkdir -p build
+  (
+    flock 9
+    configure_and_build "$@"
+  ) 9>"build/$1.lock"
+}
+
+configure_and_build() {
   local preset=$1 log=build/$1.log options=()
   shift
   while (($#)) && [[ $1 != --target ]]; do
     options+=("$1")
     shift
   done
-  mkdir -p build
   [[ -e build/$preset/build.ninja ]] || echo "$preset: configuring"
   if ! cmake --preset "$preset" "${options[@]}" >"$log" 2>&1; then
     cat "$log" >&2
