@@ -1,5 +1,6 @@
 #include "devhost/kaehost/apply/json_report.h"
 
+#include <cstring>
 #include <sstream>
 
 #include "devhost/kaehost/text/json.h"
@@ -62,6 +63,29 @@ Json Lines(const std::string& text) {
   return lines;
 }
 
+void AddComparison(const SessionResult& session, Json& json) {
+  json["restored"] = session.not_restored.empty();
+  if (session.not_restored.empty() && !session.unread.empty()) {
+    json["restored"] = nullptr;  // nobody knows
+  }
+  json["not_restored"] = Json::array();
+  for (const Change& change : session.not_restored) {
+    json["not_restored"].push_back({
+        {"tunable", change.tunable},
+        {"before",  change.before },
+        {"now",     change.after  }
+    });
+  }
+  json["unread"] = Json::array();
+  for (const Unread& unread : session.unread) {
+    json["unread"].push_back({
+        {"tunable", unread.tunable             },
+        {"reason",  std::strerror(unread.error)},
+        {"refused", unread.is_refused          }
+    });
+  }
+}
+
 }  // namespace
 
 std::string ToJson(const SessionResult& session, const std::string& progress, int status) {
@@ -77,15 +101,7 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   json["interrupted_by"] = OrNull(session.interrupted_by);
   json["command_status"] = OrNull(session.command_status);
   json["release_thrown"] = OrNull(session.release_thrown);
-  json["restored"] = session.not_restored.empty();
-  json["not_restored"] = Json::array();
-  for (const Change& change : session.not_restored) {
-    json["not_restored"].push_back({
-        {"tunable", change.tunable},
-        {"before",  change.before },
-        {"now",     change.after  }
-    });
-  }
+  AddComparison(session, json);
   json["progress"] = Lines(progress);
   json["status"] = status;
   return JsonText(json);

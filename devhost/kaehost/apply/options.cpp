@@ -28,6 +28,7 @@ Outcomes, found by reading the kernel back:
   missing     this kernel has no such file
   restored    the request failed; the value is the one from before the layer
   overridden  the plug-in wrote the value; the document does not name it
+  unread      the file could not be read before or after the request
 
 Lines of the plug-in are counted. They are shown if they report an error, if
 the request fails, or with --verbose.
@@ -43,14 +44,15 @@ Examples:
 
 Exit status:
   0   all requests succeeded, the kernel has the values, all tunables restored
-  1   an error reply, no reply, a tunable not restored, or another failure
+  1   an error reply, no reply, a tunable not restored or not read at the end,
+      or another failure
   2   the command line or a document is bad; nothing was delivered
   3   the plug-in does not load or makes no layer; nothing was delivered
-  4   all requests succeeded, but a value was rejected or adjusted
+  4   all requests succeeded, but a value was rejected, adjusted or not read
   77  cannot create or enter the namespace, or cannot write its tunables
   If a COMMAND was run: its exit status, or 126 or 127 if it cannot be run; 1
-  if a tunable is not restored. If a signal interrupted the session: 128 plus
-  the number of the signal.)";
+  if a tunable is not restored or not read. If a signal interrupted the
+  session: 128 plus the number of the signal.)";
 
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
   CLI::Option* netns = apply->add_option("--netns", target->netns,

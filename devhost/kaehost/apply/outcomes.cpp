@@ -21,6 +21,18 @@ bool IsSameValue(const std::string& one, const std::string& other) {
   return one == other || (Number(one) && Number(one) == Number(other));
 }
 
+Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables) {
+  const auto found = tunables.find(entry.file);
+  if (found == tunables.end()) {
+    return {};
+  }
+  const Reading& reading = found->second;
+  if (reading.error != 0) {
+    return {.text = {}, .is_unread = true, .is_refused = reading.is_refused()};
+  }
+  return {.text = WordAt(entry.position, reading.text)};
+}
+
 Fate FateOfWhatWasAsked(const std::string& asked, const std::optional<std::string>& before,
                         const std::optional<std::string>& now) {
   if (!before && !now) {
@@ -50,6 +62,8 @@ const char* WordFor(Fate fate) {
       return "restored";
     case Fate::kOverridden:
       return "overridden";
+    case Fate::kUnread:
+      return "unread";
   }
   return "";
 }
@@ -76,9 +90,7 @@ Asked WhatIsAsked(const kaml_content* contents) {
 CatalogueValues CatalogueValuesOf(const Tunables& tunables) {
   CatalogueValues values;
   for (const CatalogueEntry& entry : Catalogue()) {
-    const auto found = tunables.find(entry.file);
-    values.push_back(found != tunables.end() ? std::optional(WordAt(entry.position, found->second))
-                                             : std::nullopt);
+    values.push_back(ValueOf(entry, tunables));
   }
   return values;
 }
@@ -90,18 +102,21 @@ std::vector<Outcome> OutcomesOf(const Asked& asked, const CatalogueValues& start
   for (std::size_t i = 0; i < Catalogue().size(); ++i) {
     const auto found = asked.find(Catalogue()[i].element);
     const bool is_asked = found != asked.end();
-    const bool has_changed = before[i] != now[i];
-    if (!is_asked && !has_changed) {
+    const bool is_unread = before[i].is_unread || now[i].is_unread;
+    const bool may_have_changed = before[i] != now[i] || (is_unread && !now[i].is_refused);
+    if (!is_asked && !may_have_changed) {
       continue;
     }
-    Outcome outcome{&Catalogue()[i], Fate::kOverridden, {}, before[i], now[i]};
+    Outcome outcome{&Catalogue()[i], Fate::kOverridden, {}, before[i].text, now[i].text};
     if (is_asked) {
       outcome.asked = found->second;
     }
-    if (!success && now[i] && now[i] == start[i]) {
+    if (is_unread) {
+      outcome.fate = Fate::kUnread;
+    } else if (!success && now[i].text && now[i] == start[i]) {
       outcome.fate = Fate::kRestored;
     } else if (is_asked) {
-      outcome.fate = FateOfWhatWasAsked(found->second, before[i], now[i]);
+      outcome.fate = FateOfWhatWasAsked(found->second, before[i].text, now[i].text);
     }
     outcomes.push_back(std::move(outcome));
   }

@@ -23,16 +23,26 @@ enum class Fate {
   kMissing,     // the kernel has no such file
   kRestored,    // the request failed; the value is the one from before the layer
   kOverridden,  // the plug-in wrote the value; the document does not name it
+  kUnread,      // the file could not be read before or after; nobody knows
 };
 
 // Returns the word for it: "applied", "unchanged", ...
 const char* WordFor(Fate fate);
 
+// The value of a catalogue entry in the kernel.
+struct Value {
+  std::optional<std::string> text;  // none if there is no file, or it could not be read
+  bool is_unread = false;           // the file is there
+  bool is_refused = false;          // because the kernel never lets this user read it
+
+  bool operator==(const Value&) const = default;
+};
+
 struct Outcome {
   const CatalogueEntry* entry;
   Fate fate;
   std::optional<std::string> asked;   // none if the document does not name the element
-  std::optional<std::string> before;  // the request; none if there is no file, as for `now`
+  std::optional<std::string> before;  // the request; none if there is no text, as for `now`
   std::optional<std::string> now;
 };
 
@@ -41,8 +51,8 @@ struct Outcome {
 using Asked = std::map<std::string_view, std::string>;
 Asked WhatIsAsked(const kaml_content* contents);
 
-// The value of each catalogue entry in the kernel, none if there is no file.
-using CatalogueValues = std::vector<std::optional<std::string>>;
+// The value of each catalogue entry.
+using CatalogueValues = std::vector<Value>;
 CatalogueValues CatalogueValuesOf(const Tunables& tunables);
 
 // Returns the outcomes of the elements that a request names and of those that also changed, in the

@@ -202,13 +202,15 @@ void Session::Release(const Layer& layer) {
 }
 
 void Session::CompareWithBefore() {
-  result_.not_restored = Compare(before_, ReadTunables());
-  TellPluginLines(result_.release_thrown || !result_.not_restored.empty());
+  const Tunables after = ReadTunables();
+  result_.not_restored = Compare(before_, after);
+  result_.unread = FindUnread(before_, after);
+  TellPluginLines(result_.release_thrown || !result_.may_be_restored());
   report_.TellRelease(result_);
 }
 
 int Session::Status() const {
-  if (result_.release_thrown || !result_.not_restored.empty()) {
+  if (result_.release_thrown || !result_.may_be_restored()) {
     return kFailed;
   }
   if (result_.command_status) {

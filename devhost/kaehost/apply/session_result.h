@@ -21,10 +21,11 @@ struct RequestResult {
 
   bool has_succeeded() const { return request.reply() == Reply::kSuccess && !thrown; }
 
-  // Whether the kernel has each requested value of which it has the file.
+  // Whether the kernel was seen to have each requested value of which it has the file.
   bool is_as_asked() const {
     return std::none_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
-      return outcome.fate == Fate::kRejected || outcome.fate == Fate::kAdjusted;
+      return outcome.fate == Fate::kRejected || outcome.fate == Fate::kAdjusted ||
+             outcome.fate == Fate::kUnread;
     });
   }
 };
@@ -38,6 +39,13 @@ struct SessionResult {
   std::optional<int> command_status;  // of the user's command
   std::optional<std::string> release_thrown;
   std::vector<Change> not_restored;
+  std::vector<Unread> unread;  // tunables of which nobody knows whether they are restored
+
+  // Whether all tunables are restored that this user can ever read.
+  bool may_be_restored() const {
+    return not_restored.empty() &&
+           std::all_of(unread.begin(), unread.end(), [](const Unread& u) { return u.is_refused; });
+  }
 
   bool IsEmulated(const CatalogueEntry& entry) const {
     return std::find(emulated.begin(), emulated.end(), entry.file) != emulated.end();

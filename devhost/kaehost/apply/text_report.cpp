@@ -1,5 +1,6 @@
 #include "devhost/kaehost/apply/text_report.h"
 
+#include <cstring>
 #include <ostream>
 
 #include "devhost/kaehost/apply/plugin_lines.h"
@@ -142,16 +143,38 @@ void Report::TellRelease(const SessionResult& session) const {
   if (session.release_thrown) {
     Complain("the layer's do_Release threw: " + *session.release_thrown);
   }
-  if (session.not_restored.empty()) {
-    Tell(end + "all tunables restored");
-    return;
-  }
-  Complain(end + "not restored:");
-  if (style_ != kSilent) {
+  if (!session.not_restored.empty()) {
+    Complain(end + "not restored:");
     Table table({"tunable", "before", "now"});
     for (const Change& change : session.not_restored) {
       table.Add({change.tunable, change.before, change.after});
     }
+    PrintUnlessSilent(table);
+  } else if (session.unread.empty()) {
+    Tell(end + "all tunables restored");
+  } else if (session.may_be_restored()) {
+    Tell(end + "all tunables restored that can be read");
+  } else {
+    Complain(end + "cannot tell whether all tunables are restored");
+  }
+  TellUnread(session);
+}
+
+void Report::TellUnread(const SessionResult& session) const {
+  if (session.unread.empty()) {
+    return;
+  }
+  Table table({"tunable", "cannot be read"});
+  for (const Unread& unread : session.unread) {
+    table.Add({unread.tunable, std::strerror(unread.error)});
+  }
+  if (!session.may_be_restored() || HasNews()) {
+    PrintUnlessSilent(table);
+  }
+}
+
+void Report::PrintUnlessSilent(const Table& table) const {
+  if (style_ != kSilent) {
     table.Print(Out());
   }
 }

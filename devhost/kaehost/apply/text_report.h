@@ -4,6 +4,7 @@
 #include <string>
 
 #include "devhost/kaehost/apply/session_result.h"
+#include "devhost/kaehost/text/table.h"
 
 // The report of `kaehost apply` for people, printed while the session runs.
 
@@ -42,6 +43,8 @@ class Report {
   void BeginSection() const;
   void TellReply(const RequestResult& result) const;
   void TellOutcomes(const SessionResult& session, const RequestResult& result) const;
+  void TellUnread(const SessionResult& session) const;
+  void PrintUnlessSilent(const Table& table) const;
 
   const Style style_;
 };

@@ -1,6 +1,8 @@
 #include "devhost/kaehost/inspect/facts.h"
 
 #include <chrono>
+#include <cstring>
+#include <stdexcept>
 
 #include "devhost/kaehost/kernel/tunables.h"
 #include "devhost/kaehost/plugin/plugin.h"
@@ -59,11 +61,18 @@ PluginFacts FactsOf(const std::string& path) {
   const Tunables before = ReadTunables();
   PluginFacts facts = Try(path);
   std::string changed;
-  for (const Change& change : Compare(before, ReadTunables())) {
+  const Tunables after = ReadTunables();
+  for (const Change& change : Compare(before, after)) {
     changed += (changed.empty() ? "" : ", ") + change.tunable;
   }
   if (!changed.empty()) {
     throw PluginError(path + ": the plug-in changes tunables without a request: " + changed);
+  }
+  for (const Unread& unread : FindUnread(before, after)) {
+    if (!unread.is_refused) {
+      throw std::runtime_error(path + ": cannot tell whether the plug-in changes " +
+                               unread.tunable + ": cannot read it: " + std::strerror(unread.error));
+    }
   }
   return facts;
 }

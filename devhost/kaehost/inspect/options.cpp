@@ -30,7 +30,7 @@ Examples:
 
 Exit status:
   0   the plug-in loads and makes a layer that can be used
-  1   the plug-in ended the process
+  1   the plug-in ended the process, or a tunable cannot be read
   2   the command line is bad
   3   the plug-in does not load, makes no such layer, or changes tunables
       without a request

@@ -7,8 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <optional>
-#include <set>
 #include <utility>
 
 #include "devhost/kaehost/kernel/catalogue.h"
@@ -16,44 +16,69 @@
 namespace devhost {
 namespace {
 
-std::string TextOf(const Tunables& tunables, const std::string& name) {
-  const auto found = tunables.find(name);
-  return found != tunables.end() ? found->second : std::string();
-}
-
-// Answers a file's text without its last newline, empty where the file refuses to be read, none
-// where there is none. The kernel gives such a short text at once.
-std::optional<std::string> ReadText(int folder, const char* name) {
-  const int file = openat(folder, name, O_RDONLY | O_CLOEXEC);
-  if (file < 0) {
-    return errno == ENOENT ? std::nullopt : std::optional<std::string>("");
-  }
-  std::string text;
+// The kernel gives such a short text in one piece.
+Reading ReadFile(int file) {
+  Reading reading;
   std::array<char, 4096> piece;
   ssize_t size = 0;
   do {
     size = read(file, piece.data(), piece.size());
-    text.append(piece.data(), static_cast<std::size_t>(std::max(size, ssize_t{0})));
-  } while (size == static_cast<ssize_t>(piece.size()));
-  close(file);
-  if (text.ends_with('\n')) {
-    text.pop_back();
+    reading.text.append(piece.data(), static_cast<std::size_t>(std::max(size, ssize_t{0})));
+  } while (size == static_cast<ssize_t>(piece.size()) || (size < 0 && errno == EINTR));
+  if (size < 0) {
+    return {"", errno};
   }
-  return text;
+  if (reading.text.ends_with('\n')) {
+    reading.text.pop_back();
+  }
+  return reading;
 }
 
+// Returns none if there is no file.
+std::optional<Reading> ReadFile(int folder, const char* name) {
+  const int file = openat(folder, name, O_RDONLY | O_CLOEXEC);
+  if (file < 0) {
+    return errno == ENOENT ? std::nullopt : std::optional(Reading{"", errno});
+  }
+  Reading reading = ReadFile(file);
+  close(file);
+  return reading;
+}
+
+// Returns the readings of the tunable before and after, null where there is no file, by name.
+using Pair = std::pair<const Reading*, const Reading*>;
+std::map<std::string, Pair> PairsOf(const Tunables& before, const Tunables& after) {
+  std::map<std::string, Pair> pairs;
+  for (const auto& [name, reading] : before) {
+    pairs[name].first = &reading;
+  }
+  for (const auto& [name, reading] : after) {
+    pairs[name].second = &reading;
+  }
+  return pairs;
+}
+
+bool IsUnread(const Reading* reading) { return reading != nullptr && reading->error != 0; }
+
+std::string TextOf(const Reading* reading) { return reading != nullptr ? reading->text : ""; }
+
 }  // namespace
+
+bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
 
 Tunables ReadTunables() {
   Tunables tunables;
   const int folder = open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const int error = folder < 0 ? errno : 0;
   const char* file = "";
   for (const CatalogueEntry& entry : Catalogue()) {
     if (std::strcmp(std::exchange(file, entry.file), entry.file) == 0) {
       continue;  // the values of a file follow one another
     }
-    if (std::optional<std::string> text = ReadText(folder, file)) {
-      tunables[file] = std::move(*text);
+    if (error != 0) {
+      tunables[file] = {"", error};
+    } else if (std::optional<Reading> reading = ReadFile(folder, file)) {
+      tunables[file] = std::move(*reading);
     }
   }
   close(folder);
@@ -61,20 +86,27 @@ Tunables ReadTunables() {
 }
 
 std::vector<Change> Compare(const Tunables& before, const Tunables& after) {
-  std::set<std::string> names;
-  for (const Tunables* tunables : {&before, &after}) {
-    for (const auto& [name, text] : *tunables) {
-      names.insert(name);
-    }
-  }
   std::vector<Change> changes;
-  for (const std::string& name : names) {
-    Change change{name, TextOf(before, name), TextOf(after, name)};
-    if (change.before != change.after) {
-      changes.push_back(std::move(change));
+  for (const auto& [name, pair] : PairsOf(before, after)) {
+    const auto& [one, other] = pair;
+    if (!IsUnread(one) && !IsUnread(other) && TextOf(one) != TextOf(other)) {
+      changes.push_back({name, TextOf(one), TextOf(other)});
     }
   }
   return changes;
+}
+
+std::vector<Unread> FindUnread(const Tunables& before, const Tunables& after) {
+  std::vector<Unread> unread;
+  for (const auto& [name, pair] : PairsOf(before, after)) {
+    const auto& [one, other] = pair;
+    if (IsUnread(one) || IsUnread(other)) {
+      const auto is_refused = [](const Reading* r) { return r == nullptr || r->is_refused(); };
+      unread.push_back({name, IsUnread(other) ? other->error : one->error,
+                        is_refused(one) && is_refused(other)});
+    }
+  }
+  return unread;
 }
 
 }  // namespace devhost

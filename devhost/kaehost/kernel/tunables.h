@@ -1,15 +1,25 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace devhost {
 
-// The catalogue's files as they stand in the kernel: path below /proc/sys/net ("ipv4/tcp_sack") to
-// text, those left out that are not there.
-using Tunables = std::map<std::string, std::string>;
+// What reading a file gave.
+struct Reading {
+  std::string text;  // without its last newline
+  int error = 0;     // the number of the error if it could not be read
+
+  // Whether the kernel lets this user never read the file.
+  bool is_refused() const;
+
+  bool operator==(const Reading&) const = default;
+};
+
+// The catalogue's files in the kernel, by path below /proc/sys/net ("ipv4/tcp_sack"). A file that
+// the kernel does not have is left out.
+using Tunables = std::map<std::string, Reading>;
 
 // A tunable that differs between two readings; a text is empty where the tunable was not there.
 struct Change {
@@ -18,11 +28,20 @@ struct Change {
   std::string after;
 };
 
-// Reads them as the calling thread's network namespace shows them. A text comes without its last
-// newline, and empty where the file refuses to be read.
+// A tunable that could not be read in one of two readings, so that nobody knows whether it differs.
+struct Unread {
+  std::string tunable;
+  int error;
+  bool is_refused;  // in both readings, if it was there
+};
+
+// Reads them as the calling thread's network namespace shows them.
 Tunables ReadTunables();
 
-// Answers what differs, in the order of the tunables' paths.
+// Returns what differs, in the order of the tunables' paths.
 std::vector<Change> Compare(const Tunables& before, const Tunables& after);
+
+// Returns what Compare cannot compare, in the same order.
+std::vector<Unread> FindUnread(const Tunables& before, const Tunables& after);
 
 }  // namespace devhost

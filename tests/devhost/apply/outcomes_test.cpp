@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,32 +17,42 @@ using devhost::CatalogueValues;
 using devhost::Document;
 using devhost::Outcome;
 using devhost::OutcomesOf;
+using devhost::Value;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
 namespace {
 
-using Value = std::optional<std::string>;
+using Text = std::optional<std::string>;
 
 constexpr std::size_t kElement = 2;  // an element of the catalogue, whichever
 
-CatalogueValues With(const Value& value) {
-  CatalogueValues values(devhost::Catalogue().size(), "1");
+// A value of the table below.
+struct State : Value {
+  State(const char* read) : Value{.text = read} {}
+  State(std::nullopt_t /*no file*/) {}
+  State(const Value& value) : Value(value) {}
+};
+
+CatalogueValues With(const State& value) {
+  CatalogueValues values(devhost::Catalogue().size(), State("1"));
   values[kElement] = value;
   return values;
 }
 
 struct Case {
-  Value asked;
-  Value start;
-  Value before;
-  Value now;
+  Text asked;
+  State start;
+  State before;
+  State now;
   bool success;
   const char* word;  // empty where there is nothing to say
 };
 
-const Value kNone = std::nullopt;
+constexpr std::nullopt_t kNone = std::nullopt;
+const Value kLost = {.text = {}, .is_unread = true};
+const Value kRefused = {.text = {}, .is_unread = true, .is_refused = true};
 
 // Formatted by hand: a line, a case.
 // clang-format off
@@ -77,6 +88,16 @@ const std::vector<Case> kCases = {
     {"5", "1", "1", "5", false, "applied"},
     {"5", "1", "3", "3", false, "rejected"},
     {"5", "1", "3", "4", false, "adjusted"},
+    {"5", "1", "1", kLost, true, "unread"},
+    {"5", "1", kLost, "5", true, "unread"},
+    {"5", kLost, kLost, kLost, true, "unread"},
+    {"5", kRefused, kRefused, kRefused, true, "unread"},
+    {"5", kNone, kNone, kLost, true, "unread"},
+    {"5", kLost, kLost, kLost, false, "unread"},
+    {kNone, "1", "1", kLost, true, "unread"},
+    {kNone, "1", kLost, "1", true, "unread"},
+    {kNone, kLost, kLost, kLost, true, "unread"},
+    {kNone, kRefused, kRefused, kRefused, true, ""},
     {kNone, "1", "1", "2", false, "overridden"},
     {kNone, "1", "1", "2", true, "overridden"},
     {kNone, "1", "2", "1", true, "overridden"},
@@ -87,7 +108,11 @@ const std::vector<Case> kCases = {
 };
 // clang-format on
 
-std::string Shown(const Value& value) { return value ? '"' + *value + '"' : "none"; }
+std::string Shown(const Text& text) { return text ? '"' + *text + '"' : "none"; }
+
+std::string Shown(const State& state) {
+  return state.is_refused ? "refused" : state.is_unread ? "unread" : Shown(state.text);
+}
 
 class WhatIsAsked : public testing::Test {
  protected:
@@ -129,13 +154,20 @@ TEST(Outcomes, CarryWhatTheyAreAbout) {
 }
 
 TEST(Outcomes, AreCountedByTheirFates) {
-  CatalogueValues now(devhost::Catalogue().size(), "1");
-  now[3] = "2";
-  now[5] = "2";
+  CatalogueValues now = With("1");
+  now[3] = now[5] = State("2");
   const std::vector<Outcome> outcomes =
       OutcomesOf({{"rmem_max", "1"}}, With("1"), With("1"), now, true);
   EXPECT_THAT(CountFates(outcomes),
               ElementsAre(Pair(devhost::Fate::kUnchanged, 1), Pair(devhost::Fate::kOverridden, 2)));
+}
+
+TEST(Outcomes, TellAFileThatCannotBeReadFromOneThatIsNotThere) {
+  const CatalogueValues values = devhost::CatalogueValuesOf(
+      {{"core/rmem_max", {"", EMFILE}}, {"core/wmem_max", {"", EACCES}}});
+  EXPECT_EQ(values[0], kLost);
+  EXPECT_EQ(values[1], kRefused);
+  EXPECT_EQ(values[2], Value());
 }
 
 TEST(Outcomes, ReadEachValueFromItsPlaceInTheFile) {
@@ -144,13 +176,13 @@ TEST(Outcomes, ReadEachValueFromItsPlaceInTheFile) {
   for (const devhost::CatalogueEntry& entry : devhost::Catalogue()) {
     const std::string element = entry.element;
     if (element == "tcp_bic") {
-      EXPECT_EQ(values[i], kNone);
+      EXPECT_EQ(values[i], Value());
     } else if (element == "tcp_port_min") {
-      EXPECT_EQ(values[i], "32768");
+      EXPECT_EQ(values[i].text, "32768");
     } else if (element == "tcp_port_max") {
-      EXPECT_EQ(values[i], "60999");
+      EXPECT_EQ(values[i].text, "60999");
     } else if (element == "tcp_sack") {
-      EXPECT_EQ(values[i], "1");
+      EXPECT_EQ(values[i].text, "1");
     }
     ++i;
   }

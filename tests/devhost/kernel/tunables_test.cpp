@@ -2,8 +2,13 @@
 
 #include "devhost/kaehost/kernel/tunables.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -13,9 +18,15 @@
 
 using devhost::Change;
 using devhost::Compare;
+using devhost::FindUnread;
 using devhost::ReadTunables;
 using devhost::Tunables;
+using devhost::Unread;
+using testing::_;
+using testing::Each;
 using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::IsEmpty;
 using testing::Pair;
 
 namespace {
@@ -28,10 +39,36 @@ std::vector<std::string> Shown(const std::vector<Change>& changes) {
   return texts;
 }
 
+std::vector<std::string> Shown(const std::vector<Unread>& unread) {
+  std::vector<std::string> texts;
+  for (const Unread& u : unread) {
+    texts.push_back(u.tunable + ": " + std::strerror(u.error) + (u.is_refused ? ", refused" : ""));
+  }
+  return texts;
+}
+
 long CountOpenFiles() {
   const std::filesystem::directory_iterator files("/proc/self/fd");
   return std::distance(begin(files), end(files));
 }
+
+// Leaves this process so many descriptors during its lifetime.
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(rlim_t left) {
+    getrlimit(RLIMIT_NOFILE, &before_);
+    const int next = dup(STDERR_FILENO);
+    close(next);
+    const rlimit limit = {static_cast<rlim_t>(next) + left, before_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &limit);
+  }
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+ private:
+  rlimit before_ = {};
+};
 
 }  // namespace
 
@@ -40,22 +77,32 @@ TEST(ReadTunables, ReadsALongTextWhole) {
   for (const std::size_t size : {4095U, 4096U, 4097U, 10000U}) {
     const std::string text(size, 'x');
     tree.Write("ipv4/tcp_sack", text + '\n');
-    EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_sack", text)));
+    EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_sack", FieldsAre(text, 0))));
   }
 }
 
 TEST(ReadTunables, LeavesOutTheLastNewlineOnly) {
   TunableTree tree;
   tree.Write("ipv4/tcp_sack", "1\n\n");
-  EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_sack", "1\n")));
+  EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_sack", FieldsAre("1\n", 0))));
 }
 
-TEST(ReadTunables, HasAnEmptyTextForAFileThatCannotBeRead) {
+TEST(ReadTunables, HasTheErrorForAFileThatCannotBeRead) {
   TunableTree tree;
   tree.MakeLoop("ipv4/tcp_ecn");
   tree.MakeFolder("ipv4/tcp_fack");
   tree.MakeMissing("ipv4/tcp_frto");
-  EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_ecn", ""), Pair("ipv4/tcp_fack", "")));
+  EXPECT_THAT(ReadTunables(), ElementsAre(Pair("ipv4/tcp_ecn", FieldsAre("", ELOOP)),
+                                          Pair("ipv4/tcp_fack", FieldsAre("", EISDIR))));
+}
+
+TEST(ReadTunables, HasTheErrorForEachFileIfItCannotOpenOne) {
+  for (const rlim_t left : {0U, 1U}) {  // for the folder, for a file in it
+    const FewDescriptors few(left);
+    const Tunables tunables = ReadTunables();
+    EXPECT_EQ(tunables.size(), 50U) << left;
+    EXPECT_THAT(tunables, Each(Pair(_, FieldsAre("", EMFILE)))) << left;
+  }
 }
 
 TEST(ReadTunables, ClosesWhatItOpens) {
@@ -66,8 +113,28 @@ TEST(ReadTunables, ClosesWhatItOpens) {
 }
 
 TEST(Compare, FindsTunablesThatChangeAppearOrDisappear) {
-  const Tunables before = {{"core/same", "1"}, {"ipv4/changes", "1"}, {"ipv4/disappears", "2"}};
-  const Tunables after = {{"core/same", "1"}, {"ipv4/appears", "3"}, {"ipv4/changes", "4"}};
+  const Tunables before = {
+      {"core/same", {"1"}}, {"ipv4/changes", {"1"}}, {"ipv4/disappears", {"2"}}};
+  const Tunables after = {{"core/same", {"1"}}, {"ipv4/appears", {"3"}}, {"ipv4/changes", {"4"}}};
   EXPECT_THAT(Shown(Compare(before, after)),
               ElementsAre("ipv4/appears:  -> 3", "ipv4/changes: 1 -> 4", "ipv4/disappears: 2 -> "));
+}
+
+TEST(Compare, LeavesOutWhatWasNotReadTwice) {
+  const Tunables before = {{"ipv4/a", {"1"}}, {"ipv4/b", {"", EMFILE}}};
+  const Tunables after = {{"ipv4/a", {"", EMFILE}}, {"ipv4/b", {"1"}}, {"ipv4/c", {"", EIO}}};
+  EXPECT_THAT(Shown(Compare(before, after)), IsEmpty());
+}
+
+TEST(FindUnread, FindsWhatWasNotReadTwice) {
+  const Tunables before = {{"ipv4/a", {"1"}},        {"ipv4/b", {"", EMFILE}},
+                           {"ipv4/c", {"", EACCES}}, {"ipv4/d", {"", EPERM}},
+                           {"ipv4/e", {"", EACCES}}, {"ipv4/f", {"1"}}};
+  const Tunables after = {{"ipv4/a", {"", EMFILE}}, {"ipv4/b", {"1"}}, {"ipv4/c", {"", EACCES}},
+                          {"ipv4/d", {"", EIO}},    {"ipv4/e", {"1"}}, {"ipv4/f", {"2"}},
+                          {"ipv4/g", {"", EACCES}}};
+  EXPECT_THAT(Shown(FindUnread(before, after)),
+              ElementsAre("ipv4/a: Too many open files", "ipv4/b: Too many open files",
+                          "ipv4/c: Permission denied, refused", "ipv4/d: Input/output error",
+                          "ipv4/e: Permission denied", "ipv4/g: Permission denied, refused"));
 }
