@@ -18,7 +18,7 @@ std::string WordAt(int position, const std::string& text) {
 }
 
 bool IsSameValue(const std::string& one, const std::string& other) {
-  return one == other || (Number(one) && Number(one) == Number(other));
+  return ReadInteger(one) ? ReadInteger(one) == ReadInteger(other) : one == other;
 }
 
 Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables) {

@@ -36,15 +36,16 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   if (value.find_first_of(kBlanks) != std::string_view::npos) {
     return Quoted(text) + " is more than one value; write each in a separate element";
   }
-  const std::optional<long long> number = Number(std::string(value));
+  const std::optional<Integer> number = ReadInteger(std::string(value));
   if (!number) {
-    return Quoted(text) + ' ' + AboutNoNumber(std::string(value));
+    return Quoted(text) + ' ' + AboutNoInteger(std::string(value));
   }
-  if (const std::string sentence = AboutNumber(entry, *number); !sentence.empty()) {
+  const std::string sentence = AboutNumber(entry, number->is_negative, number->magnitude);
+  if (!sentence.empty()) {
     return Quoted(text) + ' ' + sentence;
   }
-  if (text != std::to_string(*number)) {
-    return Quoted(text) + " is not in plain decimal form; write " + std::to_string(*number);
+  if (text != Decimal(*number)) {
+    return Quoted(text) + " is not in plain decimal form; write " + Decimal(*number);
   }
   return "";
 }

@@ -1,8 +1,8 @@
 #include "devhost/kaehost/import/report.h"
 
 #include <iostream>
+#include <string>
 
-#include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"
 
 namespace devhost {
@@ -15,6 +15,10 @@ Json ToJson(const LineReport& report) {
       {"key",      report.key     },
       {"sentence", report.sentence}
   };
+}
+
+Json ToJson(const Integer& value) {
+  return value.is_negative ? Json(-static_cast<long long>(value.magnitude)) : Json(value.magnitude);
 }
 
 }  // namespace
@@ -46,7 +50,7 @@ Json ToJson(const Imported& imported, int status) {
   json["document"] = imported.Document();
   json["elements"] = Json::object();
   for (const auto& [entry, value] : imported.values) {
-    json["elements"][entry->element] = value;
+    json["elements"][entry->element] = ToJson(value);
   }
   json["not_carried"] = Json::array();
   json["notes"] = Json::array();
@@ -56,7 +60,7 @@ Json ToJson(const Imported& imported, int status) {
   json["not_listed"] = imported.not_listed;
   json["defaults"] = Json::object();
   for (const CatalogueEntry* entry : imported.Imposed()) {
-    json["defaults"][entry->element] = Number(entry->default_value).value_or(0);
+    json["defaults"][entry->element] = std::stoi(entry->default_value);
   }
   json["status"] = status;
   return json;

@@ -50,11 +50,11 @@ std::string AboutValue(const std::string& value, const CatalogueEntry& entry) {
   if (const std::string what = InvisibleIn(value); !what.empty()) {
     return "the value contains " + what + "; remove it";
   }
-  const std::optional<long long> number = Number(value);
-  if (!number || value.front() == '+') {
-    return Quoted(value) + ' ' + AboutNoNumber(value);
+  const std::optional<Integer> number = ReadInteger(value);
+  if (!number) {
+    return Quoted(value) + ' ' + AboutNoInteger(value);
   }
-  const std::string sentence = AboutNumber(entry, *number);
+  const std::string sentence = AboutNumber(entry, number->is_negative, number->magnitude);
   return sentence.empty() ? "" : Quoted(value) + ' ' + sentence;
 }
 
@@ -92,7 +92,7 @@ std::string AboutComment(const std::string& comment) {
 std::string Imported::Document() const {
   std::string text = "<tcp-settings>\n";
   for (const auto& [entry, value] : values) {
-    text.append("  <").append(entry->element).append(">").append(std::to_string(value));
+    text.append("  <").append(entry->element).append(">").append(Decimal(value));
     text.append("</").append(entry->element).append(">\n");
   }
   return text + "</tcp-settings>\n";
@@ -128,7 +128,7 @@ Imported Import(const std::vector<std::string>& files) {
         continue;
       }
       for (std::size_t i = 0; i < line.values.size(); ++i) {
-        imported.values[entries[i]] = *Number(line.values[i]);
+        imported.values[entries[i]] = *ReadInteger(line.values[i]);
       }
       if (!line.comment.empty()) {
         imported.Add({file, line.number, line.key, true, AboutComment(line.comment)});

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/text/numbers.h"
 
 namespace devhost {
 
@@ -19,10 +20,10 @@ struct LineReport {
 
 // The result of an import of files in the form of sysctl.conf.
 struct Imported {
-  std::map<const CatalogueEntry*, long long> values;  // in the catalogue's order
-  std::vector<LineReport> reports;                    // in the order of the lines
-  std::size_t not_listed = 0;                         // lines that have no room in `reports`
-  bool is_complete = true;                            // whether all lines are imported
+  std::map<const CatalogueEntry*, Integer> values;  // in the catalogue's order
+  std::vector<LineReport> reports;                  // in the order of the lines
+  std::size_t not_listed = 0;                       // lines that have no room in `reports`
+  bool is_complete = true;                          // whether all lines are imported
 
   // Returns the document that names the values.
   std::string Document() const;

@@ -80,19 +80,20 @@ const CatalogueEntry* FindInCatalogue(std::string_view element) {
   return found != std::end(kEntries) ? found : nullptr;
 }
 
-std::string AboutNumber(const CatalogueEntry& entry, long long number) {
+std::string AboutNumber(const CatalogueEntry& entry, bool is_negative,
+                        unsigned long long magnitude) {
   const bool may_be_negative = entry.element == "tcp_adv_win_scale"sv;
-  if (number < 0 && !may_be_negative) {
+  if (is_negative && !may_be_negative) {
     return "is negative; write 0 or more";
   }
-  // Kernels keep pages of memory in a long, all else in an int or less.
-  using Int = std::numeric_limits<int>;
+  // Kernels keep pages of memory in an unsigned long, all else in an int or less.
+  constexpr unsigned long long kIntMax = std::numeric_limits<int>::max();
   const bool is_long = entry.file == "ipv4/tcp_mem"sv;
-  if (!is_long && number > Int::max()) {
-    return "is more than any kernel accepts; write a number up to " + std::to_string(Int::max());
+  if (!is_negative && !is_long && magnitude > kIntMax) {
+    return "is more than any kernel accepts; write a number up to " + std::to_string(kIntMax);
   }
-  if (number < Int::min()) {
-    return "is less than any kernel accepts; write " + std::to_string(Int::min()) + " or more";
+  if (is_negative && magnitude > kIntMax + 1) {
+    return "is less than any kernel accepts; write -" + std::to_string(kIntMax + 1) + " or more";
   }
   return "";
 }

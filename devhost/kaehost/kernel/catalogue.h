@@ -24,6 +24,7 @@ const CatalogueEntry* FindInCatalogue(std::string_view element);
 
 // Returns why no kernel accepts the number for this entry and what to do, empty if some kernel may
 // accept it. Many kernels accept less; `kaehost apply` shows what this kernel does with the number.
-std::string AboutNumber(const CatalogueEntry& entry, long long number);
+std::string AboutNumber(const CatalogueEntry& entry, bool is_negative,
+                        unsigned long long magnitude);
 
 }  // namespace devhost

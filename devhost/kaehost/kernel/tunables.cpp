@@ -69,15 +69,12 @@ bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
 Tunables ReadTunables() {
   Tunables tunables;
   const int folder = open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const int error = folder < 0 ? errno : 0;
   const char* file = "";
   for (const CatalogueEntry& entry : Catalogue()) {
     if (std::strcmp(std::exchange(file, entry.file), entry.file) == 0) {
       continue;  // the values of a file follow one another
     }
-    if (error != 0) {
-      tunables[file] = {"", error};
-    } else if (std::optional<Reading> reading = ReadFile(folder, file)) {
+    if (std::optional<Reading> reading = ReadFile(folder, file)) {
       tunables[file] = std::move(*reading);
     }
   }

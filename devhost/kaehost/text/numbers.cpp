@@ -1,33 +1,80 @@
 #include "devhost/kaehost/text/numbers.h"
 
-#include <cerrno>
-#include <cstdlib>
+#include <charconv>
+#include <string_view>
+#include <system_error>
 
 namespace devhost {
 namespace {
 
-// Returns the number that the text is; where there is no such long one, the nearest, with ERANGE in
-// errno.
-std::optional<long long> Nearest(const std::string& text) {
-  char* end = nullptr;
-  errno = 0;
-  const long long number = std::strtoll(text.c_str(), &end, 0);
-  const auto read = static_cast<std::size_t>(end - text.c_str());
-  const bool whole = read > 0 && text.find_first_not_of(" \t\r\n", read) == std::string::npos;
-  return whole ? std::optional(number) : std::nullopt;
+// What the kernel skips before a number, and what it accepts directly after one.
+constexpr const char* kSpaces = " \t\n\v\f\r";
+constexpr const char* kEnds = " \t\n";
+
+constexpr std::size_t kLongest = 20;  // characters of a number, also with zeros
+
+// Returns the text without the white space around a number; all of it if it is more than a number.
+std::string WordOf(const std::string& text) {
+  const std::size_t begin = text.find_first_not_of(kSpaces);
+  if (begin == std::string::npos) {
+    return "";
+  }
+  const std::size_t end = text.find_first_of(kEnds, begin);
+  const bool is_one_word = text.find_first_not_of(kSpaces, end) == std::string::npos;
+  return is_one_word ? text.substr(begin, end - begin) : text;
+}
+
+bool HasPrefixOf16(std::string_view digits) {
+  return digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+}
+
+struct Parsed {
+  std::optional<Integer> integer;
+  bool is_too_large = false;
+};
+
+Parsed Parse(std::string_view word) {
+  const bool is_negative = word.starts_with('-');
+  std::string_view digits = word.substr(is_negative ? 1 : 0);
+  int base = digits.starts_with('0') ? 8 : 10;
+  if (HasPrefixOf16(digits)) {
+    digits.remove_prefix(2);
+    base = 16;
+  }
+  unsigned long long magnitude = 0;
+  const char* end = digits.data() + digits.size();
+  const auto [read_to, error] = std::from_chars(digits.data(), end, magnitude, base);
+  if (read_to != end || error == std::errc::invalid_argument) {
+    return {};
+  }
+  if (error == std::errc::result_out_of_range) {
+    return {.integer = {}, .is_too_large = true};
+  }
+  return {
+      .integer = Integer{is_negative && magnitude > 0, magnitude}
+  };
 }
 
 }  // namespace
 
-std::optional<long long> Number(const std::string& text) {
-  const std::optional<long long> number = Nearest(text);
-  return errno == 0 ? number : std::nullopt;
+std::optional<Integer> ReadInteger(const std::string& text) {
+  const std::string word = WordOf(text);
+  return word.size() <= kLongest ? Parse(word).integer : std::nullopt;
 }
 
-std::string AboutNoNumber(const std::string& text) {
-  return Nearest(text) && errno == ERANGE
-             ? "is out of range for some kernels; write a number closer to 0"
-             : "is not an integer to the kernel; write one";
+std::string Decimal(const Integer& integer) {
+  return (integer.is_negative ? "-" : "") + std::to_string(integer.magnitude);
+}
+
+std::string AboutNoInteger(const std::string& text) {
+  const std::string word = WordOf(text);
+  const Parsed parsed = Parse(word);
+  if (parsed.is_too_large) {
+    return "is out of range for every kernel; write a number closer to 0";
+  }
+  return parsed.integer ? "has more characters than the kernel reads; write it with at most " +
+                              std::to_string(kLongest)
+                        : "is not an integer to the kernel; write one";
 }
 
 }  // namespace devhost

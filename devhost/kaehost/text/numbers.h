@@ -5,11 +5,23 @@
 
 namespace devhost {
 
-// Returns what the kernel reads a text as: a number, hexadecimal after 0x and octal after 0, with
-// blanks around it if need be; none for anything else.
-std::optional<long long> Number(const std::string& text);
+// An integer of the kernel: a long or an unsigned long.
+struct Integer {
+  bool is_negative;  // not for 0
+  unsigned long long magnitude;
 
-// Returns why a text of which Number makes none is none, and what to do.
-std::string AboutNoNumber(const std::string& text);
+  bool operator==(const Integer&) const = default;
+};
+
+// Returns the integer that the kernel reads in the text of a tunable with one value, with white
+// space around it: decimal, hexadecimal after 0x or octal after 0, perhaps after a minus sign. None
+// for any other text. A tunable can have a smaller range.
+std::optional<Integer> ReadInteger(const std::string& text);
+
+// Returns its decimal form.
+std::string Decimal(const Integer& integer);
+
+// Returns why ReadInteger reads none in a text, and what to do.
+std::string AboutNoInteger(const std::string& text);
 
 }  // namespace devhost

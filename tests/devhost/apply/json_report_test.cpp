@@ -50,6 +50,7 @@ TEST_F(Json, IsOneDocumentWithAllOfIt) {
   EXPECT_EQ(told["release_thrown"], nullptr);
   EXPECT_EQ(told["restored"], true);
   EXPECT_THAT(told["not_restored"], IsEmpty());
+  EXPECT_EQ(told["unread"], json::array());
   EXPECT_EQ(told["status"], 4);
   EXPECT_THAT(told["progress"], Contains("reading previous config..."));
   EXPECT_THAT(told["progress"], Contains("Setting new value - tcp_sack = 1"));

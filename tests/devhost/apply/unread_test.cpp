@@ -74,6 +74,20 @@ TEST_F(Unread, TunableIsInTheJsonDocument) {
       "before": "1", "asked": null, "now": null, "emulated": false})"));
 }
 
+TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
+  const std::vector<std::string> arguments = {
+      "apply", nothing_, "--plugin", TestPlugin("makes_unreadable"),
+      "--",    "sh",     "-c",       "echo 20 >/proc/sys/net/ipv4/tcp_fin_timeout"};
+  EXPECT_THAT(Kaehost(arguments).out,
+              ContainsRegex("not restored:\n  tunable +before +now\n  ipv4/tcp_fin_timeout  60 .*\n"
+                            "  tunable +cannot be read\n  ipv4/tcp_sack "));
+  std::vector<std::string> to_json = arguments;
+  to_json.insert(to_json.begin() + 1, "--json");
+  const json told = json::parse(Kaehost(to_json).out);
+  EXPECT_EQ(told["restored"], false);
+  EXPECT_EQ(told["unread"].size(), 1U);
+}
+
 TEST_F(Unread, TunableThatTheKernelNeverShowsIsNoFailure) {
   std::vector<std::string> arguments = {
       "apply", nothing_, "--netns", "/proc/self/ns/net", "--plugin", TestPlugin("working")};

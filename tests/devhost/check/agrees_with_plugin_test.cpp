@@ -103,7 +103,7 @@ TEST_F(CheckAndPlugIn, AgreeInEveryElement) {
 TEST_F(CheckAndPlugIn, AgreeWithTheKernelInNumbersThatAreTooLarge) {
   std::string xml = "<tcp-settings>";
   for (const CatalogueEntry& entry : Catalogue()) {
-    if (!AboutNumber(entry, 2147483648).empty()) {
+    if (!AboutNumber(entry, false, 2147483648).empty()) {
       xml.append("<").append(entry.element).append(">2147483648</").append(entry.element) += '>';
     }
   }

@@ -52,10 +52,10 @@ const std::vector<CheckCase> kCheckCases = {
     {"<tcp_sack>1.5</tcp_sack>",
      "1:25: tcp_sack: \"1.5\" is not an integer to the kernel; write one"},
     {"<tcp_sack>99999999999999999999</tcp_sack>",
-     "1:25: tcp_sack: \"99999999999999999999\" is out of range for some kernels; write a number "
+     "1:25: tcp_sack: \"99999999999999999999\" is out of range for every kernel; write a number "
      "closer to 0"},
     {"<tcp_sack>-0xffffffffffffffffff</tcp_sack>",
-     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is out of range for some kernels; write a number "
+     "1:25: tcp_sack: \"-0xffffffffffffffffff\" is out of range for every kernel; write a number "
      "closer to 0"},
     {"<tcp_sack>99999999999999999999.5</tcp_sack>",
      "1:25: tcp_sack: \"99999999999999999999.5\" is not an integer to the kernel; write one"},
@@ -65,7 +65,10 @@ const std::vector<CheckCase> kCheckCases = {
      "1:25: tcp_sack: only white space, which the kernel ignores; write a value or remove the "
      "element"},
     {"&#13;<!-- -->", ""},
-    {"<tcp_sack>+1</tcp_sack>", "1:25: tcp_sack: \"+1\" is not in plain decimal form; write 1"},
+    {"<tcp_sack>+1</tcp_sack>",
+     "1:25: tcp_sack: \"+1\" is not an integer to the kernel; write one"},
+    {"<tcp_mem_high>18446744073709551615</tcp_mem_high>", ""},
+    {"<tcp_sack>-0</tcp_sack>", "1:25: tcp_sack: \"-0\" is not in plain decimal form; write 0"},
     {"<tcp_sack>0x3c</tcp_sack>",
      "1:25: tcp_sack: \"0x3c\" is not in plain decimal form; write 60"},
     {"<tcp_sack>017</tcp_sack>", "1:25: tcp_sack: \"017\" is not in plain decimal form; write 15"},

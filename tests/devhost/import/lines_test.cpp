@@ -101,9 +101,14 @@ const std::vector<Case> kNotImported = {
     {"net.ipv4.tcp_rmem = 1 2 2147483648",
      "net.ipv4.tcp_rmem: \"2147483648\" is more than any kernel accepts; write a number up to "
      "2147483647"},
-    {"net.ipv4.tcp_mem = 1 2 9223372036854775808",
-     "net.ipv4.tcp_mem: \"9223372036854775808\" is out of range for some kernels; write a number "
+    {"net.ipv4.tcp_mem = 1 2 18446744073709551616",
+     "net.ipv4.tcp_mem: \"18446744073709551616\" is out of range for every kernel; write a number "
      "closer to 0"},
+    {"net.ipv4.tcp_sack = +1", kSack + "\"+1\" " + kNoNumber},
+    {"net.ipv4.tcp_sack = 000000000000000000001",
+     kSack +
+         "\"000000000000000000001\" has more characters than the kernel reads; write it with at "
+         "most 20"},
     {"net.ipv4.tcp_sack = 99999999999999999999x", kSack + "\"99999999999999999999x\" " + kNoNumber},
     {"net.ipv4.tcp_sack = 0 1", kSack + "2 values, but the tunable has 1; remove the extra values"},
     {"net.ipv4.tcp_sack = 0 1 # 2",
