@@ -119,4 +119,12 @@ std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error) {
          " --help' for more information.";
 }
 
+void RefuseSecondStandardInput(const std::vector<std::string>& operands) {
+  if (std::count(operands.begin(), operands.end(), "-") > 1) {
+    throw CLI::ValidationError(
+        "'-' is there twice, but standard input can be read only once; a file of this name is "
+        "'./-'");
+  }
+}
+
 }  // namespace devhost

@@ -24,4 +24,7 @@ std::vector<std::string> WordsToParse(int argc, const char* const* argv);
 // read.
 std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error);
 
+// Throws CLI::ValidationError if the operands name standard input, "-", twice.
+void RefuseSecondStandardInput(const std::vector<std::string>& operands);
+
 }  // namespace devhost

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -37,10 +38,11 @@ void FillClosedStandardStreams() {
 }
 
 // Returns the words after "--" of `kaehost apply`, the user's command. `argc` then ends before
-// "--". Other commands have no such words; for them "--" only ends the options.
+// "--". Other commands have no such words; for them "--" only ends the options. The program's own
+// name can be anything, or missing.
 std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
   char** end = argv + *argc;
-  char** separator = std::find(argv, end, std::string_view("--"));
+  char** separator = std::find(argv + std::min(1, *argc), end, std::string_view("--"));
   if (separator == end || std::string_view(argv[1]) != "apply") {
     return std::nullopt;
   }
@@ -61,6 +63,7 @@ int Run(const Chosen& chosen) {
 
 int main(int argc, char** argv) try {
   FillClosedStandardStreams();
+  std::signal(SIGXFSZ, SIG_IGN);  // a write that fails for its size is reported instead
   const auto program = TakeProgram(&argc, argv);
   Chosen chosen;
   CLI::App app("Tries TCP/IP settings documents on a real kernel, without risk to the machine.",

@@ -4,6 +4,8 @@
 
 namespace devhost {
 
+std::string InputName(const std::string& path) { return path == "-" ? "standard input" : path; }
+
 kaml_content* Document::AddElement(kaml_content* parent, const char* name) {
   return Add(parent, {.type = kElement, .name = kaml_intern(name), .text = {}});
 }

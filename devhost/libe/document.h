@@ -38,6 +38,9 @@ class DocumentError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Returns the name of an input file in sentences: its path, or "standard input" for "-".
+std::string InputName(const std::string& path);
+
 // A document as a plug-in receives it: a list of top-level contents. Each is an element with
 // children, a text, or of another type. The document owns its contents. They stay valid when it is
 // moved; the source is empty then. Use it from one thread at a time.
@@ -47,7 +50,8 @@ class Document {
   Document(Document&&) = default;
   Document& operator=(Document&&) = default;
 
-  // Reads the XML file at `path`, which can also be a pipe or a device. Throws DocumentError.
+  // Reads the XML file at `path`, which can also be a pipe or a device, or standard input if that
+  // is "-". Throws DocumentError.
   //
   // - Element names are kept as written, including a prefix.
   // - Character references, the five predefined entities and CDATA become text. White space between

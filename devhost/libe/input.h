@@ -18,7 +18,10 @@ namespace devhost {
 class Input {
  public:
   Input(const std::string& path, const Limits& limits)
-      : path_(path), limits_(limits), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+      : name_(InputName(path)),
+        limits_(limits),
+        fd_(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                        : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
       ThrowUnreadable();
     }
@@ -52,7 +55,7 @@ class Input {
   }
 
   [[noreturn]] void Refuse(int line, const std::string& why) const {
-    throw DocumentError(path_ + ':' + std::to_string(line) + ": " + why);
+    throw DocumentError(name_ + ':' + std::to_string(line) + ": " + why);
   }
 
  private:
@@ -83,10 +86,10 @@ class Input {
   }
 
   [[noreturn]] void ThrowUnreadable() const {
-    throw DocumentError(path_ + ": cannot be read: " + std::strerror(errno));
+    throw DocumentError(name_ + ": cannot be read: " + std::strerror(errno));
   }
 
-  const std::string path_;
+  const std::string name_;
   const Limits limits_;
   const int fd_;
   bool is_at_end_ = false;

@@ -80,7 +80,10 @@ TEST_F(ClosedStreams, CannotBeRead) {
   const Outcome run = Kaehost({"import", "-"}, CloseInput);
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "kaehost: -: cannot read: Bad file descriptor; there is no document\n");
+  EXPECT_EQ(run.err,
+            "kaehost: standard input: cannot read: Bad file descriptor; there is no document\n");
+  EXPECT_EQ(Kaehost({"check", "-"}, CloseInput).err,
+            "kaehost: standard input: cannot be read: Bad file descriptor\n");
 }
 
 TEST_F(ClosedStreams, KeepTheExitStatusIfOnlyErrorsAreLost) {

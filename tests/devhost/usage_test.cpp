@@ -1,7 +1,10 @@
 // The command line of kaehost, and documents that it does not deliver.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -150,6 +153,52 @@ TEST_F(Operands, FollowDashes) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr(good_));
   EXPECT_THAT(Kaehost({"inspect", "--", "/nowhere.so"}).err, StartsWith("kaehost: /nowhere.so: "));
+}
+
+// Standard input has the bytes, the working folder a file with this name.
+TEST_F(Operands, AreStandardInputIfTheyAreADash) {
+  folder_.Write("-", "<x/>");
+  const std::string path = folder_.Write("typed", "<tcp-settings>\n<tcp_sac/></tcp-settings>");
+  const auto prepare = [&] {
+    dup2(open(path.c_str(), O_RDONLY), STDIN_FILENO);
+    std::filesystem::current_path(folder_.Path(""));
+  };
+  EXPECT_EQ(Kaehost({"check", "-"}, prepare).out,
+            "standard input:2:1: tcp_sac: unknown element; did you mean tcp_sack?\n"
+            "kaehost: standard input: 1 finding\n");
+  EXPECT_THAT(Kaehost({"check", "./-"}, prepare).out, StartsWith("./-:1:1: x: not tcp-settings"));
+  const Outcome run = Kaehost({"apply", "-"}, prepare);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, AllOf(HasSubstr("\nkaehost: request: standard input\n"),
+                             HasSubstr("\nkaehost: standard input: ")));
+  EXPECT_THAT(Kaehost({"apply", "--json", "-"}, prepare).out, HasSubstr("\"document\": \"-\""));
+  EXPECT_EQ(
+      Kaehost({"apply", "-"}, [] { close(STDIN_FILENO); }).err,
+      "kaehost: standard input: cannot be read: Bad file descriptor; nothing was delivered\n");
+}
+
+TEST_F(Operands, AreStandardInputOnlyOnce) {
+  for (const std::string command : {"apply", "check", "import"}) {
+    ExpectBadUsage({command, "-", good_, "-"},
+                   "'-' is there twice, but standard input can be read only once; a file of this "
+                   "name is './-'",
+                   "kaehost " + command + " --help");
+  }
+}
+
+// As the shell's `exec -a` gives it, or execve without any argument.
+TEST_F(Operands, DoNotIncludeTheNameOfTheProgram) {
+  const auto run_as = [this](const char* name) {
+    return [this, name] { execl(KAEHOST, name, "check", "--quiet", good_.c_str(), nullptr); };
+  };
+  for (const char* name : {"--", "apply", ""}) {
+    const Outcome run = Kaehost({}, run_as(name));
+    EXPECT_EQ(run.status, 0) << name << run.err;
+  }
+  const Outcome run = Kaehost({"apply"}, [] { execl(KAEHOST, "--", nullptr); });
+  EXPECT_EQ(run.err, "kaehost: missing command\nTry 'kaehost --help' for more information.\n");
+  char* const none[] = {nullptr};
+  EXPECT_EQ(Kaehost({"apply"}, [&] { execv(KAEHOST, none); }).err, run.err);
 }
 
 TEST_F(BadDocument, Missing) {

@@ -8,6 +8,7 @@
 
 #include "devhost/kaehost/apply/options.h"
 #include "devhost/kaehost/apply/session.h"
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/plugin/plugin.h"
@@ -102,7 +103,9 @@ void AddApply(CLI::App& app, Chosen& chosen,
   CLI::App* apply = app.add_subcommand(
       "apply", "Try documents in a private namespace, then restore all tunables");
   apply->footer(kFooter);
-  apply->add_option("DOCUMENT", options->documents, "XML files; each is one request, in order")
+  apply
+      ->add_option("DOCUMENT", options->documents,
+                   "XML files; each is one request, in order; - is standard input")
       ->required()
       ->option_text("DOCUMENT... [-- COMMAND ARG...]");
   AddTargetOptions(apply, &options->target);
@@ -123,6 +126,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
       ->excludes(quiet);
   const bool lacks_a_word = command && command->empty();
   apply->callback([options, lacks_a_word, &chosen] {
+    RefuseSecondStandardInput(options->documents);
     if (lacks_a_word) {
       throw CLI::ValidationError("missing command after '--'");
     }

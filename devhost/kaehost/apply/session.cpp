@@ -136,7 +136,7 @@ void Session::LeadALayersLife() {
 void Session::DeliverAll(const Layer& layer) {
   for (std::size_t i = 0; i < documents_.size(); ++i) {
     if (interruption_.Came()) {
-      report_.Complain("interrupted; not delivered: " + options_.documents[i]);
+      report_.Complain("interrupted; not delivered: " + InputName(options_.documents[i]));
     } else {
       Deliver(layer, documents_[i], options_.documents[i]);
     }
@@ -144,7 +144,7 @@ void Session::DeliverAll(const Layer& layer) {
 }
 
 void Session::Deliver(const Layer& layer, const Document& document, const std::string& name) {
-  report_.TellNext("request: " + name);
+  report_.TellNext("request: " + InputName(name));
   RequestResult& result = result_.requests.emplace_back();
   result.document = name;
   plugin_output_.Of([&] {

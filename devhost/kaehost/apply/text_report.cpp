@@ -7,6 +7,7 @@
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
 #include "devhost/kaehost/text/table.h"
+#include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
@@ -95,7 +96,7 @@ void Report::TellResult(const SessionResult& session, const RequestResult& resul
   TellReply(result);
   TellOutcomes(session, result);
   Complain(
-      result.document + ": " +
+      InputName(result.document) + ": " +
       (result.outcomes.empty() ? "nothing requested, nothing changed" : Counts(result.outcomes)));
 }
 

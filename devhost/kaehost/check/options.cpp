@@ -8,6 +8,7 @@
 #include "devhost/kaehost/check/findings.h"
 #include "devhost/kaehost/check/report.h"
 #include "devhost/kaehost/check/schema_findings.h"
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/text/json.h"
@@ -86,10 +87,13 @@ void AddCheck(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* check = app.add_subcommand("check", "Check documents without applying them");
   check->footer(kFooter);
-  check->add_option("DOCUMENT", options->documents, "XML file")->required();
+  check->add_option("DOCUMENT", options->documents, "XML files; - is standard input")->required();
   CLI::Option* json = check->add_flag("--json", options->json, "Print one JSON document instead");
   check->add_flag("--quiet", options->quiet, "Print only findings")->excludes(json);
-  check->callback([options, &chosen] { chosen = [options] { return CheckAll(*options); }; });
+  check->callback([options, &chosen] {
+    RefuseSecondStandardInput(options->documents);
+    chosen = [options] { return CheckAll(*options); };
+  });
 }
 
 }  // namespace devhost

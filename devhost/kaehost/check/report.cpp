@@ -4,6 +4,7 @@
 
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
+#include "devhost/libe/document.h"
 
 namespace devhost {
 
@@ -12,13 +13,14 @@ void Tell(const CheckResult& result, bool quiet) {
     std::cerr << "kaehost: " << result.error << '\n';
     return;
   }
+  const std::string name = InputName(result.document);
   for (const Finding& finding : result.findings) {
-    Out() << result.document << ':' << finding.position.line << ':' << finding.position.column
-          << ": " << Painted(finding.sentence, Colour::kYellow) << '\n';
+    Out() << name << ':' << finding.position.line << ':' << finding.position.column << ": "
+          << Painted(finding.sentence, Colour::kYellow) << '\n';
   }
   if (!quiet) {
     const std::size_t count = result.findings.size();
-    Out() << "kaehost: " << result.document << ": "
+    Out() << "kaehost: " << name << ": "
           << (count == 0               ? "no findings"
               : count == 1             ? "1 finding"
               : count <= kMostFindings ? std::to_string(count) + " findings"

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/import/output_file.h"
@@ -90,12 +91,20 @@ void AddImport(CLI::App& app, Chosen& chosen) {
       app.add_subcommand("import", "Make a document from files in the form of sysctl.conf");
   command->footer(kFooter);
   command->add_option("FILE", options->files, "Files to import; - is standard input")->required();
-  command->add_option("--output", options->output, "Write the document here, whole or not at all")
+  command
+      ->add_option("--output", options->output,
+                   "Write the document here, whole or not at all; - is standard output")
       ->type_name("FILE");
   CLI::Option* json = command->add_flag("--json", options->json, "Print one JSON document instead");
   command->add_flag("--quiet", options->quiet, "Print only the document, and errors")
       ->excludes(json);
-  command->callback([options, &chosen] { chosen = [options] { return ImportAll(*options); }; });
+  command->callback([options, &chosen] {
+    RefuseSecondStandardInput(options->files);
+    if (options->output == "-") {
+      options->output.reset();
+    }
+    chosen = [options] { return ImportAll(*options); };
+  });
 }
 
 }  // namespace devhost

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "devhost/kaehost/text/quoting.h"
+#include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
@@ -26,8 +27,8 @@ Json ToJson(const Integer& value) {
 void Tell(const Imported& imported) {
   constexpr std::size_t kLongestKey = 100;
   for (const LineReport& report : imported.reports) {
-    std::cerr << report.file << ':' << report.line << ": " << Shown(report.key, kLongestKey) << ": "
-              << report.sentence << '\n';
+    std::cerr << InputName(report.file) << ':' << report.line << ": "
+              << Shown(report.key, kLongestKey) << ": " << report.sentence << '\n';
   }
   if (imported.not_listed > 0) {
     std::cerr << "kaehost: " << imported.not_listed

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "devhost/libe/document.h"
+
 namespace devhost {
 namespace {
 
@@ -59,11 +61,12 @@ std::vector<std::string> Words(const std::string& text) {
 }
 
 [[noreturn]] void Refuse(const std::string& path, int error) {
-  throw std::runtime_error(path + ": cannot read: " + std::strerror(error));
+  throw std::runtime_error(InputName(path) + ": cannot read: " + std::strerror(error));
 }
 
 std::string ReadAll(const std::string& path) {
-  const int fd = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                             : open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) {
     Refuse(path, errno);
   }
@@ -79,7 +82,8 @@ std::string ReadAll(const std::string& path) {
     Refuse(path, error);
   }
   if (text.size() > kMaxBytes) {
-    throw std::runtime_error(path + ": longer than 1 MiB; import only the lines that you need");
+    throw std::runtime_error(InputName(path) +
+                             ": longer than 1 MiB; import only the lines that you need");
   }
   return text;
 }

@@ -67,7 +67,7 @@ TEST_F(Import, ReadsStandardInput) {
   const Outcome run =
       Kaehost({"import", "-"}, [&] { dup2(open(path.c_str(), O_RDONLY), STDIN_FILENO); });
   EXPECT_THAT(run.out, HasSubstr("<tcp_sack>0</tcp_sack>"));
-  EXPECT_THAT(run.err, StartsWith("-:2: y" + kUnknown));
+  EXPECT_THAT(run.err, StartsWith("standard input:2: y" + kUnknown));
 }
 
 TEST_F(Import, ReadsAFileOfOneMebibyteAndNoLongerOne) {

@@ -1,18 +1,26 @@
 #include "tests/devhost/support/running_kaehost.h"
 
+#include <fcntl.h>
 #include <grp.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <system_error>
 
 namespace {
@@ -148,6 +156,26 @@ void TakeASmallStack() {
   const rlimit limit = {1 << 20, 1 << 20};
   if (setrlimit(RLIMIT_STACK, &limit) != 0) {
     Throw("limiting the stack");
+  }
+}
+
+void ForbidFilesWithoutAName() {
+  constexpr auto kFlags =
+      static_cast<unsigned>(offsetof(seccomp_data, args) + 2 * sizeof(seccomp_data::args[0]) +
+                            (std::endian::native == std::endian::big ? sizeof(unsigned) : 0));
+  constexpr unsigned kOnlyTmpfile = O_TMPFILE & ~O_DIRECTORY;
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlags),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kOnlyTmpfile, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+    _exit(126);
   }
 }
 

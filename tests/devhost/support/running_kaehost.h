@@ -71,6 +71,9 @@ void LimitOpenFiles();
 // For `prepare`: leaves the process one mebibyte of stack, an eighth of what is usual.
 void TakeASmallStack();
 
+// For `prepare`: open with O_TMPFILE fails, as in a file system that has no such files.
+void ForbidFilesWithoutAName();
+
 // For `prepare`: mounts the file or folder read-only, for this process alone; ends it where it
 // cannot.
 void MountReadOnly(const char* path);
