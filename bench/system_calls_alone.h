@@ -6,7 +6,7 @@
 
 namespace bench {
 
-// Only the system calls of a pass: the least that it can cost.
+// Only the system calls of a pass that move its values and lines: the least that it can cost.
 class SystemCallsAlone {
  public:
   // `calls` must outlive this object.

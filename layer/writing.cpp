@@ -2,15 +2,13 @@
 
 #include "layer/kaTCPLayer.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 
+#include "layer/StandardDescriptors.h"
 #include "settings/CTCPSetting.h"
 
 namespace {
@@ -19,39 +17,11 @@ void PrintValue(const CTCPSetting& setting) {
   std::printf("%s = %s\n", setting.GetName(), setting.GetValue());
 }
 
-// Keeps the descriptors of closed standard streams taken while it lives, by what takes no writing
-// either. Left free, a tunable would be opened with that of standard output, and the lines that
-// printf holds back would be written into it. Costs nothing while std::cout works.
-class StandardDescriptors {
- public:
-  StandardDescriptors() {
-    if (std::cout.good()) {
-      return;
-    }
-    int next = open("/", O_PATH | O_CLOEXEC);
-    for (; next >= 0 && next <= STDERR_FILENO; next = open("/", O_PATH | O_CLOEXEC)) {
-      taken_[count_++] = next;
-    }
-    close(next);
-  }
-  ~StandardDescriptors() {
-    while (count_ > 0) {
-      close(taken_[--count_]);
-    }
-  }
-  StandardDescriptors(const StandardDescriptors&) = delete;
-  StandardDescriptors& operator=(const StandardDescriptors&) = delete;
-
- private:
-  int taken_[STDERR_FILENO + 1];
-  int count_ = 0;
-};
-
 }  // namespace
 
 bool kaTCPLayer::WriteConfig(kaeRequest* request) {
   std::cout << std::endl << "writing config..." << std::endl;
-  const StandardDescriptors taken;
+  StandardDescriptors taken;
   std::string path;
   std::ofstream stream;
   for (const auto& [name, setting] : settings_) {
@@ -67,6 +37,7 @@ bool kaTCPLayer::WriteConfig(kaeRequest* request) {
       if (error == ENOENT) {
         std::cout << "file [" << path << "]; does not exist. Skipped." << std::endl;
       } else if (request != nullptr) {
+        taken.Release();  // the host is called next, and may open its standard streams again
         return SendFileError(stream, path, request);
       } else {
         std::cout << "error opening stream for write - file [" << path
@@ -77,10 +48,14 @@ bool kaTCPLayer::WriteConfig(kaeRequest* request) {
       std::cout << "stream not good for i/o - file [" << path
                 << "]; error: " << std::strerror(errno) << std::endl;
       if (request != nullptr) {
+        taken.Release();
         return SendFileError(stream, path, request);
       }
     } else {
       stream << setting->GetWriteValue();
+      if (taken.OutputIsFree()) {
+        stream.close();  // else the line could be written into the tunable
+      }
       PrintValue(*setting);
     }
     // Only a failed open is a failure: what the write and the close came to is left unexamined.

@@ -1,57 +1,36 @@
-// The descriptors 0 to 2 while a layer writes and standard output has failed.
+// The descriptors 0 to 2 while a layer writes and standard output is closed.
+
+#include "tests/faults/low_descriptors_fixture.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <functional>
+#include <cstdio>
 #include <iostream>
 #include <new>
 
-#include "tests/faults/broken_output.h"
-#include "tests/layer/fixture.h"
-
 namespace {
 
-const OutputFault kOutputClosed = {OutputFault::kClosed, {1}, _IOFBF, ""};
-const OutputFault kAllClosed = {OutputFault::kClosed, {0, 1, 2}, _IOFBF, ""};
-
-bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
-
-std::vector<bool> WhichAreOpen() { return {IsOpen(0), IsOpen(1), IsOpen(2)}; }
-
-// What a descriptor is open on; empty when it is closed.
-std::string Target(int descriptor) {
-  std::error_code closed;
-  return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), closed);
-}
-
-// Does something of its own at the moment when its file is open and its text is asked for.
-class ActingSetting : public CTCPSetting {
+// Leaves the process so many free descriptors above 2, for as long as it lives. One of 0 to 2 has
+// to be free.
+class FewDescriptors {
  public:
-  explicit ActingSetting(std::function<void()> act)
-      : CTCPSetting("tcp_acting", "1", "tcp_acting", nullptr, nullptr), act_(std::move(act)) {}
-
-  std::string GetWriteValue() const override {
-    act_();
-    return "1";
+  explicit FewDescriptors(rlim_t others) {
+    const int lowest = open("/", O_PATH | O_CLOEXEC);
+    const int next = fcntl(lowest, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(lowest);
+    close(next);
+    getrlimit(RLIMIT_NOFILE, &limit_);
+    const rlimit few = {static_cast<rlim_t>(next) + others, limit_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &few);
   }
+  ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &limit_); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
 
  private:
-  std::function<void()> act_;
-};
-
-class LowDescriptorsTest : public LayerTest {
- protected:
-  // A layer that does this while it writes its first file.
-  std::unique_ptr<OpenLayer> LayerThatActs(const std::function<void()>& act) {
-    static const char key = 0;
-    auto layer = NewLayer();
-    layer->Empty();
-    layer->settings_[&key] = new ActingSetting(act);
-    return layer;
-  }
+  rlimit limit_ = {};
 };
 
 TEST_F(LowDescriptorsTest, AreNeverThoseOfATunable) {
@@ -110,27 +89,71 @@ TEST_F(LowDescriptorsTest, AreClosedAgainAfterAPassARollbackAndAnException) {
   EXPECT_EQ(open, std::vector<std::vector<bool>>(3, {false, false, false}));
 }
 
-TEST_F(LowDescriptorsTest, AreNotTakenFromAHostThatHasOneDescriptorLeftOrNone) {
-  const auto layer = NewLayer();
+// Their lowest free number may be that of a tunable then, but never that of standard output.
+TEST_F(LowDescriptorsTest, AreGivenBackOneByOneToAHostThatHasNoOtherLeft) {
+  using Targets = std::vector<std::string>;
+  const std::string tunable = TunableTree::Path("ipv4/tcp_acting");
+  const std::string open = Target(STDERR_FILENO);
+  const struct {
+    std::vector<int> closed;
+    rlim_t others;
+    Targets expected;
+  } cases[] = {
+      {{1}, 1, {Target(0), "/", open}},     {{0, 1}, 1, {"/", "/", open}},
+      {{0, 1}, 0, {tunable, "/", open}},    {{1, 2}, 0, {Target(0), "/", tunable}},
+      {{0, 1, 2}, 0, {tunable, "/", "/"}},  {{0, 1, 2}, 1, {"/", "/", "/"}},
+      {{1}, 0, {Target(0), tunable, open}},
+  };
+  Targets targets;
+  const auto layer = LayerThatActs([&] { targets = {Target(0), Target(1), Target(2)}; });
   layer->WriteConfig(&request);  // a sanitizer takes a descriptor for each class it meets first
-  const OutputFault full = {OutputFault::kFullDevice, {}, _IOFBF, ""};
-  rlimit limit = {};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  for (const rlim_t left : {1U, 0U}) {
-    tree.Write("ipv4/tcp_sack", "before");
+  for (const auto& c : cases) {
+    tree.Write("ipv4/tcp_acting", "before");
     bool result = false;
+    std::vector<bool> open_afterwards;
     {
-      const BrokenOutput broken(full);
-      const int next = open("/", O_PATH);
-      close(next);
-      const rlimit so_many = {static_cast<rlim_t>(next) + left, limit.rlim_max};
-      setrlimit(RLIMIT_NOFILE, &so_many);
-      result = layer->WriteConfig(nullptr);
-      setrlimit(RLIMIT_NOFILE, &limit);
+      const BrokenOutput broken({OutputFault::kClosed, c.closed, _IOFBF, ""});
+      const FewDescriptors few(c.others);
+      result = layer->WriteConfig(&request);
+      open_afterwards = WhichAreOpen();
     }
     EXPECT_TRUE(result);
-    EXPECT_EQ(tree.Read("ipv4/tcp_sack"), left == 1 ? StartValues()["tcp_sack"] : "before");
+    EXPECT_EQ(targets, c.expected);
+    EXPECT_EQ(tree.Read("ipv4/tcp_acting"), "1");
+    for (const int closed : c.closed) {
+      EXPECT_FALSE(open_afterwards.at(static_cast<std::size_t>(closed)));
+    }
   }
+}
+
+TEST_F(LowDescriptorsTest, OfATunableTakeNoneOfTheLinesWhereThereIsNoOther) {
+  const auto layer = NewLayer();
+  layer->WriteConfig(&request);
+  for (const int buffering : {_IOFBF, _IOLBF, _IONBF}) {
+    GivenKernelValues();
+    bool result = false;
+    {
+      const CapturedStream stream_of_the_host;
+      const BrokenOutput broken({OutputFault::kClosed, {1}, buffering, ""});
+      const FewDescriptors few(0);
+      result = layer->WriteConfig(&request);
+    }
+    EXPECT_TRUE(result);
+    ExpectFiles(StartValues());
+  }
+}
+
+TEST_F(LowDescriptorsTest, AreThoseOfNoTunableWhenTheStreamWritesElsewhere) {
+  const auto layer = NewLayer();
+  std::string lines;
+  {
+    const CapturedStream stream_of_the_host;
+    const BrokenOutput broken({OutputFault::kClosed, {1}, _IONBF, ""});
+    layer->WriteConfig(&request);
+    lines = stream_of_the_host.text();
+  }
+  EXPECT_EQ(lines, "\nwriting config...\nconfig done\n");
+  ExpectFiles(StartValues());
 }
 
 // The host's own mistake, or a device that was full for a moment.

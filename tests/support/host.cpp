@@ -135,6 +135,7 @@ bool kaeRequest::SendSuccess(kaml_content* body) {
 
 bool kaeRequest::SendError(const std::string& error, const std::string& detail) {
   auto& request = *static_cast<Request*>(this);
+  request.on_error();
   Record("SendError");
   request.replies.push_back({false, nullptr, error, detail});
   std::printf("{error \"%s\" \"%s\"}\n", error.c_str(), detail.c_str());

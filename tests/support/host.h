@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,8 @@ struct Reply {
 class Request : public kaeRequest {
  public:
   std::vector<Reply> replies;
-  bool answer = true;  // the result of the next SendSuccess or SendError
+  bool answer = true;                      // the result of the next SendSuccess or SendError
+  std::function<void()> on_error = [] {};  // what SendError does before all else
 };
 
 // Every call of a host function since ResetHost(), as "kaml_intern tcp_sack", "kaml_cont_type",
