@@ -111,11 +111,14 @@ std::vector<std::string> WordsToParse(int argc, const char* const* argv) {
 std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error) {
   std::vector<std::string> unknown = app.remaining(true);
   std::erase(unknown, "--");
+  const bool has_command = !app.get_subcommands().empty();
+  return unknown.empty() ? AboutError(error, has_command)
+                         : AboutUnknown(unknown.front(), has_command);
+}
+
+std::string WhereHelpIs(const CLI::App& app) {
   const std::vector<CLI::App*> commands = app.get_subcommands();
-  const bool has_command = !commands.empty();
-  return (unknown.empty() ? AboutError(error, has_command)
-                          : AboutUnknown(unknown.front(), has_command)) +
-         "\nTry 'kaehost" + (has_command ? " " + commands.front()->get_name() : "") +
+  return "Try 'kaehost" + (commands.empty() ? "" : " " + commands.front()->get_name()) +
          " --help' for more information.";
 }
 

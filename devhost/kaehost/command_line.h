@@ -20,9 +20,11 @@ std::shared_ptr<CLI::FormatterBase> HelpFormatter();
 // "--option=" becomes two words, because the parser takes the next word for its value otherwise.
 std::vector<std::string> WordsToParse(int argc, const char* const* argv);
 
-// Returns a sentence on a command line that `app` did not accept, and the command whose help to
-// read.
+// Returns a sentence on a command line that `app` did not accept.
 std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error);
+
+// Returns a sentence with the command whose help to read then.
+std::string WhereHelpIs(const CLI::App& app);
 
 // Throws CLI::ValidationError if the operands name standard input, "-", twice.
 void RefuseSecondStandardInput(const std::vector<std::string>& operands);

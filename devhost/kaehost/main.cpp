@@ -17,13 +17,14 @@
 #include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/text/output.h"
 
 using namespace devhost;
 
 namespace {
 
 int Fail(ExitStatus status, const std::string& sentence) {
-  std::cerr << "kaehost: " << sentence << '\n';
+  TellError(sentence);
   return status;
 }
 
@@ -86,7 +87,9 @@ int main(int argc, char** argv) try {
   } catch (const CLI::Success& help) {
     return Run([&] { return app.exit(help); });
   } catch (const CLI::ParseError& error) {
-    return Fail(kBadInput, AboutBadUsage(app, error));
+    const int status = Fail(kBadInput, AboutBadUsage(app, error));
+    std::cerr << WhereHelpIs(app) << '\n';
+    return status;
   }
   return Run(chosen);
 } catch (const std::exception& error) {

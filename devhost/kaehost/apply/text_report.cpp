@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "devhost/kaehost/apply/plugin_lines.h"
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
 #include "devhost/kaehost/text/table.h"
@@ -59,7 +60,7 @@ std::string Advice(const std::string& detail) {
 
 void Report::Tell(const std::string& line) const {
   if (HasNews()) {
-    Out() << "kaehost: " << line << std::endl;
+    Out() << "kaehost: " << Visible(line) << std::endl;
   }
 }
 
@@ -70,15 +71,16 @@ void Report::TellNext(const std::string& line) const {
 
 void Report::Complain(const std::string& line) const {
   if (style_ != kSilent) {
-    Out() << "kaehost: " << line << std::endl;
+    Out() << "kaehost: " << Visible(line) << std::endl;
   }
 }
 
 void Report::TellPluginLines(const std::string& text, bool in_full) const {
+  const std::string shown = ForOutput(text);
   if (style_ == kNormal && !in_full) {
-    Out() << Folded(text) << std::flush;
-  } else if (style_ == kNormal && !text.empty()) {
-    Out() << text << (text.ends_with('\n') ? "" : "\n") << std::endl;
+    Out() << Folded(shown) << std::flush;
+  } else if (style_ == kNormal && !shown.empty()) {
+    Out() << shown << (shown.ends_with('\n') ? "" : "\n") << std::endl;
   }
 }
 

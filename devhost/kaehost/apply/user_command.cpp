@@ -5,7 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
+
+#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
@@ -55,7 +56,7 @@ int RunUserCommand(const std::vector<std::string>& words, Interruption& interrup
   pid_t child = 0;
   const int error = Spawn(&child, words, interruption.mask_before(), to_standard_output);
   if (error != 0) {
-    std::cerr << "kaehost: " << words[0] << ": cannot run: " << std::strerror(error) << '\n';
+    TellError(words[0] + ": cannot run: " + std::strerror(error));
     return error == ENOENT ? kNotFound : kCannotBeRun;
   }
   return interruption.AwaitEnd(child);

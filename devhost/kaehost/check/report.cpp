@@ -1,7 +1,8 @@
 #include "devhost/kaehost/check/report.h"
 
-#include <iostream>
+#include <string>
 
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
 #include "devhost/libe/document.h"
@@ -10,13 +11,13 @@ namespace devhost {
 
 void Tell(const CheckResult& result, bool quiet) {
   if (!result.error.empty()) {
-    std::cerr << "kaehost: " << result.error << '\n';
+    TellError(result.error);
     return;
   }
-  const std::string name = InputName(result.document);
+  const std::string name = Visible(InputName(result.document));
   for (const Finding& finding : result.findings) {
     Out() << name << ':' << finding.position.line << ':' << finding.position.column << ": "
-          << Painted(finding.sentence, Colour::kYellow) << '\n';
+          << Painted(Visible(finding.sentence), Colour::kYellow) << '\n';
   }
   if (!quiet) {
     const std::size_t count = result.findings.size();

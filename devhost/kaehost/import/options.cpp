@@ -1,7 +1,6 @@
 // kaehost import: makes a document from files in the form of sysctl.conf.
 
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -56,7 +55,7 @@ int Fail(const Options& options, const std::string& sentence) {
     };
     Out() << JsonText(json) << '\n';
   } else {
-    std::cerr << "kaehost: " << sentence << "; there is no document\n";
+    TellError(sentence + "; there is no document");
   }
   return kBadInput;
 }

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <string>
 
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/quoting.h"
 #include "devhost/libe/document.h"
 
@@ -27,8 +28,8 @@ Json ToJson(const Integer& value) {
 void Tell(const Imported& imported) {
   constexpr std::size_t kLongestKey = 100;
   for (const LineReport& report : imported.reports) {
-    std::cerr << InputName(report.file) << ':' << report.line << ": "
-              << Shown(report.key, kLongestKey) << ": " << report.sentence << '\n';
+    std::cerr << Visible(InputName(report.file)) << ':' << report.line << ": "
+              << Shown(report.key, kLongestKey) << ": " << Visible(report.sentence) << '\n';
   }
   if (imported.not_listed > 0) {
     std::cerr << "kaehost: " << imported.not_listed

@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
-#include "devhost/kaehost/import/invisible_characters.h"
 #include "devhost/kaehost/import/sysctl_conf.h"
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"
 

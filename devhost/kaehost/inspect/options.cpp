@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
-#include <iostream>
 #include <memory>
 #include <string>
 
@@ -51,7 +50,7 @@ int Fail(const Options& options, ExitStatus status, const std::string& sentence)
     };
     Out() << JsonText(json) << '\n';
   } else {
-    std::cerr << "kaehost: " << sentence << '\n';
+    TellError(sentence);
   }
   return status;
 }

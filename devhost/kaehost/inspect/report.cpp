@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/output.h"
 
 namespace devhost {
@@ -18,13 +19,14 @@ std::string Listed(const std::vector<std::string>& names) {
   std::string text = names.empty() ? "none" : "";
   std::size_t line_begin = 0;
   for (const std::string& name : names) {
-    if (!text.empty() && text.size() - line_begin + name.size() + std::strlen(", ,") > kWidth) {
+    const std::string shown = Visible(name);
+    if (!text.empty() && text.size() - line_begin + shown.size() + std::strlen(", ,") > kWidth) {
       text += ",\n" + std::string(kTitleWidth, ' ');
       line_begin = text.size();
     } else if (!text.empty()) {
       text += ", ";
     }
-    text += name;
+    text += shown;
   }
   return text;
 }
@@ -35,12 +37,12 @@ void Tell(const std::string& path, const PluginFacts& facts) {
   const auto tell = [](const char* title, const std::string& text) {
     Out() << std::left << std::setw(kTitleWidth) << title << text << '\n';
   };
-  tell("plug-in", path);
-  tell("name", facts.name);
-  tell("version", facts.version);
+  tell("plug-in", Visible(path));
+  tell("name", Visible(facts.name));
+  tell("version", Visible(facts.version));
   tell("exports", Listed(facts.library.exports));
   tell("needs", Listed(facts.library.needs));
-  tell("run path", facts.library.run_path.empty() ? "none" : facts.library.run_path);
+  tell("run path", facts.library.run_path.empty() ? "none" : Visible(facts.library.run_path));
   tell("callbacks", Listed(facts.callbacks));
   tell("ready in", std::to_string(facts.load_us) + " us");
   tell("layer in", std::to_string(facts.layer_us) + " us");

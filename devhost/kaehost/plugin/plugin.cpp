@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
-#include <iostream>
 #include <system_error>
 
 #include "devhost/kaehost/plugin/elf.h"
 #include "devhost/kaehost/plugin/plugin_output.h"
+#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
@@ -103,8 +103,7 @@ Plugin::~Plugin() {
   try {
     plugin_->CleanupPlugin();
   } catch (...) {
-    std::cerr << "kaehost: " << path_ << ": the plug-in's CleanupPlugin threw: " << Thrown()
-              << '\n';
+    TellError(path_ + ": the plug-in's CleanupPlugin threw: " + Thrown());
   }
 }
 

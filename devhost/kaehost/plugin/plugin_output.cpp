@@ -65,7 +65,7 @@ std::string PluginOutput::Take() {
 void PluginOutput::ShowWhatIsHeld() {
   if (running != nullptr && running->fate_ == kHeld) {
     running->RestoreStandardOutput();
-    Out() << running->Take() << std::flush;
+    Out() << ForOutput(running->Take()) << std::flush;
   }
 }
 

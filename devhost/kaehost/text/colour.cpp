@@ -1,15 +1,15 @@
 #include "devhost/kaehost/text/colour.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
+
+#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
 
 bool HasColours() {
   const char* refused = std::getenv("NO_COLOR");
-  return isatty(STDOUT_FILENO) == 1 && (refused == nullptr || *refused == '\0');
+  return IsTerminal() && (refused == nullptr || *refused == '\0');
 }
 
 const char* Code(Colour colour) {

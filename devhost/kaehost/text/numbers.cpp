@@ -24,10 +24,6 @@ std::string WordOf(const std::string& text) {
   return is_one_word ? text.substr(begin, end - begin) : text;
 }
 
-bool HasPrefixOf16(std::string_view digits) {
-  return digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
-}
-
 struct Parsed {
   std::optional<Integer> integer;
   bool is_too_large = false;
@@ -37,7 +33,7 @@ Parsed Parse(std::string_view word) {
   const bool is_negative = word.starts_with('-');
   std::string_view digits = word.substr(is_negative ? 1 : 0);
   int base = digits.starts_with('0') ? 8 : 10;
-  if (HasPrefixOf16(digits)) {
+  if (digits.starts_with("0x") || digits.starts_with("0X")) {
     digits.remove_prefix(2);
     base = 16;
   }

@@ -1,6 +1,9 @@
 #include "devhost/kaehost/text/quoting.h"
 
 #include <algorithm>
+#include <cctype>
+
+#include "devhost/kaehost/text/characters.h"
 
 namespace devhost {
 
@@ -17,27 +20,14 @@ std::string_view Beginning(std::string_view text, std::size_t longest) {
   return text.substr(0, longest);
 }
 
-// Returns the size of the control character at the beginning of the text, 0 if there is none.
-std::size_t SizeOfCommand(std::string_view text) {
-  constexpr char kDelete = 0x7f;
-  if (static_cast<unsigned char>(text[0]) < ' ' || text[0] == kDelete) {
-    return 1;
-  }
-  // The control characters U+0080 to U+009F in UTF-8.
-  return text.size() > 1 && text[0] == '\xc2' && (text[1] & '\xe0') == '\x80' ? 2 : 0;
-}
-
 }  // namespace
 
 std::string Shown(std::string_view text, std::size_t longest) {
   const std::string_view beginning = Beginning(text, longest);
-  std::string shown;
-  for (std::size_t i = 0; i < beginning.size();) {
-    const std::size_t command = SizeOfCommand(beginning.substr(i));
-    shown += command > 0 ? ' ' : beginning[i];
-    i += std::max<std::size_t>(command, 1);
-  }
-  return beginning.size() < text.size() ? shown + "..." : shown;
+  std::string shown(beginning);
+  std::replace_if(
+      shown.begin(), shown.end(), [](unsigned char c) { return std::isspace(c) != 0; }, ' ');
+  return Visible(shown) + (beginning.size() < text.size() ? "..." : "");
 }
 
 std::string Quoted(std::string_view text) {

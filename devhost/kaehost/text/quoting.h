@@ -6,8 +6,8 @@
 
 namespace devhost {
 
-// Returns a text of unknown origin as a part of one line: at most `longest` bytes, with a space for
-// each control character. Terminals execute some control characters.
+// Returns a text of unknown origin as a part of one line: at most `longest` bytes of it, with a
+// space for white space, and a name for each other character that terminals execute.
 std::string Shown(std::string_view text, std::size_t longest);
 
 // Returns the same, short and in quotation marks.

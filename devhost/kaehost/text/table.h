@@ -9,8 +9,8 @@
 
 namespace devhost {
 
-// A table of texts with aligned columns. A long text is cut, control characters become spaces, and
-// an empty text is shown as "(empty)".
+// A table of texts with aligned columns. A long text is cut, control characters are shown, and an
+// empty text is shown as "(empty)".
 class Table {
  public:
   explicit Table(std::vector<std::string> titles);

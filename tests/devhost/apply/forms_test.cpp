@@ -60,6 +60,13 @@ std::string OnATerminal(const std::vector<std::string>& arguments) {
 
 }  // namespace
 
+TEST_F(Forms, ThePluginsLinesDoNothingToATerminal) {
+  const std::vector<std::string> arguments = {"apply", document_, "--plugin",
+                                              TestPlugin("forges_lines")};
+  EXPECT_THAT(Kaehost(arguments).out, HasSubstr("an error\x1b[2J\tin colour\n"));
+  EXPECT_THAT(OnATerminal(arguments), HasSubstr("an error<U+001B>[2J\tin colour\r\n"));
+}
+
 TEST_F(Forms, EachOutcomeIsTold) {
   const Outcome run = Kaehost({"apply", document_});
   EXPECT_EQ(run.status, 4);

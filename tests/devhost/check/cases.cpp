@@ -83,7 +83,7 @@ const std::vector<CheckCase> kCheckCases = {
      "or more"},
     {"<tcp_mem_high>2147483648</tcp_mem_high>", ""},
     {"<tcp_sack>\xc2\x9b\x31m</tcp_sack>",
-     "1:25: tcp_sack: \" 1m\" is not an integer to the kernel; write one"},
+     "1:25: tcp_sack: \"<U+009B>1m\" is not an integer to the kernel; write one"},
     {"<tcp_sack>123456789a123456789b123456789c123456789\xc3\xa4</tcp_sack>",
      "1:25: tcp_sack: \"123456789a123456789b123456789c123456789...\" is not an integer to the "
      "kernel; write one"},

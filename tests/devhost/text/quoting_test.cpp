@@ -9,10 +9,14 @@
 using devhost::Quoted;
 using devhost::Shown;
 
-TEST(Shown, HasASpaceForEachControlCharacter) {
-  for (const std::string control : {"\x01", "\x1b", "\n", "\x1f", "\x7f", "\xc2\x80", "\xc2\x9f"}) {
-    EXPECT_EQ(Shown("a" + control + "b", 10), "a b") << testing::PrintToString(control);
+TEST(Shown, HasASpaceForWhiteSpace) {
+  for (const std::string space : {" ", "\t", "\n", "\v", "\f", "\r"}) {
+    EXPECT_EQ(Shown("a" + space + "b", 10), "a b") << testing::PrintToString(space);
   }
+}
+
+TEST(Shown, HasNamesForOtherControlCharacters) {
+  EXPECT_EQ(Shown("a\x1b\xe2\x80\xae", 10), "a<U+001B><U+202E>");
 }
 
 TEST(Shown, KeepsAllOtherCharacters) {
