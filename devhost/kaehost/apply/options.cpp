@@ -22,14 +22,15 @@ constexpr const char* kFooter =
     R"(A COMMAND after -- runs under the settings, before they are restored.
 
 Outcomes, found by reading the kernel back:
-  applied     the kernel accepted the value
-  unchanged   the kernel had the value already
-  adjusted    the kernel accepted another value
-  rejected    the kernel kept its own value
-  missing     this kernel has no such file
-  restored    the request failed; the value is the one from before the layer
-  overridden  the plug-in wrote the value; the document does not name it
-  unread      the file could not be read before or after the request
+  applied       the kernel accepted the value
+  unchanged     the kernel had the value already
+  adjusted      the kernel accepted another value
+  rejected      the kernel kept its own value
+  missing       this kernel has no such file
+  machine-only  the machine has the file, but this namespace has not; try --live
+  restored      the request failed; the value is the one from before the layer
+  overridden    the plug-in wrote the value; the document does not name it
+  unread        the file could not be read before or after the request
 
 Lines of the plug-in are counted. They are shown if they report an error, if
 the request fails, or with --verbose.
@@ -44,16 +45,18 @@ Examples:
   kaehost apply --netns blue low-latency.xml      in the namespace "blue"
 
 Exit status:
-  0   all requests succeeded, the kernel has the values, all tunables restored
+  0   all requests succeeded, the kernel has the requested values of which there
+      is a file, and all tunables are restored
   1   an error reply, no reply, a tunable not restored or not read at the end,
       or another failure
   2   the command line or a document is bad; nothing was delivered
   3   the plug-in does not load or makes no layer; nothing was delivered
-  4   all requests succeeded, but a value was rejected, adjusted or not read
+  4   all requests succeeded, but a requested value was rejected, adjusted or
+      not read; with --strict also if one is missing, machine-only or emulated
   77  cannot create or enter the namespace, or cannot write its tunables
   If a COMMAND was run: its exit status, or 126 or 127 if it cannot be run; 1
-  if a tunable is not restored or not read. If a signal interrupted the
-  session: 128 plus the number of the signal.)";
+  if a tunable is not restored or not read. Status 4 replaces its 0. If a
+  signal interrupted the session: 128 plus the number of the signal.)";
 
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
   CLI::Option* netns = apply->add_option("--netns", target->netns,
@@ -117,6 +120,9 @@ void AddApply(CLI::App& app, Chosen& chosen,
                    "else the installed one")
       ->type_name("FILE")
       ->take_last();
+  apply->add_flag("--strict", options->strict,
+                  "Exit with status 4 also if a requested value is missing, machine-only or "
+                  "emulated");
   CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
   CLI::Option* quiet =
       apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts");

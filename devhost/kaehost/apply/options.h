@@ -12,7 +12,8 @@ struct ApplyOptions {
   std::vector<std::string> command;  // to run under the settings; empty for none
   std::string plugin;
   TargetNamespace target;
-  bool hold = false;  // keep the settings until a signal comes
+  bool hold = false;    // keep the settings until a signal comes
+  bool strict = false;  // all requested values must be in the kernel itself
   bool json = false;
   bool quiet = false;
   bool verbose = false;

@@ -21,10 +21,10 @@ bool IsSameValue(const std::string& one, const std::string& other) {
   return ReadInteger(one) ? ReadInteger(one) == ReadInteger(other) : one == other;
 }
 
-Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables) {
+Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables, const Tunables& machine) {
   const auto found = tunables.find(entry.file);
   if (found == tunables.end()) {
-    return {};
+    return {.text = {}, .is_machine_only = machine.contains(entry.file)};
   }
   const Reading& reading = found->second;
   if (reading.error != 0) {
@@ -33,12 +33,11 @@ Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables) {
   return {.text = WordAt(entry.position, reading.text)};
 }
 
-Fate FateOfWhatWasAsked(const std::string& asked, const std::optional<std::string>& before,
-                        const std::optional<std::string>& now) {
-  if (!before && !now) {
-    return Fate::kMissing;
+Fate FateOfWhatWasAsked(const std::string& asked, const Value& before, const Value& now) {
+  if (!before.text && !now.text) {
+    return now.is_machine_only ? Fate::kMachineOnly : Fate::kMissing;
   }
-  if (now && IsSameValue(asked, *now)) {
+  if (now.text && IsSameValue(asked, *now.text)) {
     return before == now ? Fate::kUnchanged : Fate::kApplied;
   }
   return before == now ? Fate::kRejected : Fate::kAdjusted;
@@ -58,6 +57,8 @@ const char* WordFor(Fate fate) {
       return "rejected";
     case Fate::kMissing:
       return "missing";
+    case Fate::kMachineOnly:
+      return "machine-only";
     case Fate::kRestored:
       return "restored";
     case Fate::kOverridden:
@@ -87,10 +88,10 @@ Asked WhatIsAsked(const kaml_content* contents) {
   return asked;
 }
 
-CatalogueValues CatalogueValuesOf(const Tunables& tunables) {
+CatalogueValues CatalogueValuesOf(const Tunables& tunables, const Tunables& machine) {
   CatalogueValues values;
   for (const CatalogueEntry& entry : Catalogue()) {
-    values.push_back(ValueOf(entry, tunables));
+    values.push_back(ValueOf(entry, tunables, machine));
   }
   return values;
 }
@@ -116,7 +117,7 @@ std::vector<Outcome> OutcomesOf(const Asked& asked, const CatalogueValues& start
     } else if (!success && now[i].text && now[i] == start[i]) {
       outcome.fate = Fate::kRestored;
     } else if (is_asked) {
-      outcome.fate = FateOfWhatWasAsked(found->second, before[i].text, now[i].text);
+      outcome.fate = FateOfWhatWasAsked(found->second, before[i], now[i]);
     }
     outcomes.push_back(std::move(outcome));
   }

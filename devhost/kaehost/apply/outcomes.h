@@ -16,14 +16,15 @@ namespace devhost {
 
 // The outcome of an element's value.
 enum class Fate {
-  kApplied,     // the kernel accepted the requested value
-  kUnchanged,   // the kernel had the value already
-  kAdjusted,    // the kernel accepted another value
-  kRejected,    // the kernel kept its own value
-  kMissing,     // the kernel has no such file
-  kRestored,    // the request failed; the value is the one from before the layer
-  kOverridden,  // the plug-in wrote the value; the document does not name it
-  kUnread,      // the file could not be read before or after; nobody knows
+  kApplied,      // the kernel accepted the requested value
+  kUnchanged,    // the kernel had the value already
+  kAdjusted,     // the kernel accepted another value
+  kRejected,     // the kernel kept its own value
+  kMissing,      // the kernel has no such file
+  kMachineOnly,  // the machine has the file, but this namespace has not
+  kRestored,     // the request failed; the value is the one from before the layer
+  kOverridden,   // the plug-in wrote the value; the document does not name it
+  kUnread,       // the file could not be read before or after; nobody knows
 };
 
 // Returns the word for it: "applied", "unchanged", ...
@@ -34,6 +35,7 @@ struct Value {
   std::optional<std::string> text;  // none if there is no file, or it could not be read
   bool is_unread = false;           // the file is there
   bool is_refused = false;          // because the kernel never lets this user read it
+  bool is_machine_only = false;     // the machine has the file, but this namespace has not
 
   bool operator==(const Value&) const = default;
 };
@@ -51,9 +53,10 @@ struct Outcome {
 using Asked = std::map<std::string_view, std::string>;
 Asked WhatIsAsked(const kaml_content* contents);
 
-// The value of each catalogue entry.
+// The value of each catalogue entry. `machine` are the tunables of the namespace in which kaehost
+// was started.
 using CatalogueValues = std::vector<Value>;
-CatalogueValues CatalogueValuesOf(const Tunables& tunables);
+CatalogueValues CatalogueValuesOf(const Tunables& tunables, const Tunables& machine);
 
 // Returns the outcomes of the elements that a request names and of those that also changed, in the
 // catalogue's order. `start` are the values from before the layer. `success` is whether the reply

@@ -66,6 +66,7 @@ class Session {
   void DeliverAll(const Layer& layer);
   void Deliver(const Layer& layer, const Document& document, const std::string& name);
   void UseTheSettings();
+  void BringLoopbackUpIfPrivate() const;
   void Release(const Layer& layer);
   void CompareWithBefore();
   bool IsEveryDocumentInForce() const;
@@ -76,6 +77,7 @@ class Session {
   const Report report_;
   PluginOutput plugin_output_;
   Interruption interruption_;
+  Tunables machine_;
   Tunables before_;
   CatalogueValues start_;
   CatalogueValues now_;
@@ -86,6 +88,7 @@ int Session::Run() {
   if (!options_.target.IsPrivate()) {
     KeepOutputFromEndingTheProcess();
   }
+  machine_ = ReadTunables();
   result_.emulated = Enter(options_.target);
   result_.where = options_.target.live            ? "live"
                   : options_.target.netns.empty() ? "private"
@@ -94,7 +97,7 @@ int Session::Run() {
     report_.Tell(line);
   }
   before_ = ReadTunables();
-  now_ = start_ = CatalogueValuesOf(before_);
+  now_ = start_ = CatalogueValuesOf(before_, machine_);
   try {
     LeadALayersLife();
   } catch (...) {
@@ -154,7 +157,7 @@ void Session::Deliver(const Layer& layer, const Document& document, const std::s
       result.thrown = Thrown();
     }
   });
-  CatalogueValues now = CatalogueValuesOf(ReadTunables());
+  CatalogueValues now = CatalogueValuesOf(ReadTunables(), machine_);
   result.outcomes = OutcomesOf(WhatIsAsked(document.contents()), start_, now_, now,
                                result.request.reply() == Reply::kSuccess);
   now_ = std::move(now);
@@ -170,17 +173,21 @@ void Session::UseTheSettings() {
     report_.Complain(options_.command[0] + ": not run, because " +
                      (result_.interrupted_by ? "the session was interrupted" : "a request failed"));
   } else if (!options_.command.empty()) {
-    if (options_.target.IsPrivate()) {
-      BringLoopbackUp();
-    }
+    BringLoopbackUpIfPrivate();
     report_.TellNext("running: " + options_.command[0]);
     result_.command_status = RunUserCommand(options_.command, interruption_, !options_.json);
     report_.Tell(options_.command[0] + ": ended with status " +
                  std::to_string(*result_.command_status));
   } else if (complete && (options_.hold || options_.target.live)) {
-    report_.TellNext("holding the settings until Ctrl-C or SIGTERM, then restoring; process " +
-                     std::to_string(getpid()));
+    BringLoopbackUpIfPrivate();
+    report_.TellHolding(getpid());
     interruption_.Await();
+  }
+}
+
+void Session::BringLoopbackUpIfPrivate() const {
+  if (options_.target.IsPrivate()) {
+    BringLoopbackUp();
   }
 }
 
@@ -213,10 +220,13 @@ int Session::Status() const {
   if (result_.release_thrown || !result_.may_be_restored()) {
     return kFailed;
   }
-  if (result_.command_status) {
-    return *result_.command_status;
-  }
   const auto& requests = result_.requests;
+  const bool is_as_asked = std::all_of(
+      requests.begin(), requests.end(),
+      [this](const RequestResult& request) { return result_.IsAsAsked(request, options_.strict); });
+  if (result_.command_status) {
+    return *result_.command_status == 0 && !is_as_asked ? kNotAsAsked : *result_.command_status;
+  }
   if (!std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::has_succeeded))) {
     return kFailed;
   }
@@ -224,9 +234,7 @@ int Session::Status() const {
     constexpr int kSignalled = 128;
     return kSignalled + *result_.interrupted_by;
   }
-  return std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::is_as_asked))
-             ? kDone
-             : kNotAsAsked;
+  return is_as_asked ? kDone : kNotAsAsked;
 }
 
 }  // namespace

@@ -20,14 +20,6 @@ struct RequestResult {
   std::vector<Outcome> outcomes;
 
   bool has_succeeded() const { return request.reply() == Reply::kSuccess && !thrown; }
-
-  // Whether the kernel was seen to have each requested value of which it has the file.
-  bool is_as_asked() const {
-    return std::none_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
-      return outcome.fate == Fate::kRejected || outcome.fate == Fate::kAdjusted ||
-             outcome.fate == Fate::kUnread;
-    });
-  }
 };
 
 struct SessionResult {
@@ -45,6 +37,25 @@ struct SessionResult {
   bool may_be_restored() const {
     return not_restored.empty() &&
            std::all_of(unread.begin(), unread.end(), [](const Unread& u) { return u.is_refused; });
+  }
+
+  // Whether the kernel was seen to have each requested value of which there is a file; if `strict`,
+  // whether the kernel itself has all of them.
+  bool IsAsAsked(const RequestResult& request, bool strict) const {
+    const auto is_as_asked = [&](const Outcome& outcome) {
+      switch (outcome.fate) {
+        case Fate::kRejected:
+        case Fate::kAdjusted:
+        case Fate::kUnread:
+          return false;
+        case Fate::kMissing:
+        case Fate::kMachineOnly:
+          return !strict;
+        default:
+          return !strict || !outcome.asked || !IsEmulated(*outcome.entry);
+      }
+    };
+    return std::all_of(request.outcomes.begin(), request.outcomes.end(), is_as_asked);
   }
 
   bool IsEmulated(const CatalogueEntry& entry) const {

@@ -75,6 +75,18 @@ void Report::Complain(const std::string& line) const {
   }
 }
 
+void Report::TellHolding(long process) const {
+  const std::string line =
+      "holding the settings until Ctrl-C or SIGTERM, then restoring; process " +
+      std::to_string(process);
+  if (style_ == kSilent) {
+    TellError(line);
+  } else {
+    BeginSection();
+    Complain(line);
+  }
+}
+
 void Report::TellPluginLines(const std::string& text, bool in_full) const {
   const std::string shown = ForOutput(text);
   if (style_ == kNormal && !in_full) {

@@ -27,6 +27,9 @@ class Report {
   // What is wrong, for a quiet report too.
   void Complain(const std::string& line) const;
 
+  // That the settings are held, and by which process; without a report on standard error.
+  void TellHolding(long process) const;
+
   // What the plug-in printed, if it is not shown already: in full, or only the lines that report
   // an error.
   void TellPluginLines(const std::string& text, bool in_full) const;

@@ -112,7 +112,7 @@ void BringLoopbackUp() {
   close(fd);
   if (!is_up) {
     throw NamespaceError(std::string("cannot bring the loopback interface up: ") +
-                         std::strerror(error) + "; leave out the command after '--'");
+                         std::strerror(error) + "; leave out --hold, or the command after '--'");
   }
 }
 

@@ -43,6 +43,7 @@ class Live : public testing::Test {
   }
 
   const TempFolder folder_;
+  const std::string nothing_ = folder_.Write("nothing.xml", "<tcp-settings/>");
   const std::string document_ = folder_.Write(
       "document.xml", "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout></tcp-settings>");
 };
@@ -107,7 +108,7 @@ TEST_F(Live, SignalAmongTheRequestsLeavesOutTheRestAndRestores) {
 }
 
 TEST_F(Live, SignalInTheEndInterruptsNothing) {
-  const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
+  const Outcome run = Kaehost({"apply", "--live", nothing_, "--plugin",
                                TestPlugin("interrupts_its_release"), "--", "true"});
   EXPECT_EQ(run.status, 0);
   EXPECT_THAT(run.out, HasSubstr(kBack));
@@ -151,7 +152,7 @@ TEST_F(Live, FileThatMayNotGrowDoesNotKeepTheTunablesFromComingBack) {
 }
 
 TEST_F(Live, SignalThatIsIgnoredAlreadyInterruptsNothing) {
-  const Outcome run = Kaehost({"apply", "--live", document_, "--plugin",
+  const Outcome run = Kaehost({"apply", "--live", nothing_, "--plugin",
                                TestPlugin("interrupts_its_host"), "--", "echo", "ran"},
                               [] { std::signal(SIGTERM, SIG_IGN); });
   EXPECT_EQ(run.status, 0);
@@ -208,6 +209,32 @@ TEST_F(Live, IsNoOtherNetworkNamespace) {
   EXPECT_EQ(run.err,
             "kaehost: options '--netns' and '--live' are mutually exclusive\nTry 'kaehost apply "
             "--help' for more information.\n");
+}
+
+TEST_F(Hold, TellsTheProcessAlsoIfQuiet) {
+  RunningKaehost kaehost({"apply", "--hold", "--quiet", document_});
+  ASSERT_TRUE(kaehost.HasSaid(", then restoring; process " + std::to_string(kaehost.pid()) + "\n"));
+  kill(kaehost.pid(), SIGTERM);
+  EXPECT_EQ(kaehost.Finish().status, 0);
+}
+
+TEST_F(Hold, TellsTheProcessOnStandardErrorBesideJson) {
+  RunningKaehost kaehost({"apply", "--hold", "--json", document_});
+  ASSERT_TRUE(kaehost.HasSaid(kHolding));
+  kill(kaehost.pid(), SIGTERM);
+  const Outcome run = kaehost.Finish();
+  EXPECT_EQ(run.err, std::string(kHolding) + ", then restoring; process " +
+                         std::to_string(kaehost.pid()) + '\n');
+  EXPECT_THAT(run.out, StartsWith("{\n"));
+}
+
+TEST_F(Hold, HasALoopbackThatIsUp) {
+  RunningKaehost kaehost({"apply", "--hold", document_});
+  ASSERT_TRUE(kaehost.HasSaid(kHolding));
+  std::ifstream file("/proc/" + std::to_string(kaehost.pid()) + "/net/fib_trie");
+  EXPECT_THAT(std::string(std::istreambuf_iterator<char>(file), {}), HasSubstr("127.0.0.1"));
+  kill(kaehost.pid(), SIGTERM);
+  kaehost.Finish();
 }
 
 TEST_F(Hold, KeepsTheSettingsOfAPrivateNamespaceUntilASignalComes) {

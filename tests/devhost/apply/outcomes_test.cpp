@@ -52,6 +52,7 @@ struct Case {
 
 constexpr std::nullopt_t kNone = std::nullopt;
 const Value kLost = {.text = {}, .is_unread = true};
+const Value kElsewhere = {.text = {}, .is_machine_only = true};
 const Value kRefused = {.text = {}, .is_unread = true, .is_refused = true};
 
 // Formatted by hand: a line, a case.
@@ -86,6 +87,9 @@ const std::vector<Case> kCases = {
     {"0xffffffffffffffff", "1", "1", "18446744073709551615", true, "applied"},
     {"5", kNone, kNone, kNone, true, "missing"},
     {"5", kNone, kNone, kNone, false, "missing"},
+    {"5", kElsewhere, kElsewhere, kElsewhere, true, "machine-only"},
+    {"5", kElsewhere, kElsewhere, kElsewhere, false, "machine-only"},
+    {kNone, kElsewhere, kElsewhere, kElsewhere, true, ""},
     {"5", "1", "1", "1", false, "restored"},
     {"5", "1", "3", "1", false, "restored"},
     {kNone, "1", "3", "1", false, "restored"},
@@ -115,7 +119,10 @@ const std::vector<Case> kCases = {
 std::string Shown(const Text& text) { return text ? '"' + *text + '"' : "none"; }
 
 std::string Shown(const State& state) {
-  return state.is_refused ? "refused" : state.is_unread ? "unread" : Shown(state.text);
+  return state.is_machine_only ? "elsewhere"
+         : state.is_refused    ? "refused"
+         : state.is_unread     ? "unread"
+                               : Shown(state.text);
 }
 
 class WhatIsAsked : public testing::Test {
@@ -167,15 +174,20 @@ TEST(Outcomes, AreCountedByTheirFates) {
 }
 
 TEST(Outcomes, TellAFileThatCannotBeReadFromOneThatIsNotThere) {
-  const CatalogueValues values = devhost::CatalogueValuesOf(
-      {{"core/rmem_max", {"", EMFILE}}, {"core/wmem_max", {"", EACCES}}});
+  const CatalogueValues values =
+      devhost::CatalogueValuesOf({{"core/rmem_max", {"", EMFILE}}, {"core/wmem_max", {"", EACCES}}},
+                                 {{"core/rmem_max", {"1"}},
+                                  {"ipv4/tcp_adv_win_scale", {"1"}},
+                                  {"ipv4/tcp_app_win", {"", EIO}}});
   EXPECT_EQ(values[0], kLost);
   EXPECT_EQ(values[1], kRefused);
   EXPECT_EQ(values[2], Value());
+  EXPECT_EQ(values[3], kElsewhere);
+  EXPECT_EQ(values[4], kElsewhere);
 }
 
 TEST(Outcomes, ReadEachValueFromItsPlaceInTheFile) {
-  const CatalogueValues values = devhost::CatalogueValuesOf(devhost::ReadTunables());
+  const CatalogueValues values = devhost::CatalogueValuesOf(devhost::ReadTunables(), {});
   std::size_t i = 0;
   for (const devhost::CatalogueEntry& entry : devhost::Catalogue()) {
     const std::string element = entry.element;

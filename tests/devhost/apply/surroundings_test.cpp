@@ -181,7 +181,7 @@ TEST_F(Surroundings, LoopbackThatStaysDownIsToldAfterTheRelease) {
                              Not(HasSubstr("ran\n"))));
   EXPECT_EQ(run.err,
             "kaehost: cannot bring the loopback interface up: Operation not permitted; leave out "
-            "the command after '--'\n");
+            "--hold, or the command after '--'\n");
 }
 
 TEST_F(Surroundings, OutputToAFullDeviceIsAFailure) {

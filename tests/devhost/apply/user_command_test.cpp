@@ -73,11 +73,15 @@ TEST_F(Command, EndedBySignalGivesTheStatusOfAShell) {
   EXPECT_EQ(Under({"sh", "-c", "kill -TERM $$"}).status, 128 + SIGTERM);
 }
 
-TEST_F(Command, GivesItsExitStatusAlsoWhereAValueWasRejected) {
+TEST_F(Command, CannotHideThatAValueWasRejectedOrAdjusted) {
   const std::string rejected =
       folder_.Write("rejected.xml", "<tcp-settings><tcp_sack>x</tcp_sack></tcp-settings>");
   EXPECT_EQ(Kaehost({"apply", rejected}).status, 4);
-  EXPECT_EQ(Kaehost({"apply", rejected, "--", "true"}).status, 0);
+  EXPECT_EQ(Kaehost({"apply", rejected, "--", "true"}).status, 4);
+  EXPECT_EQ(Kaehost({"apply", rejected, "--", "sh", "-c", "exit 7"}).status, 7);
+  const std::string adjusted =
+      folder_.Write("adjusted.xml", "<tcp-settings><tcp_sack>0 7</tcp_sack></tcp-settings>");
+  EXPECT_EQ(Kaehost({"apply", adjusted, "--", "true"}).status, 4);
 }
 
 TEST_F(Command, ThatIsNotThereIsToldAndHasTheStatusOfAShell) {

@@ -108,10 +108,14 @@ RunningKaehost::RunningKaehost(std::vector<std::string> arguments,
 bool RunningKaehost::HasSaid(const std::string& text) {
   const timespec millisecond = {0, 1'000'000};
   siginfo_t end = {};
-  while (out_.Text().find(text) == std::string::npos) {
+  const auto has_said = [&] {
+    return out_.Text().find(text) != std::string::npos ||
+           err_.Text().find(text) != std::string::npos;
+  };
+  while (!has_said()) {
     if (waitid(P_PID, static_cast<id_t>(child_), &end, WEXITED | WNOHANG | WNOWAIT) != 0 ||
         end.si_pid == child_) {
-      return out_.Text().find(text) != std::string::npos;
+      return has_said();
     }
     nanosleep(&millisecond, nullptr);
   }

@@ -40,7 +40,8 @@ class RunningKaehost {
 
   pid_t pid() const { return child_; }
 
-  // Waits until it has printed `text`; answers whether it has, since it may end without.
+  // Waits until it has printed `text`, on standard output or standard error; answers whether it
+  // has, since it may end without.
   bool HasSaid(const std::string& text);
 
   // Waits until it ends. Once only.

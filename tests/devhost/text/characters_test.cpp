@@ -66,6 +66,7 @@ TEST(Visible, KeepsAllElse) {
     EXPECT_EQ(Visible(other + "b"), other + "b") << testing::PrintToString(other);
     EXPECT_EQ(Visible(other), other) << testing::PrintToString(other);
   }
+  EXPECT_EQ(Visible("\xf8\x80\x80\x80\x9b"), "\xf8<0x80><0x80><0x80><0x9B>");
   EXPECT_EQ(Visible("a\tb\n\r", "\n\t"), "a\tb\n<U+000D>");
 }
 
