@@ -2,9 +2,13 @@
 // namespace, in turns.
 
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sched.h>
+#include <unistd.h>
 
 #include <functional>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,12 +28,48 @@ struct Way {
   std::function<void()> apply;
 };
 
+// Another network namespace, where a program starts that must enter this one from outside.
+class Neighbour {
+ public:
+  Neighbour() {
+    const bool created = unshare(CLONE_NEWNET) == 0;
+    neighbour_ = Current();
+    if (!created || setns(home_, CLONE_NEWNET) != 0) {
+      throw std::runtime_error("cannot create a network namespace");
+    }
+  }
+  ~Neighbour() {
+    close(home_);
+    close(neighbour_);
+  }
+  Neighbour(const Neighbour&) = delete;
+  Neighbour& operator=(const Neighbour&) = delete;
+
+  // The path of this namespace.
+  std::string path() const {
+    return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(home_);
+  }
+
+  void Run(const std::vector<std::string>& words) const {
+    setns(neighbour_, CLONE_NEWNET);
+    bench::RunProgram(words);
+    setns(home_, CLONE_NEWNET);
+  }
+
+ private:
+  static int Current() { return open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC); }
+
+  const int home_ = Current();
+  int neighbour_ = -1;
+};
+
 // In each round, every way applies the values once, starting from the kernel's own values.
 void Peers(benchmark::State& state) {
   const bench::Inputs inputs;
   const devhost::Document document = bench::TracedDocument();
   const bench::SystemCallsAlone restore(bench::CallsOf("release"));
   const bench::Output output;
+  const Neighbour neighbour;
   BuiltLayer layer;
   const Way ways[] = {
       {"request", false,
@@ -51,8 +91,7 @@ void Peers(benchmark::State& state) {
        }                                                    },
       {"kaehost", true,
        [&] {
-         bench::RunProgram(
-             {KAEHOST, "apply", "--quiet", "--netns", "/proc/self/ns/net", inputs.document});
+         neighbour.Run({KAEHOST, "apply", "--quiet", "--netns", neighbour.path(), inputs.document});
        }                                                    },
       {"nothing", true,  [] { bench::RunProgram({"true"}); }},
   };

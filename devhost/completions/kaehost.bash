@@ -20,7 +20,7 @@ _kaehost() {
   fi
 
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import --help --version' -- "$cur")
+    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import restore --help --version' -- "$cur")
     return
   fi
 
@@ -44,6 +44,7 @@ _kaehost() {
     check) options='--help --json --quiet' ;;
     inspect) options='--help --json --quiet' ;;
     import) options='--help --json --output --quiet' ;;
+    restore) options='--help --json --live --netns --quiet' ;;
     *) return ;;
   esac
   if [[ $cur == -* ]]; then
@@ -55,6 +56,7 @@ _kaehost() {
     apply | check) word='*.xml' ;;
     inspect) word='*.so' ;;
     import) word='*.conf' ;;
+    restore) return ;;
   esac
   compopt -o filenames 2>/dev/null
   mapfile -t COMPREPLY < <(compgen -f -X "!$word" -- "$cur"; compgen -d -- "$cur")

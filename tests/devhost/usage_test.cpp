@@ -73,7 +73,8 @@ TEST(Usage, LinesOfHelpFitOnATerminal) {
                                                     {"apply", "--help"},
                                                     {"check", "--help"},
                                                     {"import", "--help"},
-                                                    {"inspect", "--help"}}) {
+                                                    {"inspect", "--help"},
+                                                    {"restore", "--help"}}) {
     std::istringstream lines(Kaehost(arguments).out);
     int count = 0;
     for (std::string line; std::getline(lines, line); ++count) {

@@ -6,11 +6,14 @@
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+
+#include "devhost/kaehost/kernel/file_descriptor.h"
 
 namespace devhost {
 namespace {
@@ -61,6 +64,26 @@ void ProtectOtherTunables(bool has_user_namespace) {
   }
 }
 
+// Whether the file is the namespace to which the path leads. Only some users can follow the path of
+// another process.
+bool IsNamespaceOf(const char* path, int file) {
+  struct stat one = {};
+  struct stat other = {};
+  return stat(path, &one) == 0 && fstat(file, &other) == 0 && one.st_ino == other.st_ino &&
+         one.st_dev == other.st_dev;
+}
+
+void RefuseMachinesOwn(const std::string& path, int file) {
+  if (IsNamespaceOf("/proc/self/ns/net", file)) {
+    throw NamespaceError(path + ": this network namespace is the machine's own, in which kaehost " +
+                         "was started; use --live to change its tunables");
+  }
+  if (IsNamespaceOf("/proc/1/ns/net", file)) {
+    throw NamespaceError(path + ": this network namespace is the machine's own, that of process " +
+                         "1; start kaehost there and use --live to change its tunables");
+  }
+}
+
 }  // namespace
 
 void EnterPrivateNamespace() {
@@ -82,15 +105,19 @@ void EnterPrivateNamespace() {
   ProtectOtherTunables(has_user_namespace);
 }
 
+std::string NetworkNamespacePath(const std::string& name) {
+  return name.find('/') == std::string::npos ? "/run/netns/" + name : name;
+}
+
 void EnterNetworkNamespace(const std::string& name) {
-  const std::string path = name.find('/') == std::string::npos ? "/run/netns/" + name : name;
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  const bool entered = fd >= 0 && setns(fd, CLONE_NEWNET) == 0;
-  const int error = errno;
-  close(fd);
-  if (!entered) {
+  const std::string path = NetworkNamespacePath(name);
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.get() >= 0) {
+    RefuseMachinesOwn(path, file.get());
+  }
+  if (file.get() < 0 || setns(file.get(), CLONE_NEWNET) != 0) {
     throw NamespaceError("cannot enter the network namespace " + path + ": " +
-                         std::strerror(error) +
+                         std::strerror(errno) +
                          "; list the namespaces by 'ip netns list', and run as root");
   }
 }

@@ -19,8 +19,14 @@ class NamespaceError : public std::runtime_error {
 // out of reach. The process must have one thread only. Throws NamespaceError.
 void EnterPrivateNamespace();
 
+// Returns the path of a network namespace. `name` is a name of `ip netns`, or, if it contains a
+// slash, a path.
+std::string NetworkNamespacePath(const std::string& name);
+
 // Moves the calling process into an existing network namespace. `name` is a name of `ip netns`, or,
-// if it contains a slash, a path. The process must have one thread only. Throws NamespaceError.
+// if it contains a slash, a path. It must not be the one that the process is in, nor that of
+// process 1: those are the machine's own. The process must have one thread only. Throws
+// NamespaceError.
 void EnterNetworkNamespace(const std::string& name);
 
 // Moves the calling process into a private mount namespace. It must have one thread only. A private

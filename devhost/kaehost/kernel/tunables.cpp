@@ -106,4 +106,19 @@ std::vector<Unread> FindUnread(const Tunables& before, const Tunables& after) {
   return unread;
 }
 
+// Twice, because the kernel checks some values against others.
+std::vector<Change> Restore(const Tunables& before) {
+  const std::vector<Change> changes = Compare(before, ReadTunables());
+  for (int i = 0; i < 2; ++i) {
+    for (const Change& change : changes) {
+      const int fd = open(("/proc/sys/net/" + change.tunable).c_str(),
+                          O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
+      const std::string text = change.before + '\n';
+      [[maybe_unused]] const ssize_t written = write(fd, text.data(), text.size());
+      close(fd);
+    }
+  }
+  return changes;
+}
+
 }  // namespace devhost

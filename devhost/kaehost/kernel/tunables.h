@@ -44,4 +44,8 @@ std::vector<Change> Compare(const Tunables& before, const Tunables& after);
 // Returns what Compare cannot compare, in the same order.
 std::vector<Unread> FindUnread(const Tunables& before, const Tunables& after);
 
+// Writes the texts of `before` to the tunables that differ from them. What the kernel refuses,
+// stays. Returns what differed.
+std::vector<Change> Restore(const Tunables& before);
+
 }  // namespace devhost

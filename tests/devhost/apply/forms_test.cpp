@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -33,6 +34,7 @@ constexpr const char* kOfEachKind =
 
 class Forms : public testing::Test {
  protected:
+  const PrivateRun run_;
   const TempFolder folder_;
   const std::string document_ = folder_.Write("document.xml", kOfEachKind);
   const std::string counts_ = "kaehost: " + document_ +

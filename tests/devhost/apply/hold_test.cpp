@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "devhost/kaehost/kernel/scratch_files.h"
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -42,6 +43,7 @@ class Live : public testing::Test {
     return value;
   }
 
+  const PrivateRun run_;
   const TempFolder folder_;
   const std::string nothing_ = folder_.Write("nothing.xml", "<tcp-settings/>");
   const std::string document_ = folder_.Write(
@@ -250,7 +252,9 @@ TEST_F(Hold, KeepsTheSettingsOfAPrivateNamespaceUntilASignalComes) {
 }
 
 TEST_F(Hold, KeepsThoseOfANetworkNamespace) {
-  RunningKaehost kaehost({"apply", "--hold", "--netns", "/proc/self/ns/net", document_});
+  const std::string here = "/proc/" + std::to_string(getpid()) + "/ns/net";
+  RunningKaehost kaehost({"apply", "--hold", "--netns", here, document_},
+                         [] { unshare(CLONE_NEWNET); });
   ASSERT_TRUE(kaehost.HasSaid(kHolding));
   EXPECT_EQ(FinTimeout(), "20");
   kill(kaehost.pid(), SIGINT);

@@ -1,11 +1,14 @@
 // kaehost apply --json: what it finds, for programs.
 
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -145,9 +148,11 @@ TEST_F(Json, SaysWhyNothingWasDone) {
 }
 
 TEST_F(Json, SaysWhere) {
-  const json told =
-      json::parse(Kaehost({"apply", "--json", "--netns", "/proc/self/ns/net", document_}).out);
-  EXPECT_EQ(told["where"], "/proc/self/ns/net");
+  const PrivateRun run;
+  const std::string here = "/proc/" + std::to_string(getpid()) + "/ns/net";
+  const json told = json::parse(
+      Kaehost({"apply", "--json", "--netns", here, document_}, [] { unshare(CLONE_NEWNET); }).out);
+  EXPECT_EQ(told["where"], here);
 }
 
 TEST_F(Json, TakesTextThatIsNoUtf8) {

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -24,6 +25,7 @@ namespace {
 
 class PluginLines : public testing::Test {
  protected:
+  const PrivateRun run_;
   const TempFolder folder_;
   const std::string document_ =
       folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");

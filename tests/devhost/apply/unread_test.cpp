@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -23,17 +24,20 @@ using testing::StartsWith;
 namespace {
 
 // The kernel lets nobody read net/ipv4/route/flush. The mount is seen in this network namespace
-// only.
+// only, which kaehost enters from another one.
 void MakeATunableWriteOnly() {
   if (unshare(CLONE_NEWNS) != 0 ||
       mount("/proc/sys/net/ipv4/route/flush", "/proc/sys/net/ipv4/tcp_fack", "none", MS_BIND,
-            nullptr) != 0) {
+            nullptr) != 0 ||
+      unshare(CLONE_NEWNET) != 0) {
     _exit(99);
   }
 }
 
 class Unread : public testing::Test {
  protected:
+  const PrivateRun run_;
+  const std::string here_ = "/proc/" + std::to_string(getpid()) + "/ns/net";
   const TempFolder folder_;
   const std::string nothing_ = folder_.Write("nothing.xml", "<tcp-settings/>");
   const std::string document_ = folder_.Write(
@@ -89,8 +93,8 @@ TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
 }
 
 TEST_F(Unread, TunableThatTheKernelNeverShowsIsNoFailure) {
-  std::vector<std::string> arguments = {
-      "apply", nothing_, "--netns", "/proc/self/ns/net", "--plugin", TestPlugin("working")};
+  std::vector<std::string> arguments = {"apply", nothing_,   "--netns",
+                                        here_,   "--plugin", TestPlugin("working")};
   const Outcome run = Kaehost(arguments, MakeATunableWriteOnly);
   EXPECT_EQ(run.status, 0);
   EXPECT_THAT(run.out,
@@ -103,10 +107,10 @@ TEST_F(Unread, TunableThatTheKernelNeverShowsIsNoFailure) {
 }
 
 TEST_F(Unread, TunableThatTheKernelNeverShowsIsNotSaidToBeAsRequested) {
-  const json told = json::parse(Kaehost({"apply", "--json", document_, "--netns",
-                                         "/proc/self/ns/net", "--plugin", TestPlugin("working")},
-                                        MakeATunableWriteOnly)
-                                    .out);
+  const json told = json::parse(
+      Kaehost({"apply", "--json", document_, "--netns", here_, "--plugin", TestPlugin("working")},
+              MakeATunableWriteOnly)
+          .out);
   EXPECT_EQ(told["status"], 4);
   EXPECT_EQ(told["restored"], nullptr);
   EXPECT_EQ(told["unread"], json::parse(R"([{"tunable": "ipv4/tcp_fack",

@@ -1,0 +1,223 @@
+#include "devhost/kaehost/kernel/journal_folder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <utility>
+
+namespace devhost {
+namespace {
+
+constexpr std::size_t kLongest = 64U << 10;
+constexpr mode_t kOthersCanWrite = S_IWGRP | S_IWOTH;
+constexpr mode_t kOthersCanOpen = S_IRWXG | S_IRWXO;
+
+[[noreturn]] void Refuse(const std::string& path, const std::string& what) {
+  throw NamespaceError(path + ": " + what);
+}
+
+[[noreturn]] void CannotWrite(const std::string& path, const char* what) {
+  Refuse(path, std::string("cannot ") + what + ": " + std::strerror(errno) +
+                   "; nothing was written to the tunables; make /run writable (mount -t tmpfs "
+                   "tmpfs /run), or go without a journal by --no-journal");
+}
+
+[[noreturn]] void RefuseForeign(const std::string& path, const std::string& what) {
+  Refuse(path, what + "; kaehost did not make it so; find out who did, then delete it");
+}
+
+// A process has the lock for some milliseconds, unless it is stopped.
+bool IsLocked(int file) {
+  constexpr int kTries = 5000;
+  const timespec millisecond = {0, 1'000'000};
+  for (int i = 0; i < kTries; ++i) {
+    if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+      return true;
+    }
+    nanosleep(&millisecond, nullptr);
+  }
+  return false;
+}
+
+FileDescriptor OpenFolder(const std::string& path) {
+  return FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+void CheckFolder(const std::string& path, int folder) {
+  if (folder < 0) {
+    Refuse(path,
+           std::string("cannot open this folder: ") + std::strerror(errno) +
+               (errno == EACCES ? "; run as root" : "; find out who made it, then delete it"));
+  }
+  struct stat status = {};
+  fstat(folder, &status);
+  if (status.st_uid != geteuid()) {
+    RefuseForeign(path, "belongs to user " + std::to_string(status.st_uid));
+  }
+  if ((status.st_mode & kOthersCanWrite) != 0) {
+    RefuseForeign(path, "other users can write this folder");
+  }
+}
+
+void CheckFile(const std::string& path, const struct stat& status) {
+  if (!S_ISREG(status.st_mode)) {
+    RefuseForeign(path, "not a regular file");
+  }
+  if (status.st_uid != geteuid()) {
+    RefuseForeign(path, "belongs to user " + std::to_string(status.st_uid));
+  }
+  if ((status.st_mode & kOthersCanOpen) != 0) {
+    RefuseForeign(path, "other users can open this file");
+  }
+  if (status.st_nlink > 1) {
+    RefuseForeign(path, "has another hard link");
+  }
+  if (status.st_size > static_cast<off_t>(kLongest)) {
+    RefuseForeign(path, "longer than any journal");
+  }
+}
+
+Journal Parsed(const std::string& path, int file) {
+  std::string text(kLongest, '\0');
+  const ssize_t size = pread(file, text.data(), text.size(), 0);
+  text.resize(static_cast<std::size_t>(std::max(size, ssize_t{0})));
+  try {
+    return ParseJournal(text);
+  } catch (const std::runtime_error& error) {
+    RefuseForeign(path, error.what());
+  }
+}
+
+bool WriteAll(int file, const std::string& text) {
+  return write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+         fsync(file) == 0;
+}
+
+}  // namespace
+
+// The name can be another file's if somebody deleted this one.
+void JournalFile::Remove() const {
+  struct stat mine = {};
+  struct stat named = {};
+  fstat(file_.get(), &mine);
+  if (lstat(path_.c_str(), &named) == 0 && named.st_ino == mine.st_ino &&
+      named.st_dev == mine.st_dev && unlink(path_.c_str()) != 0) {
+    Refuse(path_, std::string("cannot delete: ") + std::strerror(errno) +
+                      "; all tunables are restored; delete it");
+  }
+}
+
+std::optional<JournalFolder> JournalFolder::Open(const std::string& path) {
+  FileDescriptor folder = OpenFolder(path);
+  if (folder.get() < 0 && errno == ENOENT) {
+    return std::nullopt;
+  }
+  return JournalFolder(path, std::move(folder));
+}
+
+JournalFolder JournalFolder::OpenOrCreate(const std::string& path) {
+  if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+    CannotWrite(path, "create this folder for the original values");
+  }
+  return JournalFolder(path, OpenFolder(path));
+}
+
+JournalFolder::JournalFolder(std::string path, FileDescriptor folder)
+    : path_(std::move(path)), folder_(std::move(folder)) {
+  CheckFolder(path_, folder_.get());
+  if (!IsLocked(folder_.get())) {
+    Refuse(path_, "another process of kaehost keeps this folder locked; continue or end it");
+  }
+}
+
+std::vector<std::string> JournalFolder::Names() const {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(path_)) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with("net-") && !name.ends_with(".new")) {
+      names.push_back(name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string JournalFolder::NameHere() {
+  const std::string network = NetworkAt();
+  return "net-" + network.substr(network.find(':') + 1);
+}
+
+std::optional<JournalFile> JournalFolder::Read(const std::string& name) const {
+  const std::string path = PathOf(name);
+  FileDescriptor file(
+      openat(folder_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (file.get() < 0 && errno == ENOENT) {
+    return std::nullopt;
+  }
+  if (file.get() < 0) {
+    RefuseForeign(path, errno == ELOOP ? "a symbolic link"
+                                       : std::string("cannot open: ") + std::strerror(errno));
+  }
+  const bool is_in_use = flock(file.get(), LOCK_EX | LOCK_NB) != 0;
+  struct stat status = {};
+  fstat(file.get(), &status);
+  if (status.st_nlink == 0) {
+    return std::nullopt;  // its session deleted it and ended after we opened it
+  }
+  CheckFile(path, status);
+  Journal journal = Parsed(path, file.get());
+  RefuseEarlierBoot(journal, path);
+  if (is_in_use) {
+    throw JournalInUse(path + ": in use since " + journal.started + " by the session of process " +
+                       std::to_string(journal.process) +
+                       "; one session at a time can change these tunables; end that one first");
+  }
+  return JournalFile(path, std::move(file), std::move(journal));
+}
+
+// What a process that was killed here left has not been in use yet: it is written anew.
+JournalFile JournalFolder::Write(const std::string& option, const Tunables& before) const {
+  const std::string name = NameHere();
+  const std::string unfinished = name + ".new";
+  const std::string path = PathOf(name);
+  Journal journal = NewJournal(option, before);
+  const std::string text = TextOf(journal);
+  ParseJournal(text);
+  unlinkat(folder_.get(), unfinished.c_str(), 0);
+  FileDescriptor file(openat(folder_.get(), unfinished.c_str(),
+                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                             S_IRUSR | S_IWUSR));
+  if (file.get() < 0 || flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !WriteAll(file.get(), text) ||
+      renameat(folder_.get(), unfinished.c_str(), folder_.get(), name.c_str()) != 0 ||
+      fsync(folder_.get()) != 0) {
+    const int error = errno;
+    unlinkat(folder_.get(), unfinished.c_str(), 0);
+    unlinkat(folder_.get(), name.c_str(), 0);
+    errno = error;
+    CannotWrite(path, "write the journal of the original values");
+  }
+  return JournalFile(path, std::move(file), std::move(journal));
+}
+
+JournalFile BeginJournal(const std::string& option, const Tunables& before,
+                         const std::string& path) {
+  const JournalFolder folder = JournalFolder::OpenOrCreate(path);
+  if (const auto left = folder.Read(JournalFolder::NameHere())) {
+    RefuseOtherNamespace(left->journal(), left->path());
+    Refuse(left->path(), "the session of process " + std::to_string(left->journal().process) +
+                             ", started " + left->journal().started +
+                             ", ended without restoring these tunables; run 'kaehost restore " +
+                             option + "' first");
+  }
+  return folder.Write(option, before);
+}
+
+}  // namespace devhost

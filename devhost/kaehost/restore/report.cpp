@@ -1,0 +1,156 @@
+#include "devhost/kaehost/restore/report.h"
+
+#include "devhost/kaehost/text/output.h"
+#include "devhost/kaehost/text/quoting.h"
+#include "devhost/kaehost/text/table.h"
+
+namespace devhost {
+namespace {
+
+// A name of a namespace can contain any characters.
+void TellLine(const std::string& line) {
+  constexpr std::size_t kLongest = 2000;
+  Out() << "kaehost: " << Shown(line, kLongest) << '\n';
+}
+
+void TellTable(const std::vector<Change>& changes) {
+  Table table({"tunable", "before", "now"});
+  for (const Change& change : changes) {
+    table.Add({change.tunable, change.before, change.after});
+  }
+  table.Print(Out());
+}
+
+// "1 minute", "5 hours"
+std::string Duration(long long seconds) {
+  struct Unit {
+    const char* name;
+    long long seconds;
+  };
+  constexpr Unit kUnits[] = {
+      {"day",    86400},
+      {"hour",   3600 },
+      {"minute", 60   }
+  };
+  Unit unit = {"second", 1};
+  for (const Unit& longer : kUnits) {
+    if (seconds >= longer.seconds) {
+      unit = longer;
+      break;
+    }
+  }
+  const long long count = seconds / unit.seconds;
+  return std::to_string(count) + ' ' + unit.name + (count == 1 ? "" : "s");
+}
+
+std::string Session(const FoundJournal& found) {
+  return found.file + ": the session of process " + std::to_string(found.journal->process) +
+         ", started " + found.journal->started + " (" + Duration(found.age) + " ago)";
+}
+
+void TellLeft(const FoundJournal& found) {
+  TellLine(Session(found) + ", ended without restoring");
+  TellTable(found.differs);
+  if (found.option.empty()) {
+    TellLine(
+        "cannot find its network namespace: run 'kaehost restore --netns PATH'; if it does not "
+        "exist any more, delete the file");
+  } else {
+    TellLine((found.differs.empty() ? "no tunable differs; to delete the journal, run 'kaehost "
+                                      "restore "
+                                    : "to restore, run 'kaehost restore ") +
+             found.option + "'");
+  }
+}
+
+Json ChangesJson(const std::vector<Change>& changes) {
+  Json json = Json::array();
+  for (const Change& change : changes) {
+    json.push_back({
+        {"tunable", change.tunable},
+        {"before",  change.before },
+        {"now",     change.after  }
+    });
+  }
+  return json;
+}
+
+Json JournalJson(const FoundJournal& found) {
+  constexpr const char* kWords[] = {"left", "in use", "refused"};
+  Json json;
+  json["file"] = found.file;
+  json["state"] = kWords[found.state];
+  json["sentence"] = found.sentence.empty() ? Json() : Json(found.sentence);
+  json["process"] = found.journal ? Json(found.journal->process) : Json();
+  json["started"] = found.journal ? Json(found.journal->started) : Json();
+  json["age_s"] = found.journal ? Json(found.age) : Json();
+  json["option"] = found.option.empty() ? Json() : Json(found.option);
+  json["differs"] = ChangesJson(found.differs);
+  return json;
+}
+
+Json ResultJson(const Json& journals, const Json& restored, const Json& not_restored, int status) {
+  Json json;
+  json["error"] = nullptr;
+  json["journals"] = journals;
+  json["restored"] = restored;
+  json["not_restored"] = not_restored;
+  json["status"] = status;
+  return json;
+}
+
+}  // namespace
+
+void Tell(const std::vector<FoundJournal>& journals, bool quiet) {
+  if (journals.empty() && !quiet) {
+    TellLine("no journals; nothing to restore");
+  }
+  for (const FoundJournal& found : journals) {
+    if (found.state == FoundJournal::kLeft) {
+      TellLeft(found);
+    } else if (found.state == FoundJournal::kRefused || !quiet) {
+      TellLine(found.sentence);
+    }
+  }
+}
+
+void Tell(const Restoration& result, bool quiet) {
+  if (!result.journal) {
+    if (!quiet) {
+      TellLine("no journal of this network namespace; nothing to restore");
+    }
+    return;
+  }
+  if (!quiet) {
+    TellLine(Session(*result.journal) + ", ended without restoring");
+    TellTable(result.journal->differs);
+  }
+  if (!result.not_restored.empty()) {
+    TellLine("not restored:");
+    TellTable(result.not_restored);
+    TellLine("the journal " + result.journal->file + " is kept");
+  } else if (!quiet) {
+    TellLine(std::string(result.journal->differs.empty() ? "no tunable differed"
+                                                         : "all tunables "
+                                                           "restored") +
+             "; journal deleted");
+  }
+}
+
+Json ToJson(const std::vector<FoundJournal>& journals, int status) {
+  Json list = Json::array();
+  for (const FoundJournal& found : journals) {
+    list.push_back(JournalJson(found));
+  }
+  return ResultJson(list, nullptr, Json::array(), status);
+}
+
+Json ToJson(const Restoration& result, int status) {
+  Json list = Json::array();
+  if (result.journal) {
+    list.push_back(JournalJson(*result.journal));
+  }
+  return ResultJson(list, result.not_restored.empty(), ChangesJson(result.not_restored), status);
+}
+
+}  // namespace devhost
