@@ -53,7 +53,7 @@ std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
 
 int Run(const Chosen& chosen) {
   const int status = chosen();
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  if (!Out().flush() || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return Fail(status == kBadInput ? kBadInput : kFailed,
                 "cannot write standard output; what it shows is incomplete");
   }

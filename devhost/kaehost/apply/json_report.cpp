@@ -38,11 +38,11 @@ Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
 Json RequestJson(const SessionResult& session, const RequestResult& result) {
   Json json;
   json["document"] = result.document;
-  json["reply"] = WordFor(result.request.reply());
-  json["error"] = result.request.error();
-  json["detail"] = result.request.detail();
-  json["answered_again"] = result.request.answered_again();
-  json["thrown"] = OrNull(result.thrown);
+  json["reply"] = WordFor(result.reply.reply);
+  json["error"] = result.reply.error;
+  json["detail"] = result.reply.detail;
+  json["answered_again"] = result.reply.answered_again;
+  json["thrown"] = OrNull(result.reply.thrown);
   json["outcomes"] = Json::array();
   json["counts"] = Json::object();
   for (const Outcome& outcome : result.outcomes) {
@@ -50,6 +50,18 @@ Json RequestJson(const SessionResult& session, const RequestResult& result) {
   }
   for (const auto& [fate, count] : CountFates(result.outcomes)) {
     json["counts"][WordFor(fate)] = count;
+  }
+  return json;
+}
+
+Json ChangesJson(const std::vector<Change>& changes) {
+  Json json = Json::array();
+  for (const Change& change : changes) {
+    json.push_back({
+        {"tunable", change.tunable},
+        {"before",  change.before },
+        {"now",     change.after  }
+    });
   }
   return json;
 }
@@ -68,14 +80,7 @@ void AddComparison(const SessionResult& session, Json& json) {
   if (session.not_restored.empty() && !session.unread.empty()) {
     json["restored"] = nullptr;  // nobody knows
   }
-  json["not_restored"] = Json::array();
-  for (const Change& change : session.not_restored) {
-    json["not_restored"].push_back({
-        {"tunable", change.tunable},
-        {"before",  change.before },
-        {"now",     change.after  }
-    });
-  }
+  json["not_restored"] = ChangesJson(session.not_restored);
   json["unread"] = Json::array();
   for (const Unread& unread : session.unread) {
     json["unread"].push_back({
@@ -102,6 +107,8 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   json["command_status"] = OrNull(session.command_status);
   json["release_thrown"] = OrNull(session.release_thrown);
   AddComparison(session, json);
+  json["restored_by_kaehost"] = ChangesJson(session.restored_by_kaehost);
+  json["plugin_ended"] = OrNull(session.plugin_ended);
   json["progress"] = Lines(progress);
   json["status"] = status;
   return JsonText(json);

@@ -47,8 +47,8 @@ Examples:
 Exit status:
   0   all requests succeeded, the kernel has the requested values of which there
       is a file, and all tunables are restored
-  1   an error reply, no reply, a tunable not restored or not read at the end,
-      or another failure
+  1   an error reply, no reply, a plug-in that crashes or leaves a tunable
+      changed, a tunable not read at the end, or another failure
   2   the command line or a document is bad; nothing was delivered
   3   the plug-in does not load or makes no layer; nothing was delivered
   4   all requests succeeded, but a requested value was rejected, adjusted or
@@ -123,6 +123,13 @@ void AddApply(CLI::App& app, Chosen& chosen,
   apply->add_flag("--strict", options->strict,
                   "Exit with status 4 also if a requested value is missing, machine-only or "
                   "emulated");
+  apply
+      ->add_option("--kill-after", options->kill_after,
+                   "After a signal, kill a plug-in that does not return within this time, and "
+                   "restore the tunables; default: 5")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1, 3600))
+      ->take_last();
   CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
   CLI::Option* quiet =
       apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts");

@@ -12,6 +12,7 @@ struct ApplyOptions {
   std::vector<std::string> command;  // to run under the settings; empty for none
   std::string plugin;
   TargetNamespace target;
+  int kill_after = 5;   // seconds that the plug-in has after a signal
   bool hold = false;    // keep the settings until a signal comes
   bool strict = false;  // all requested values must be in the kernel itself
   bool json = false;

@@ -3,20 +3,19 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <functional>
-#include <memory>
 #include <optional>
 
-#include "devhost/kaehost/apply/interruption.h"
 #include "devhost/kaehost/apply/json_report.h"
 #include "devhost/kaehost/apply/session_result.h"
 #include "devhost/kaehost/apply/text_report.h"
 #include "devhost/kaehost/apply/user_command.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/kernel/namespaces.h"
-#include "devhost/kaehost/plugin/plugin.h"
-#include "devhost/kaehost/plugin/plugin_output.h"
+#include "devhost/kaehost/plugin/layer_process.h"
+#include "devhost/kaehost/process/interruption.h"
 #include "devhost/kaehost/text/output.h"
 #include "devhost/libe/document.h"
 
@@ -33,16 +32,6 @@ Report::Style StyleOf(const ApplyOptions& options) {
   return options.verbose ? Report::kVerbose : Report::kNormal;
 }
 
-PluginOutput::Fate PluginOutputOf(const ApplyOptions& options) {
-  if (options.json) {
-    return PluginOutput::kKept;
-  }
-  if (options.quiet) {
-    return PluginOutput::kDropped;
-  }
-  return options.verbose ? PluginOutput::kShown : PluginOutput::kHeld;
-}
-
 // A reader that goes away, or a file that cannot grow, must not prevent the tunables from being
 // restored.
 void KeepOutputFromEndingTheProcess() {
@@ -56,27 +45,29 @@ class Session {
       : options_(options),
         documents_(documents),
         report_(StyleOf(options)),
-        plugin_output_(PluginOutputOf(options)) {}
+        interruption_(std::chrono::seconds(options.kill_after)) {}
 
   int Run();
 
  private:
   void LeadALayersLife();
-  void TellPluginLines(bool in_full) { report_.TellPluginLines(plugin_output_.Take(), in_full); }
-  void DeliverAll(const Layer& layer);
-  void Deliver(const Layer& layer, const Document& document, const std::string& name);
+  void TellPluginLines(bool in_full);
+  void NoteEndOfPlugin(const std::string& during);
+  void DeliverAll();
+  void Deliver(std::size_t index);
   void UseTheSettings();
   void BringLoopbackUpIfPrivate() const;
-  void Release(const Layer& layer);
-  void CompareWithBefore();
+  void Release();
   bool IsEveryDocumentInForce() const;
   int Status() const;
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
   const Report report_;
-  PluginOutput plugin_output_;
   Interruption interruption_;
+  const BlockedOutput blocked_output_{
+      [this](auto begin) { return interruption_.IsOutOfPatience(begin); }};
+  std::optional<LayerProcess> layer_;
   Tunables machine_;
   Tunables before_;
   CatalogueValues start_;
@@ -98,68 +89,74 @@ int Session::Run() {
   }
   before_ = ReadTunables();
   now_ = start_ = CatalogueValuesOf(before_, machine_);
-  try {
-    LeadALayersLife();
-  } catch (...) {
-    TellPluginLines(true);
-    throw;
-  }
+  LeadALayersLife();
   const int status = Status();
   if (options_.json) {
-    Out() << ToJson(result_, plugin_output_.Text(), status) << '\n';
+    Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
   }
   return status;
 }
 
-// The plug-in is unloaded before the tunables are compared, so that what it does last counts too.
 void Session::LeadALayersLife() {
-  const auto unload = [this](Plugin* plugin) { plugin_output_.Of([plugin] { delete plugin; }); };
-  std::unique_ptr<Plugin, decltype(unload)> plugin(
-      plugin_output_.Of([this] { return new Plugin(options_.plugin); }), unload);
-  result_.plugin =
-      plugin_output_.Of([&] { return plugin->name() + ", version " + plugin->version(); });
-  report_.Tell("plug-in " + result_.plugin);
-  const Layer layer = plugin_output_.Of([&] { return plugin->NewLayer(); });
-  TellPluginLines(false);
-  const auto end = [&] {
-    Release(layer);
-    plugin.reset();
-    CompareWithBefore();
-  };
+  layer_.emplace(options_.plugin, documents_, interruption_);
   try {
-    DeliverAll(layer);
-    UseTheSettings();
+    result_.plugin = layer_->AwaitPlugin();
+    if (options_.verbose) {
+      TellPluginLines(true);
+    }
+    report_.Tell("plug-in " + result_.plugin);
+    layer_->MakeLayer();
   } catch (...) {
-    end();
+    TellPluginLines(true);
+    layer_.reset();
+    report_.TellRestored(Restore(before_));
     throw;
   }
-  end();
+  TellPluginLines(false);
+  try {
+    DeliverAll();
+    UseTheSettings();
+  } catch (...) {
+    Release();
+    throw;
+  }
+  Release();
 }
 
-void Session::DeliverAll(const Layer& layer) {
+void Session::TellPluginLines(bool in_full) {
+  report_.TellPluginLines(layer_->worker().TakeOutput(), in_full);
+}
+
+void Session::NoteEndOfPlugin(const std::string& during) {
+  const std::optional<std::string> end = layer_->AboutEnd();
+  if (end && !result_.plugin_ended) {
+    result_.plugin_ended = *end + " during " + during;
+  }
+}
+
+void Session::DeliverAll() {
   for (std::size_t i = 0; i < documents_.size(); ++i) {
     if (interruption_.Came()) {
       report_.Complain("interrupted; not delivered: " + InputName(options_.documents[i]));
+    } else if (result_.plugin_ended) {
+      report_.Complain("not delivered: " + InputName(options_.documents[i]));
     } else {
-      Deliver(layer, documents_[i], options_.documents[i]);
+      Deliver(i);
     }
   }
 }
 
-void Session::Deliver(const Layer& layer, const Document& document, const std::string& name) {
+void Session::Deliver(std::size_t index) {
+  const std::string& name = options_.documents[index];
   report_.TellNext("request: " + InputName(name));
   RequestResult& result = result_.requests.emplace_back();
   result.document = name;
-  plugin_output_.Of([&] {
-    try {
-      layer.configure->do_Configure(&result.request, document.contents());
-    } catch (...) {
-      result.thrown = Thrown();
-    }
-  });
+  result.reply = layer_->Configure(index).value_or(LayerReply());
+  NoteEndOfPlugin("request " + std::to_string(index + 1) + " of " +
+                  std::to_string(documents_.size()) + ": " + InputName(name));
   CatalogueValues now = CatalogueValuesOf(ReadTunables(), machine_);
-  result.outcomes = OutcomesOf(WhatIsAsked(document.contents()), start_, now_, now,
-                               result.request.reply() == Reply::kSuccess);
+  result.outcomes = OutcomesOf(WhatIsAsked(documents_[index].contents()), start_, now_, now,
+                               result.reply.reply == Reply::kSuccess);
   now_ = std::move(now);
   TellPluginLines(!result.has_succeeded());
   report_.TellResult(result_, result);
@@ -181,8 +178,9 @@ void Session::UseTheSettings() {
   } else if (complete && (options_.hold || options_.target.live)) {
     BringLoopbackUpIfPrivate();
     report_.TellHolding(getpid());
-    interruption_.Await();
+    interruption_.AwaitSignalOr(layer_->worker().end());
   }
+  NoteEndOfPlugin(options_.command.empty() ? "the hold" : "the command");
 }
 
 void Session::BringLoopbackUpIfPrivate() const {
@@ -197,27 +195,24 @@ bool Session::IsEveryDocumentInForce() const {
                      std::mem_fn(&RequestResult::has_succeeded));
 }
 
-void Session::Release(const Layer& layer) {
-  report_.TellNext("releasing the layer");
-  plugin_output_.Of([&] {
-    try {
-      layer.release->do_Release();
-    } catch (...) {
-      result_.release_thrown = Thrown();
-    }
-  });
-}
-
-void Session::CompareWithBefore() {
+void Session::Release() {
+  if (!result_.plugin_ended) {
+    report_.TellNext("releasing the layer");
+  }
+  result_.release_thrown = layer_->Release();
+  NoteEndOfPlugin("the release");
+  result_.restored_by_kaehost = Restore(before_);
   const Tunables after = ReadTunables();
   result_.not_restored = Compare(before_, after);
   result_.unread = FindUnread(before_, after);
-  TellPluginLines(result_.release_thrown || !result_.may_be_restored());
+  TellPluginLines(result_.release_thrown || result_.plugin_ended ||
+                  !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
   report_.TellRelease(result_);
 }
 
 int Session::Status() const {
-  if (result_.release_thrown || !result_.may_be_restored()) {
+  if (result_.release_thrown || result_.plugin_ended || !result_.restored_by_kaehost.empty() ||
+      !result_.may_be_restored()) {
     return kFailed;
   }
   const auto& requests = result_.requests;

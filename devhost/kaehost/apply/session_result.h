@@ -7,7 +7,7 @@
 
 #include "devhost/kaehost/apply/outcomes.h"
 #include "devhost/kaehost/kernel/tunables.h"
-#include "devhost/libe/request.h"
+#include "devhost/kaehost/plugin/layer_process.h"
 
 // What `kaehost apply` finds out, for its reports.
 
@@ -15,11 +15,10 @@ namespace devhost {
 
 struct RequestResult {
   std::string document;
-  Request request;
-  std::optional<std::string> thrown;  // what do_Configure threw, if it threw
+  LayerReply reply;
   std::vector<Outcome> outcomes;
 
-  bool has_succeeded() const { return request.reply() == Reply::kSuccess && !thrown; }
+  bool has_succeeded() const { return reply.reply == Reply::kSuccess && !reply.thrown; }
 };
 
 struct SessionResult {
@@ -30,7 +29,9 @@ struct SessionResult {
   std::optional<int> interrupted_by;  // a signal that came before the end
   std::optional<int> command_status;  // of the user's command
   std::optional<std::string> release_thrown;
-  std::vector<Change> not_restored;
+  std::optional<std::string> plugin_ended;  // how and during what the plug-in's process ended
+  std::vector<Change> restored_by_kaehost;  // what the plug-in left changed
+  std::vector<Change> not_restored;         // what is still changed after that
   std::vector<Unread> unread;  // tunables of which nobody knows whether they are restored
 
   // Whether all tunables are restored that this user can ever read.

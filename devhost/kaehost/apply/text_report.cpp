@@ -40,6 +40,10 @@ std::string Counts(const std::vector<Outcome>& outcomes) {
   return text.empty() ? "nothing requested, nothing changed" : text;
 }
 
+std::string Counted(std::size_t tunables) {
+  return std::to_string(tunables) + (tunables == 1 ? " tunable" : " tunables");
+}
+
 // What to do about an error reply that the environment causes; empty for other errors.
 std::string Advice(const std::string& detail) {
   if (detail.find("/core/") != std::string::npos && detail.ends_with("Permission denied")) {
@@ -89,10 +93,19 @@ void Report::TellHolding(long process) const {
 
 void Report::TellPluginLines(const std::string& text, bool in_full) const {
   const std::string shown = ForOutput(text);
-  if (style_ == kNormal && !in_full) {
+  const std::string end = shown.empty() || shown.ends_with('\n') ? "" : "\n";
+  if (style_ == kVerbose) {
+    Out() << shown << end << std::flush;
+  } else if (style_ == kNormal && !in_full) {
     Out() << Folded(shown) << std::flush;
   } else if (style_ == kNormal && !shown.empty()) {
-    Out() << shown << (shown.ends_with('\n') ? "" : "\n") << std::endl;
+    Out() << shown << end << std::endl;
+  }
+}
+
+void Report::TellRestored(const std::vector<Change>& changes) const {
+  if (!changes.empty()) {
+    Complain("kaehost restored " + Counted(changes.size()));
   }
 }
 
@@ -104,8 +117,8 @@ void Report::BeginSection() const {
 
 void Report::TellResult(const SessionResult& session, const RequestResult& result) const {
   BeginSection();
-  if (result.thrown) {
-    Complain("the layer's do_Configure threw: " + *result.thrown);
+  if (result.reply.thrown) {
+    Complain("the layer's do_Configure threw: " + *result.reply.thrown);
   }
   TellReply(result);
   TellOutcomes(session, result);
@@ -115,8 +128,8 @@ void Report::TellResult(const SessionResult& session, const RequestResult& resul
 }
 
 void Report::TellReply(const RequestResult& result) const {
-  const Request& request = result.request;
-  switch (request.reply()) {
+  const LayerReply& reply = result.reply;
+  switch (reply.reply) {
     case Reply::kNone:
       Complain("reply: none; the layer did not reply to the request");
       break;
@@ -124,13 +137,13 @@ void Report::TellReply(const RequestResult& result) const {
       Tell("reply: success");
       break;
     case Reply::kError:
-      Complain("reply: error: " + request.error() + ": " + request.detail());
-      if (const std::string advice = Advice(request.detail()); !advice.empty()) {
+      Complain("reply: error: " + reply.error + ": " + reply.detail);
+      if (const std::string advice = Advice(reply.detail); !advice.empty()) {
         Complain(advice);
       }
       break;
   }
-  if (request.answered_again()) {
+  if (reply.answered_again) {
     Complain("the layer replied more than once; only its first reply counts");
   }
 }
@@ -152,19 +165,34 @@ void Report::TellOutcomes(const SessionResult& session, const RequestResult& res
   table.Print(Out());
 }
 
+void Report::TellChanges(const std::vector<Change>& changes) const {
+  Table table({"tunable", "before", "now"});
+  for (const Change& change : changes) {
+    table.Add({change.tunable, change.before, change.after});
+  }
+  PrintUnlessSilent(table);
+}
+
 void Report::TellRelease(const SessionResult& session) const {
   BeginSection();
-  const std::string end = session.release_thrown ? "" : "layer released; ";
-  if (session.release_thrown) {
+  const std::size_t count = session.restored_by_kaehost.size();
+  std::string end = "layer released; ";
+  if (session.plugin_ended) {
+    Complain("the plug-in's process " + *session.plugin_ended + "; kaehost restored " +
+             Counted(count));
+    end.clear();
+  } else if (session.release_thrown) {
     Complain("the layer's do_Release threw: " + *session.release_thrown);
+    end.clear();
+  }
+  if (count > 0 && !session.plugin_ended) {
+    Complain(end + "not restored by the layer, but by kaehost:");
+    TellChanges(session.restored_by_kaehost);
+    end.clear();
   }
   if (!session.not_restored.empty()) {
     Complain(end + "not restored:");
-    Table table({"tunable", "before", "now"});
-    for (const Change& change : session.not_restored) {
-      table.Add({change.tunable, change.before, change.after});
-    }
-    PrintUnlessSilent(table);
+    TellChanges(session.not_restored);
   } else if (session.unread.empty()) {
     Tell(end + "all tunables restored");
   } else if (session.may_be_restored()) {

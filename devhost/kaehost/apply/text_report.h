@@ -30,13 +30,16 @@ class Report {
   // That the settings are held, and by which process; without a report on standard error.
   void TellHolding(long process) const;
 
-  // What the plug-in printed, if it is not shown already: in full, or only the lines that report
-  // an error.
+  // What the plug-in printed: in full, or only the lines that report an error. A verbose report has
+  // it in full, a quiet one has nothing of it.
   void TellPluginLines(const std::string& text, bool in_full) const;
 
   // The reply to a request, the table of outcomes, and a line with counts. A quiet report has only
   // what is wrong and the counts.
   void TellResult(const SessionResult& session, const RequestResult& result) const;
+
+  // What kaehost restored because the plug-in did not.
+  void TellRestored(const std::vector<Change>& changes) const;
 
   // The end of the layer, and whether all tunables are restored.
   void TellRelease(const SessionResult& session) const;
@@ -45,6 +48,7 @@ class Report {
   bool HasNews() const { return style_ == kVerbose || style_ == kNormal; }
   void BeginSection() const;
   void TellReply(const RequestResult& result) const;
+  void TellChanges(const std::vector<Change>& changes) const;
   void TellOutcomes(const SessionResult& session, const RequestResult& result) const;
   void TellUnread(const SessionResult& session) const;
   void PrintUnlessSilent(const Table& table) const;

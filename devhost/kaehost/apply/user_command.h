@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "devhost/kaehost/apply/interruption.h"
+#include "devhost/kaehost/process/interruption.h"
 
 namespace devhost {
 

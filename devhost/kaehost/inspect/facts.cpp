@@ -3,9 +3,13 @@
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "devhost/kaehost/kernel/tunables.h"
+#include "devhost/kaehost/plugin/elf.h"
 #include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/process/worker.h"
 #include "devhost/libe/interning.h"
 
 namespace devhost {
@@ -33,33 +37,59 @@ void Release(const std::string& path, const Layer& layer) {
   }
 }
 
-// Loads the plug-in, lets it make a layer, releases the layer and unloads the plug-in.
-PluginFacts Try(const std::string& path) {
+Json Try(const std::string& path) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();
   const auto microseconds = [start] {
-    return static_cast<long>(
-        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+    return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
   };
   const Plugin plugin(path);
-  PluginFacts facts = {};
-  facts.load_us = microseconds();
+  const auto load_us = microseconds();
   const Layer layer = plugin.NewLayer();
-  facts.layer_us = microseconds();
-  facts.callbacks = CallbacksOf(layer);
-  facts.vocabulary = InternedNames();
+  const auto layer_us = microseconds();
+  const std::vector<std::string> callbacks = CallbacksOf(layer);
+  const std::vector<std::string> vocabulary = InternedNames();
   Release(path, layer);
-  facts.name = plugin.name();
-  facts.version = plugin.version();
-  facts.library = ReadSharedLibrary(path);
+  const SharedLibrary library = ReadSharedLibrary(path);
+  Json facts;
+  facts["error"] = nullptr;
+  facts["plugin"] = path;
+  facts["name"] = plugin.name();
+  facts["version"] = plugin.version();
+  facts["exports"] = library.exports;
+  facts["needs"] = library.needs;
+  facts["run_path"] = library.run_path;
+  facts["callbacks"] = callbacks;
+  facts["load_us"] = load_us;
+  facts["layer_us"] = layer_us;
+  facts["vocabulary"] = vocabulary;
+  facts["status"] = 0;
   return facts;
+}
+
+Json TryOrRefuse(const std::string& path) {
+  try {
+    return Try(path);
+  } catch (const PluginError& error) {
+    return {
+        {"error", error.what()}
+    };
+  }
 }
 
 }  // namespace
 
-PluginFacts FactsOf(const std::string& path) {
+Json FactsOf(const std::string& path, Interruption& interruption) {
   const Tunables before = ReadTunables();
-  PluginFacts facts = Try(path);
+  Worker worker([&path](const Worker::Orders& orders) { orders.Answer(TryOrRefuse(path)); },
+                interruption);
+  Json facts = worker.Answer().value_or(Json());
+  if (!worker.HasEndedWell() || facts.is_null()) {
+    throw PluginError(path + ": the plug-in does not load: its process " + worker.AboutEnd());
+  }
+  if (!facts["error"].is_null()) {
+    throw PluginError(facts["error"].get<std::string>());
+  }
   std::string changed;
   const Tunables after = ReadTunables();
   for (const Change& change : Compare(before, after)) {

@@ -1,6 +1,7 @@
 // kaehost inspect: the options and the help.
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <string>
@@ -11,7 +12,7 @@
 #include "devhost/kaehost/inspect/report.h"
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/plugin.h"
-#include "devhost/kaehost/plugin/plugin_output.h"
+#include "devhost/kaehost/process/interruption.h"
 #include "devhost/kaehost/text/json.h"
 #include "devhost/kaehost/text/output.h"
 
@@ -29,7 +30,7 @@ Examples:
 
 Exit status:
   0   the plug-in loads and makes a layer that can be used
-  1   the plug-in ended the process, or a tunable cannot be read
+  1   a tunable cannot be read, or another failure
   2   the command line is bad
   3   the plug-in does not load, makes no such layer, or changes tunables
       without a request
@@ -57,12 +58,13 @@ int Fail(const Options& options, ExitStatus status, const std::string& sentence)
 
 int Inspect(const Options& options) try {
   EnterPrivateNamespace();
-  PluginOutput progress(PluginOutput::kDropped);
-  const PluginFacts facts = progress.Of([&] { return FactsOf(options.plugin); });
+  constexpr std::chrono::seconds kPatience(5);
+  Interruption interruption(kPatience);
+  const Json facts = FactsOf(options.plugin, interruption);
   if (options.json) {
-    Out() << JsonText(ToJson(options.plugin, facts)) << '\n';
+    Out() << JsonText(facts) << '\n';
   } else if (!options.quiet) {
-    Tell(options.plugin, facts);
+    Tell(facts);
   }
   return kDone;
 } catch (const std::exception& error) {

@@ -2,9 +2,10 @@
 
 #include <cstring>
 #include <iomanip>
+#include <ostream>
+#include <string>
 #include <vector>
 
-#include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/output.h"
 
@@ -33,37 +34,21 @@ std::string Listed(const std::vector<std::string>& names) {
 
 }  // namespace
 
-void Tell(const std::string& path, const PluginFacts& facts) {
+void Tell(const Json& facts) {
   const auto tell = [](const char* title, const std::string& text) {
     Out() << std::left << std::setw(kTitleWidth) << title << text << '\n';
   };
-  tell("plug-in", Visible(path));
-  tell("name", Visible(facts.name));
-  tell("version", Visible(facts.version));
-  tell("exports", Listed(facts.library.exports));
-  tell("needs", Listed(facts.library.needs));
-  tell("run path", facts.library.run_path.empty() ? "none" : Visible(facts.library.run_path));
-  tell("callbacks", Listed(facts.callbacks));
-  tell("ready in", std::to_string(facts.load_us) + " us");
-  tell("layer in", std::to_string(facts.layer_us) + " us");
-  tell("vocabulary", Listed(facts.vocabulary));
-}
-
-Json ToJson(const std::string& path, const PluginFacts& facts) {
-  Json json;
-  json["error"] = nullptr;
-  json["plugin"] = path;
-  json["name"] = facts.name;
-  json["version"] = facts.version;
-  json["exports"] = facts.library.exports;
-  json["needs"] = facts.library.needs;
-  json["run_path"] = facts.library.run_path;
-  json["callbacks"] = facts.callbacks;
-  json["load_us"] = facts.load_us;
-  json["layer_us"] = facts.layer_us;
-  json["vocabulary"] = facts.vocabulary;
-  json["status"] = int{kDone};
-  return json;
+  const std::string run_path = facts["run_path"];
+  tell("plug-in", Visible(facts["plugin"].get<std::string>()));
+  tell("name", Visible(facts["name"].get<std::string>()));
+  tell("version", Visible(facts["version"].get<std::string>()));
+  tell("exports", Listed(facts["exports"]));
+  tell("needs", Listed(facts["needs"]));
+  tell("run path", run_path.empty() ? "none" : Visible(run_path));
+  tell("callbacks", Listed(facts["callbacks"]));
+  tell("ready in", facts["load_us"].dump() + " us");
+  tell("layer in", facts["layer_us"].dump() + " us");
+  tell("vocabulary", Listed(facts["vocabulary"]));
 }
 
 }  // namespace devhost

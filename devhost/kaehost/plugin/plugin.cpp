@@ -1,31 +1,16 @@
 #include "devhost/kaehost/plugin/plugin.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <system_error>
 
 #include "devhost/kaehost/plugin/elf.h"
-#include "devhost/kaehost/plugin/plugin_output.h"
 #include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
-
-bool plugin_runs = false;
-
-void FailIfPluginRuns() {
-  if (plugin_runs) {
-    PluginOutput::ShowWhatIsHeld();
-    std::fflush(stdout);
-    std::fputs("kaehost: the plug-in ended the process\n", stderr);
-    _exit(EXIT_FAILURE);
-  }
-}
 
 // Adds a slash, so that the loader does not search for the name in other folders.
 std::string WithSlash(const std::string& path) {
@@ -60,13 +45,6 @@ std::string Thrown() {
   }
 }
 
-Plugin::Running::Running() {
-  static const int registered = std::atexit(FailIfPluginRuns);
-  plugin_runs = registered == 0;
-}
-
-Plugin::Running::~Running() { plugin_runs = false; }
-
 void Plugin::Unload::operator()(void* library) const { dlclose(library); }
 
 template <class Operation>
@@ -79,6 +57,10 @@ auto Plugin::Call(const char* name, Operation operation) const {
 }
 
 Plugin::Plugin(const std::string& path) : path_(path) {
+  std::error_code unreadable;
+  if (std::filesystem::is_fifo(path, unreadable)) {
+    throw PluginError(path + ": the plug-in does not load: not a regular file");
+  }
   if (LacksItsEnd(path)) {
     throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
   }

@@ -45,18 +45,10 @@ class Plugin {
     void operator()(void* library) const;
   };
 
-  // Exists while the plug-in can run. If the plug-in ends the process, the exit status is a
-  // failure.
-  struct Running {
-    Running();
-    ~Running();
-  };
-
   // Returns what `operation` returns. Whatever it throws becomes a PluginError with its name.
   template <class Operation>
   auto Call(const char* name, Operation operation) const;
 
-  Running running_;  // first and last: it must enclose all calls
   std::string path_;
   std::unique_ptr<void, Unload> library_;
   kaePlugin* plugin_ = nullptr;

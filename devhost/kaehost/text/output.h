@@ -1,13 +1,14 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <string_view>
 
 namespace devhost {
 
-// Standard output with its own state. A plug-in can set a failed state or a format in std::cout;
-// that must not suppress or change the report about it.
+// Standard output.
 std::ostream& Out();
 
 // Prints "kaehost: " and the sentence as one line on standard error.
@@ -19,5 +20,18 @@ bool IsTerminal();
 // Returns lines of a plug-in for standard output: as they are, but for a terminal with the control
 // characters made visible.
 std::string ForOutput(const std::string& lines);
+
+// During its lifetime, a write to standard output can block without blocking this process for ever:
+// ten times a second, `give_up` decides, from the time when the write began, whether to give it up.
+// Out() has failed then. One object at a time.
+class BlockedOutput {
+ public:
+  using GiveUp = std::function<bool(std::chrono::steady_clock::time_point begin)>;
+
+  explicit BlockedOutput(GiveUp give_up);
+  ~BlockedOutput();
+  BlockedOutput(const BlockedOutput&) = delete;
+  BlockedOutput& operator=(const BlockedOutput&) = delete;
+};
 
 }  // namespace devhost

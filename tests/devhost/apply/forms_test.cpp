@@ -122,7 +122,9 @@ TEST_F(Forms, QuietTellsWhatIsNotBack) {
   const Outcome run =
       Kaehost({"apply", "--quiet", document_, "--plugin", TestPlugin("restores_nothing")});
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not restored:\n  tunable "));
+  EXPECT_THAT(
+      run.out,
+      HasSubstr("kaehost: layer released; not restored by the layer, but by kaehost:\n  tunable "));
   EXPECT_THAT(run.out, Not(HasSubstr("[do_")));
 }
 

@@ -90,8 +90,10 @@ TEST_F(Json, TellsErrorsToo) {
 
   const json left = json::parse(
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("restores_nothing")}).out);
-  EXPECT_EQ(left["restored"], false);
-  EXPECT_THAT(left["not_restored"], Contains(json::parse(R"({
+  EXPECT_EQ(left["status"], 1);
+  EXPECT_EQ(left["restored"], true);
+  EXPECT_THAT(left["not_restored"], IsEmpty());
+  EXPECT_THAT(left["restored_by_kaehost"], Contains(json::parse(R"({
       "tunable": "ipv4/tcp_sack", "before": "1", "now": "0"})")));
 
   const json stopped = json::parse(

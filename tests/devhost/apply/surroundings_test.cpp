@@ -107,7 +107,7 @@ class Surroundings : public testing::Test {
 TEST_F(Surroundings, TunablesOutsideStayAsTheyAre) {
   const std::vector<std::string> before = TunablesHere();
   const Outcome run = Kaehost({"apply", document_, "--plugin", TestPlugin("restores_nothing")});
-  ASSERT_THAT(run.out, AllOf(HasSubstr("not restored:"), HasSubstr("ipv4/tcp_sack "),
+  ASSERT_THAT(run.out, AllOf(HasSubstr("not restored by the layer"), HasSubstr("ipv4/tcp_sack "),
                              HasSubstr("port_range ")));
   EXPECT_EQ(TunablesHere(), before);
 }

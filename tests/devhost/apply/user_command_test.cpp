@@ -122,7 +122,8 @@ TEST_F(Command, CannotHideThatATunableIsNotBack) {
       {"apply", document_, "--plugin", TestPlugin("restores_nothing"), "--", "sh", "-c", "exit 7"});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: sh: ended with status 7\n"));
-  EXPECT_THAT(run.out, HasSubstr("kaehost: layer released; not restored:\n"));
+  EXPECT_THAT(run.out,
+              HasSubstr("kaehost: layer released; not restored by the layer, but by kaehost:\n"));
 }
 
 TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {

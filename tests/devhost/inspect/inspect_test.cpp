@@ -244,10 +244,12 @@ TEST(Inspect, TellsOfAPlugInThatThrowsAtItsEndAllTheSame) {
 }
 
 TEST(Inspect, TellsOfAPlugInThatEndsTheProcess) {
-  const Outcome run = Kaehost({"inspect", TestPlugin("exits_when_asked")});
-  EXPECT_EQ(run.status, 1);
+  const std::string path = TestPlugin("exits_when_asked");
+  const Outcome run = Kaehost({"inspect", path});
+  EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, "kaehost: the plug-in ended the process\n");
+  EXPECT_EQ(run.err,
+            "kaehost: " + path + ": the plug-in does not load: its process ended with status 0\n");
 }
 
 TEST(Inspect, NeedsAPrivateNamespace) {

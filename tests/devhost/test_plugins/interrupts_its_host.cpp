@@ -9,7 +9,7 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
-    kill(getpid(), SIGTERM);
+    kill(getppid(), SIGTERM);
     return request->SendSuccess(nullptr);
   }
 };

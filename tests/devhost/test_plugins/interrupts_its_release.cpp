@@ -9,7 +9,7 @@
 class Layer : public WorkingLayer {
  public:
   void do_Release() override {
-    kill(getpid(), SIGTERM);
+    kill(getppid(), SIGTERM);
     WorkingLayer::do_Release();
   }
 };

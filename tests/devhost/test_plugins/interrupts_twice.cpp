@@ -1,4 +1,4 @@
-// Interrupts its host by two signals in a request. SIGHUP has the lower number and comes first.
+// Interrupts its host by two signals in a request, one after the other.
 
 #include <unistd.h>
 
@@ -9,8 +9,9 @@
 class Layer : public WorkingLayer {
  public:
   bool do_Configure(kaeRequest* request, const kaml_content* /*content*/) override {
-    kill(getpid(), SIGTERM);
-    kill(getpid(), SIGHUP);
+    kill(getppid(), SIGHUP);
+    usleep(100'000);
+    kill(getppid(), SIGTERM);
     return request->SendSuccess(nullptr);
   }
 };

@@ -8,7 +8,7 @@
 
 class Plugin : public WorkingPlugin {
   kaeCPLayer* GetNewLayer() override {
-    kill(getpid(), SIGTERM);
+    kill(getppid(), SIGTERM);
     return WorkingPlugin::GetNewLayer();
   }
 };

@@ -1,0 +1,120 @@
+#include "devhost/kaehost/plugin/layer_process.h"
+
+#include "devhost/kaehost/plugin/plugin.h"
+
+namespace devhost {
+namespace {
+
+// In the process of the plug-in.
+
+Json Configured(const Layer& layer, const Document& document) {
+  Request request;
+  Json answer;
+  try {
+    layer.configure->do_Configure(&request, document.contents());
+  } catch (...) {
+    answer["thrown"] = Thrown();
+  }
+  answer["reply"] = request.reply();
+  answer["error"] = request.error();
+  answer["detail"] = request.detail();
+  answer["answered_again"] = request.answered_again();
+  return answer;
+}
+
+Json Released(const Layer& layer) {
+  try {
+    layer.release->do_Release();
+  } catch (...) {
+    return {
+        {"thrown", Thrown()}
+    };
+  }
+  return Json::object();
+}
+
+Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
+              const Worker::Orders& orders) {
+  orders.Answer({
+      {"plugin", plugin.name() + ", version " + plugin.version()}
+  });
+  if (!orders.Next()) {
+    return Json::object();
+  }
+  const Layer layer = plugin.NewLayer();
+  orders.Answer(Json::object());
+  while (const std::optional<int> document = orders.Next()) {
+    orders.Answer(Configured(layer, documents[static_cast<std::size_t>(*document)]));
+  }
+  return Released(layer);
+}
+
+// The last answer comes after the plug-in is unloaded.
+void Serve(const std::string& path, const std::vector<Document>& documents,
+           const Worker::Orders& orders) {
+  Json last;
+  try {
+    last = LeadLife(Plugin(path), documents, orders);
+  } catch (const PluginError& error) {
+    last["refused"] = error.what();
+  }
+  orders.Answer(last);
+}
+
+std::optional<std::string> Thrown(const Json& answer) {
+  return answer.contains("thrown") ? std::optional(answer["thrown"].get<std::string>())
+                                   : std::nullopt;
+}
+
+}  // namespace
+
+LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>& documents,
+                           Interruption& interruption)
+    : path_(path),
+      worker_([&](const Worker::Orders& orders) { Serve(path, documents, orders); }, interruption) {
+}
+
+void LayerProcess::ThrowIfRefused(const std::optional<Json>& answer) {
+  if (!answer) {
+    throw PluginError(path_ + ": the plug-in does not load: its process " + worker_.AboutEnd());
+  }
+  if (answer->contains("refused")) {
+    throw PluginError((*answer)["refused"].get<std::string>());
+  }
+}
+
+std::string LayerProcess::AwaitPlugin() {
+  const std::optional<Json> answer = worker_.Answer();
+  ThrowIfRefused(answer);
+  return (*answer)["plugin"].get<std::string>();
+}
+
+void LayerProcess::MakeLayer() {
+  worker_.Order(0);
+  ThrowIfRefused(worker_.Answer());
+}
+
+std::optional<LayerReply> LayerProcess::Configure(std::size_t document) {
+  worker_.Order(static_cast<int>(document));
+  const std::optional<Json> answer = worker_.Answer();
+  if (!answer) {
+    worker_.HasEndedWell();
+    return std::nullopt;
+  }
+  return LayerReply{(*answer)["reply"].get<Reply>(), (*answer)["error"].get<std::string>(),
+                    (*answer)["detail"].get<std::string>(), (*answer)["answered_again"].get<bool>(),
+                    Thrown(*answer)};
+}
+
+std::optional<std::string> LayerProcess::Release() {
+  worker_.EndOrders();
+  const std::optional<Json> answer = worker_.Answer();
+  is_released_ = worker_.HasEndedWell() && answer;
+  return answer ? Thrown(*answer) : std::nullopt;
+}
+
+std::optional<std::string> LayerProcess::AboutEnd() {
+  return worker_.HasEnded() && !is_released_ ? std::optional(worker_.AboutEnd()) : std::nullopt;
+}
+
+}  // namespace devhost

@@ -1,0 +1,124 @@
+#include "devhost/kaehost/process/interruption.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <vector>
+
+namespace devhost {
+namespace {
+
+// nohup does so with SIGHUP, and a shell with SIGINT in its background jobs.
+bool IsIgnored(int signal) {
+  struct sigaction found = {};
+  sigaction(signal, nullptr, &found);
+  return found.sa_handler == SIG_IGN;
+}
+
+}  // namespace
+
+Interruption::Interruption(std::chrono::seconds patience) : patience_(patience) {
+  sigemptyset(&awaited_);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    if (!IsIgnored(signal)) {
+      sigaddset(&awaited_, signal);
+    }
+  }
+  std::signal(SIGCHLD, SIG_DFL);  // if it is ignored, children end unnoticed
+  descriptor_ = signalfd(-1, &awaited_, SFD_CLOEXEC);
+  if (descriptor_ < 0) {
+    throw std::system_error(errno, std::generic_category(), "cannot wait for signals");
+  }
+  sigset_t blocked = awaited_;
+  sigaddset(&blocked, SIGCHLD);
+  sigprocmask(SIG_BLOCK, &blocked, &mask_before_);
+}
+
+// Signals that come at the end have nothing left to interrupt.
+Interruption::~Interruption() {
+  Came();
+  close(descriptor_);
+  sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
+}
+
+void Interruption::Note(int signal) {
+  if (!came_) {
+    came_ = signal;
+    came_at_ = Clock::now();
+  }
+}
+
+std::optional<int> Interruption::Came() {
+  const timespec at_once = {};
+  for (int signal = 0; (signal = sigtimedwait(&awaited_, nullptr, &at_once)) > 0;) {
+    Note(signal);
+  }
+  return came_;
+}
+
+Interruption::Clock::duration Interruption::TimeLeft(Clock::time_point begin) const {
+  return std::max(begin, came_at_) + patience_ - Clock::now();
+}
+
+bool Interruption::IsOutOfPatience(Clock::time_point begin) {
+  return Came() && TimeLeft(begin) <= Clock::duration::zero();
+}
+
+bool Interruption::AwaitReadable(std::initializer_list<int> descriptors) {
+  const Clock::time_point begin = Clock::now();
+  std::vector<pollfd> polled = {
+      {descriptor_, POLLIN, 0}
+  };
+  for (const int descriptor : descriptors) {
+    polled.push_back({descriptor, POLLIN, 0});
+  }
+  for (int timeout = -1;;) {
+    poll(polled.data(), polled.size(), timeout);
+    if (std::any_of(polled.begin() + 1, polled.end(),
+                    [](const pollfd& one) { return one.revents != 0; })) {
+      return true;
+    }
+    if (IsOutOfPatience(begin)) {
+      return false;
+    }
+    if (came_) {
+      timeout =
+          static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(TimeLeft(begin)).count());
+    }
+  }
+}
+
+void Interruption::AwaitSignalOr(int descriptor) {
+  pollfd polled[] = {
+      {descriptor_, POLLIN, 0},
+      {descriptor,  POLLIN, 0}
+  };
+  while (!Came() && polled[1].revents == 0) {
+    poll(polled, std::size(polled), -1);
+  }
+}
+
+int Interruption::AwaitEnd(pid_t child) {
+  sigset_t awaited = awaited_;
+  sigaddset(&awaited, SIGCHLD);
+  int status = 0;
+  while (waitpid(child, &status, WNOHANG) == 0) {
+    siginfo_t info = {};
+    const int signal = sigwaitinfo(&awaited, &info);
+    if (signal > 0 && signal != SIGCHLD) {
+      Note(signal);
+      if (info.si_code != SI_KERNEL) {
+        kill(child, signal);
+      }
+    }
+  }
+  constexpr int kSignalled = 128;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : kSignalled + WTERMSIG(status);
+}
+
+}  // namespace devhost

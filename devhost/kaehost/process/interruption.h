@@ -1,0 +1,59 @@
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <initializer_list>
+#include <optional>
+
+namespace devhost {
+
+// During its lifetime, SIGINT, SIGTERM, SIGHUP and SIGQUIT stay pending until a function below
+// takes them. So none of them ends the process before the tunables are restored. Signals that the
+// process ignores stay ignored. Other signals still end it. For a process with one thread; one
+// object at a time.
+class Interruption {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // `patience` is how long after a signal to wait for what does not end by itself.
+  // Throws std::system_error.
+  explicit Interruption(std::chrono::seconds patience);
+  ~Interruption();
+  Interruption(const Interruption&) = delete;
+  Interruption& operator=(const Interruption&) = delete;
+
+  // Returns the first signal that has come, if any.
+  std::optional<int> Came();
+
+  // Returns whether a signal has come and `patience` has passed since then and since `begin`.
+  bool IsOutOfPatience(Clock::time_point begin);
+
+  // Waits until one of the descriptors is readable. Returns false if it ran out of patience first.
+  bool AwaitReadable(std::initializer_list<int> descriptors);
+
+  // Waits until a signal comes or the descriptor is readable.
+  void AwaitSignalOr(int descriptor);
+
+  // Waits until the process `child` ends. Returns its status as a shell shows it. Sends it the
+  // signals that come, except those of a terminal: the terminal sends them to both.
+  int AwaitEnd(pid_t child);
+
+  std::chrono::seconds patience() const { return patience_; }
+
+  // The signals that were blocked before. A program that is started must have the same mask.
+  const sigset_t& mask_before() const { return mask_before_; }
+
+ private:
+  Clock::duration TimeLeft(Clock::time_point begin) const;
+
+  void Note(int signal);
+
+  const std::chrono::seconds patience_;
+  sigset_t awaited_;
+  sigset_t mask_before_;
+  int descriptor_;  // readable while a signal is pending
+  std::optional<int> came_;
+  Clock::time_point came_at_;
+};
+
+}  // namespace devhost

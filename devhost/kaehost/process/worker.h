@@ -1,0 +1,87 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "devhost/kaehost/process/interruption.h"
+#include "devhost/kaehost/text/json.h"
+
+namespace devhost {
+
+// A process that works for this one, for work that may do anything to its process: crash, end it,
+// block, or change its standard streams, signals and descriptors. This one only sends orders and
+// reads answers. The worker knows when this one dies: then it has no more orders.
+class Worker {
+ public:
+  // The worker's side, in its process.
+  class Orders {
+   public:
+    // Waits for the next order. Returns none if there are no more.
+    std::optional<int> Next() const;
+
+    // Answers. What the work has printed until then is visible to the other side.
+    void Answer(const Json& answer) const;
+
+   private:
+    friend class Worker;
+    explicit Orders(int socket) : socket_(socket) {}
+
+    const int socket_;
+  };
+
+  // Starts a process that does `work` and ends. Its standard output is kept here. Throws
+  // std::system_error.
+  Worker(const std::function<void(const Orders&)>& work, Interruption& interruption);
+
+  // Lets the worker end; kills it if it does not end in time after a signal.
+  ~Worker();
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  // Sends an order.
+  void Order(int order) const;
+
+  // There are no more orders.
+  void EndOrders() const;
+
+  // Waits for the next answer. Returns none if the worker ended without it.
+  std::optional<Json> Answer();
+
+  // Waits for the end of the worker. Returns whether its work was done.
+  bool HasEndedWell();
+
+  // Waits for it too. Returns how the worker ended: "was killed by signal 11 (Segmentation fault)".
+  std::string AboutEnd();
+
+  // Readable when the worker has ended.
+  int end() const { return end_; }
+
+  // Returns whether it has ended.
+  bool HasEnded() const;
+
+  // Returns what it has printed and was not yet taken.
+  std::string TakeOutput();
+
+  // Returns all that it has printed.
+  std::string Output() const { return OutputFrom(0); }
+
+ private:
+  [[noreturn]] void Work(const std::function<void(const Orders&)>& work, int socket) const noexcept;
+  std::string OutputFrom(std::size_t begin) const;
+  std::string Receive(std::size_t size);
+
+  Interruption& interruption_;
+  int output_ = -1;  // a file without a name
+  std::size_t taken_ = 0;
+  int socket_ = -1;
+  pid_t process_ = -1;
+  int end_ = -1;
+  std::optional<int> status_;  // of waitpid
+  bool is_given_up_ = false;
+};
+
+}  // namespace devhost

@@ -1,0 +1,267 @@
+// Whatever a plug-in does to its process, and whoever dies: every tunable is restored, and kaehost
+// says what happened. "The machine's own" tunables are those of the test's private namespace.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "devhost/kaehost/kernel/scratch_files.h"
+#include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const std::map<std::string, std::string> kEnds = {
+    {"crash", "was killed by signal 11 (Segmentation fault)"},
+    {"abort", "was killed by signal 6 (Aborted)"},
+    {"_exit", "ended with status 0"},
+    {"kill", "was killed by signal 9 (Killed)"},
+};
+
+class PluginProcess : public testing::Test {
+ protected:
+  PluginProcess() {
+    devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
+  }
+
+  // Runs kaehost to its end. Expects that all tunables are as before.
+  Outcome Apply(const std::string& misbehaves, std::vector<std::string> arguments) const {
+    setenv("MISBEHAVES", misbehaves.c_str(), 1);
+    arguments.insert(arguments.begin(), {"apply", "--live", "--plugin", plugin_});
+    Outcome run = Kaehost(arguments);
+    EXPECT_EQ(devhost::ReadTunables(), before_) << misbehaves;
+    return run;
+  }
+
+  // Waits until all tunables are as before, which can be a moment after kaehost has died.
+  void ExpectRestoredSoon() const {
+    for (int i = 0; i < 500 && devhost::ReadTunables() != before_; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(devhost::ReadTunables(), before_);
+  }
+
+  // Starts a session that waits in `misbehaves`.
+  std::unique_ptr<RunningKaehost> Start(const std::string& misbehaves,
+                                        std::vector<std::string> arguments) const {
+    setenv("MISBEHAVES", misbehaves.c_str(), 1);
+    arguments.insert(arguments.begin(), {"apply", "--live", "--plugin", plugin_});
+    return std::make_unique<RunningKaehost>(arguments);
+  }
+
+  static bool IsAlive(const std::string& process) {
+    std::ifstream stat("/proc/" + process + "/stat");
+    std::string number;
+    std::string name;
+    std::string state;
+    return stat >> number >> name >> state && state != "Z";
+  }
+
+  // Waits until the plug-in has changed the tunable.
+  static void AwaitChange() {
+    std::string value;
+    for (int i = 0; i < 1000 && value != "0"; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      std::ifstream("/proc/sys/net/ipv4/tcp_sack") >> value;
+    }
+    ASSERT_EQ(value, "0");
+  }
+
+  const TempFolder folder_;
+  const std::string plugin_ = TestPlugin("misbehaves");
+  const std::string first_ = folder_.Write("first.xml", "<tcp-settings/>");
+  const std::string second_ = folder_.Write("second.xml", "<tcp-settings/>");
+  const std::string settings_ =
+      folder_.Write("settings.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
+  const devhost::Tunables before_ = devhost::ReadTunables();
+};
+
+}  // namespace
+
+TEST_F(PluginProcess, ThatEndsInARequestIsReportedAndKaehostRestores) {
+  for (const auto& [deed, end] : kEnds) {
+    const Outcome run = Apply("do_Configure " + deed, {first_, second_, "--", "echo", "run"});
+    EXPECT_EQ(run.status, 1) << deed;
+    EXPECT_THAT(run.out, HasSubstr("\nkaehost: the plug-in's process " + end +
+                                   " during request 1 of 2: " + first_ +
+                                   "; kaehost restored 1 tunable\n"
+                                   "kaehost: all tunables restored\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nkaehost: not delivered: " + second_ + "\n"));
+    EXPECT_THAT(run.out, HasSubstr("\nkaehost: echo: not run, because a request failed\n"));
+    EXPECT_THAT(run.out, Not(HasSubstr("releasing the layer")));
+    EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +overridden +1 +- +0\n"));
+  }
+}
+
+TEST_F(PluginProcess, ThatEndsInTheReleaseIsReportedAndKaehostRestores) {
+  for (const std::string moment : {"do_Release", "CleanupPlugin", "destructor"}) {
+    for (const auto& [deed, end] : kEnds) {
+      const Outcome run = Apply(moment + ' ' + deed, {"--quiet", first_, "--", "true"});
+      EXPECT_EQ(run.status, 1) << moment << ' ' << deed;
+      EXPECT_THAT(run.out, EndsWith("kaehost: the plug-in's process " + end +
+                                    " during the release; kaehost restored 1 tunable\n"));
+    }
+  }
+}
+
+TEST_F(PluginProcess, ThatEndsBeforeTheFirstRequestIsAPluginThatDoesNotLoad) {
+  for (const std::string moment : {"constructor", "InitPlugin", "GetNewLayer"}) {
+    for (const auto& [deed, end] : kEnds) {
+      const Outcome run = Apply(moment + ' ' + deed, {first_});
+      EXPECT_EQ(run.status, 3) << moment << ' ' << deed;
+      EXPECT_EQ(run.err, "kaehost: " + plugin_ + ": the plug-in does not load: its process " + end +
+                             "; nothing was delivered\n");
+      EXPECT_THAT(run.out, EndsWith("\nkaehost: kaehost restored 1 tunable\n"));
+    }
+  }
+}
+
+TEST_F(PluginProcess, ThatEndsDuringTheCommandIsReportedAfterIt) {
+  const Outcome run = Apply("", {first_, "--", "sh", "-c",
+                                 "for process in $(cat /proc/$PPID/task/$PPID/children); do "
+                                 "[ $process = $$ ] || kill -9 $process; done; sleep 0.1"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("kaehost: the plug-in's process was killed by signal 9 (Killed) "
+                                 "during the command; kaehost restored 0 tunables\n"));
+}
+
+TEST_F(PluginProcess, ThatEndsIsInTheJson) {
+  const json report = json::parse(Apply("do_Configure crash", {"--json", first_}).out);
+  EXPECT_EQ(report["plugin_ended"],
+            "was killed by signal 11 (Segmentation fault) during request 1 of 1: " + first_);
+  EXPECT_EQ(report["restored_by_kaehost"],
+            json::parse(R"([{"tunable": "ipv4/tcp_sack", "before": "1", "now": "0"}])"));
+  EXPECT_EQ(report["requests"][0]["reply"], "none");
+  EXPECT_EQ(report["restored"], true);
+  EXPECT_EQ(report["status"], 1);
+
+  const json unloaded = json::parse(Apply("InitPlugin crash", {"--json", first_}).out);
+  EXPECT_THAT(unloaded["error"].get<std::string>(), HasSubstr("Segmentation fault"));
+  EXPECT_EQ(unloaded["status"], 3);
+}
+
+TEST_F(PluginProcess, ThatDoesNotReturnAfterASignalIsKilled) {
+  const std::string killed = "did not return within 1 s after a signal and was killed";
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    const auto kaehost = Start("do_Configure hang", {"--kill-after", "1", first_});
+    AwaitChange();
+    kill(kaehost->pid(), signal);
+    const Outcome run = kaehost->Finish();
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out,
+                HasSubstr("kaehost: the plug-in's process " + killed +
+                          " during request 1 of 1: " + first_ + "; kaehost restored 1 tunable\n"));
+    EXPECT_EQ(devhost::ReadTunables(), before_);
+  }
+  const auto loading = Start("constructor hang", {"--kill-after=1", first_});
+  AwaitChange();
+  kill(loading->pid(), SIGTERM);
+  const Outcome run = loading->Finish();
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "kaehost: " + plugin_ + ": the plug-in does not load: its process " + killed +
+                         "; nothing was delivered\n");
+  EXPECT_EQ(devhost::ReadTunables(), before_);
+}
+
+TEST_F(PluginProcess, IsWaitedForOnlyUntilItsOwnEnd) {
+  const Outcome run = Apply("do_Configure leave a child", {first_});
+  EXPECT_THAT(run.out, HasSubstr("process ended with status 0 during request 1 of 1"));
+}
+
+TEST_F(PluginProcess, CannotSpoilTheReport) {
+  const Outcome run = Apply("do_Configure spoil the process",
+                            {first_, "--", "sh", "-c", "echo \"$MISBEHAVES\" $(pwd)"});
+  EXPECT_EQ(run.status, 0) << run.out << run.err;
+  EXPECT_THAT(run.out, HasSubstr("\ndo_Configure spoil the process " +
+                                 std::filesystem::current_path().string() + "\n"));
+  EXPECT_THAT(run.out, EndsWith("\nkaehost: layer released; all tunables restored\n"));
+}
+
+TEST_F(PluginProcess, ThatCannotAnswerIsReported) {
+  const Outcome run = Apply("do_Configure close all descriptors", {first_});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out,
+              HasSubstr("kaehost: the plug-in's process ended with status 0 during request "
+                        "1 of 1: "));
+}
+
+TEST_F(PluginProcess, ReleasesTheLayerIfKaehostDies) {
+  RunningKaehost kaehost({"apply", "--live", settings_});
+  ASSERT_TRUE(kaehost.HasSaid("kaehost: holding"));
+  AwaitChange();
+  kill(kaehost.pid(), SIGKILL);
+  EXPECT_EQ(kaehost.Finish().status, 128 + SIGKILL);
+  ExpectRestoredSoon();
+}
+
+TEST_F(PluginProcess, EndsInTimeIfKaehostDiesAndItCannotRelease) {
+  const std::unique_ptr<RunningKaehost> kaehost =
+      Start("do_Configure sleep", {"--kill-after=1", first_});
+  AwaitChange();
+  const std::string path = "/proc/" + std::to_string(kaehost->pid());
+  std::string worker;
+  std::ifstream(path + "/task/" + std::to_string(kaehost->pid()) + "/children") >> worker;
+  ASSERT_TRUE(IsAlive(worker));
+  kill(kaehost->pid(), SIGKILL);
+  kaehost->Finish();
+  EXPECT_TRUE(IsAlive(worker));
+  for (int i = 0; i < 300 && IsAlive(worker); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_FALSE(IsAlive(worker));
+}
+
+TEST_F(PluginProcess, IsReleasedAfterASignalAlsoIfNobodyReadsTheReport) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  fcntl(ends[1], F_SETPIPE_SZ, 1);  // becomes a page
+  RunningKaehost kaehost({"apply", "--live", "--verbose", "--kill-after=1", settings_},
+                         [&ends] { dup2(ends[1], STDOUT_FILENO); });
+  AwaitChange();
+  kill(kaehost.pid(), SIGTERM);
+  const Outcome run = kaehost.Finish();
+  close(ends[0]);
+  close(ends[1]);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "kaehost: cannot write standard output; what it shows is incomplete\n");
+  EXPECT_EQ(devhost::ReadTunables(), before_);
+}
+
+TEST_F(PluginProcess, IsNotStartedForAFifo) {
+  const std::string fifo = folder_.Path("fifo.so");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const Outcome run = Apply("", {first_, "--plugin", fifo});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err,
+            "kaehost: " + fifo +
+                ": the plug-in does not load: not a regular file; nothing was delivered\n");
+}
+
+TEST_F(PluginProcess, ThatCrashesInInspectIsReported) {
+  setenv("MISBEHAVES", "InitPlugin crash", 1);
+  const Outcome run = Kaehost({"inspect", plugin_});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "kaehost: " + plugin_ +
+                         ": the plug-in does not load: its process was killed by signal 11 "
+                         "(Segmentation fault)\n");
+}

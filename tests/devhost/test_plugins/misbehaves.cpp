@@ -1,0 +1,106 @@
+// Changes a tunable and then misbehaves, as the environment variable MISBEHAVES says: "MOMENT
+// DEED".
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include "tests/devhost/test_plugins/working_plugin.h"
+
+namespace {
+
+void Do(const std::string& deed) {
+  if (deed == "crash") {
+    std::raise(SIGSEGV);
+  } else if (deed == "abort") {
+    std::abort();
+  } else if (deed == "_exit") {
+    _exit(EXIT_SUCCESS);
+  } else if (deed == "kill") {
+    kill(getpid(), SIGKILL);
+  } else if (deed == "hang") {
+    sigset_t none;
+    sigfillset(&none);
+    sigprocmask(SIG_BLOCK, &none, nullptr);
+    for (;;) {
+      pause();
+    }
+  } else if (deed == "sleep") {
+    for (;;) {
+      pause();
+    }
+  } else if (deed == "leave a child") {
+    if (fork() == 0) {
+      prctl(PR_SET_PDEATHSIG, 0);
+      sleep(60);
+      _exit(EXIT_SUCCESS);
+    }
+    _exit(EXIT_SUCCESS);
+  } else if (deed == "spoil the process") {
+    // stdout is full from now on, and std::cout throws.
+    std::cout.sync_with_stdio(false);
+    std::cout << "lost";
+    std::cout.exceptions(std::ios::badbit | std::ios::failbit);
+    const int full = open("/dev/full", O_WRONLY);
+    dup2(full, STDOUT_FILENO);
+    close(full);
+    std::signal(SIGCHLD, SIG_IGN);
+    std::signal(SIGALRM, SIG_IGN);
+    sigset_t all;
+    sigfillset(&all);
+    sigprocmask(SIG_UNBLOCK, &all, nullptr);
+    fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
+    [[maybe_unused]] const int ignored = chdir("/");
+    clearenv();
+  } else if (deed == "close all descriptors") {
+    closefrom(0);
+  }
+}
+
+void Pass(const std::string& moment) {
+  const char* found = std::getenv("MISBEHAVES");
+  const std::string misbehaves = found != nullptr ? found : "";
+  if (misbehaves.starts_with(moment + ' ')) {
+    WriteTunable("ipv4/tcp_sack", "0");
+    Do(misbehaves.substr(moment.size() + 1));
+  }
+}
+
+class Layer : public WorkingLayer {
+ public:
+  bool do_Configure(kaeRequest* request, const kaml_content* content) override {
+    Pass("do_Configure");
+    return WorkingLayer::do_Configure(request, content);
+  }
+  void do_Release() override {
+    Pass("do_Release");
+    WriteTunable("ipv4/tcp_sack", "1");
+    WorkingLayer::do_Release();
+  }
+};
+
+class Plugin : public WorkingPlugin {
+ public:
+  Plugin() { Pass("constructor"); }
+  ~Plugin() override { Pass("destructor"); }
+  bool InitPlugin() override {
+    Pass("InitPlugin");
+    return true;
+  }
+  void CleanupPlugin() override { Pass("CleanupPlugin"); }
+  kaeCPLayer* GetNewLayer() override {
+    Pass("GetNewLayer");
+    return new Layer;
+  }
+};
+
+Plugin plugin;
+
+}  // namespace
+
+kaePlugin* this_kae_plugin = &plugin;
