@@ -198,7 +198,7 @@ void ReplaceUndisturbed(const Target& target, const std::string& text) {
     Refuse(errno);
   }
   std::uint64_t number = 0;
-  getrandom(&number, sizeof number, 0);
+  [[maybe_unused]] const ssize_t size = getrandom(&number, sizeof number, 0);
   const std::string beside = ".kaehost." + std::to_string(number);
   std::signal(SIGCHLD, SIG_DFL);  // if it is ignored, children end unnoticed
   const pid_t child = fork();
