@@ -23,7 +23,7 @@ constexpr const char* kFooter =
 
 Outcomes, found by reading the kernel back:
   applied       the kernel accepted the value
-  unchanged     the kernel had the value already
+  unchanged     the kernel had the value already; shown with --verbose
   adjusted      the kernel accepted another value
   rejected      the kernel kept its own value
   missing       this kernel has no such file

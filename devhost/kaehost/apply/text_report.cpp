@@ -154,7 +154,7 @@ void Report::TellOutcomes(const SessionResult& session, const RequestResult& res
   }
   Table table({"element", "outcome", "before", "asked", "now"});
   for (const Outcome& outcome : result.outcomes) {
-    if (HasNews() || IsWrong(outcome)) {
+    if (style_ == kVerbose || (HasNews() && outcome.fate != Fate::kUnchanged) || IsWrong(outcome)) {
       table.Add(
           {outcome.entry->element, WordFor(outcome.fate), outcome.before.value_or("-"),
            outcome.asked.value_or("-"),

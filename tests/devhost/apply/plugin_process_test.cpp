@@ -229,6 +229,7 @@ TEST_F(PluginProcess, EndsInTimeIfKaehostDiesAndItCannotRelease) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   EXPECT_FALSE(IsAlive(worker));
+  devhost::Restore(before_);
 }
 
 TEST_F(PluginProcess, IsReleasedAfterASignalAlsoIfNobodyReadsTheReport) {
