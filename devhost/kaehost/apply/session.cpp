@@ -201,8 +201,12 @@ void Session::Release() {
   }
   result_.release_thrown = layer_->Release();
   NoteEndOfPlugin("the release");
-  result_.restored_by_kaehost = Restore(before_);
-  const Tunables after = ReadTunables();
+  Tunables after = ReadTunables();
+  result_.restored_by_kaehost = Compare(before_, after);
+  if (!result_.restored_by_kaehost.empty()) {
+    Restore(before_);
+    after = ReadTunables();
+  }
   result_.not_restored = Compare(before_, after);
   result_.unread = FindUnread(before_, after);
   TellPluginLines(result_.release_thrown || result_.plugin_ended ||
