@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <string>
 
 namespace devhost {
 
@@ -13,6 +14,12 @@ enum ExitStatus {
   kNotAsAsked = 4,    // requests succeeded, but the kernel has other values than requested
   kNoNamespace = 77,  // cannot create or enter the namespace
 };
+
+constexpr const char* kOutOfMemory =
+    "out of memory; free some, or raise the limit for this process (ulimit -v)";
+
+// Returns what the error says, as a sentence.
+std::string SentenceOf(const std::exception& error);
 
 // Returns the exit status after a command throws `error`.
 ExitStatus StatusFor(const std::exception& error);

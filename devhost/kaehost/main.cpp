@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <optional>
@@ -26,6 +27,29 @@ namespace {
 int Fail(ExitStatus status, const std::string& sentence) {
   TellError(sentence);
   return status;
+}
+
+bool has_begun = false;  // the main function
+
+std::terminate_handler former_terminate_handler = nullptr;
+
+// Without memory, an exception cannot be thrown. What is terminated for another reason, such as a
+// plug-in's, ends as usual.
+[[noreturn]] void SayThatMemoryIsMissing() {
+  constexpr std::size_t kSome = std::size_t{1} << 20;
+  if (std::malloc(kSome) == nullptr) {
+    for (const std::string_view part : {"kaehost: ", kOutOfMemory, "\n"}) {
+      [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, part.data(), part.size());
+    }
+    _exit(has_begun ? kFailed : kBadInput);
+  }
+  former_terminate_handler();
+  std::abort();
+}
+
+// Runs before the initialisation of the command line's library, which needs memory too.
+[[gnu::constructor(101)]] void InstallTerminateHandler() {
+  former_terminate_handler = std::set_terminate(SayThatMemoryIsMissing);
 }
 
 // A file that is opened, perhaps a tunable, gets the number of a closed standard stream, and then
@@ -63,6 +87,7 @@ int Run(const Chosen& chosen) {
 }  // namespace
 
 int main(int argc, char** argv) try {
+  has_begun = true;
   FillClosedStandardStreams();
   std::signal(SIGXFSZ, SIG_IGN);  // a write that fails for its size is reported instead
   const auto program = TakeProgram(&argc, argv);
@@ -97,5 +122,5 @@ int main(int argc, char** argv) try {
   const ExitStatus status = StatusFor(error);
   const bool is_before_requests = status == kBadInput || status == kNoPlugin;
   return Fail(status,
-              error.what() + std::string(is_before_requests ? "; nothing was delivered" : ""));
+              SentenceOf(error) + std::string(is_before_requests ? "; nothing was delivered" : ""));
 }

@@ -1,9 +1,9 @@
 // kaehost import: makes a document from files in the form of sysctl.conf.
 
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -78,8 +78,8 @@ int ImportAll(const Options& options) try {
   }
   const bool is_there = options.output || Out();
   return is_there ? status : kBadInput;  // main prints why
-} catch (const std::runtime_error& error) {
-  return Fail(options, error.what());
+} catch (const std::exception& error) {
+  return Fail(options, SentenceOf(error));
 }
 
 }  // namespace

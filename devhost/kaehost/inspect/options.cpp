@@ -68,7 +68,7 @@ int Inspect(const Options& options) try {
   }
   return kDone;
 } catch (const std::exception& error) {
-  return Fail(options, StatusFor(error), error.what());
+  return Fail(options, StatusFor(error), SentenceOf(error));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <linux/net.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -26,6 +27,7 @@
 #include "tests/devhost/support/temp_folder.h"
 
 using testing::AllOf;
+using testing::AnyOf;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
@@ -207,4 +209,26 @@ TEST_F(Surroundings, OutputToAClosedPipeIsAFailureWhereItDoesNotKill) {
 
 TEST_F(Surroundings, OutputToAClosedPipeEndsItAsItEndsOtherCommands) {
   EXPECT_EQ(Apply(CloseTheReadersEnd).status, 128 + SIGPIPE);
+}
+
+// Where kaehost writes to files in memory, the limit brings SIGXFSZ. What it prints goes to a pipe
+// here, which has no limit.
+TEST_F(Surroundings, LimitOfTheSizeOfFilesIsToldAndKillsNothing) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+  const auto prepare = [ends] {
+    dup2(ends[1], STDERR_FILENO);
+    dup2(ends[1], STDOUT_FILENO);
+    const rlimit limit = {0, 0};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  };
+  for (const char* option : {"--quiet", "--verbose", "--as-is", "--json"}) {
+    EXPECT_THAT(Kaehost({"apply", option, document_}, prepare).status, AnyOf(0, 1, 77)) << option;
+    std::string said(1 << 16, '\0');
+    const ssize_t count = read(ends[0], said.data(), said.size());
+    said.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    EXPECT_THAT(said, AnyOf(HasSubstr("kaehost: "), HasSubstr("\"error\": "))) << option;
+  }
+  close(ends[0]);
+  close(ends[1]);
 }
