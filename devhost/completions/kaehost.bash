@@ -1,5 +1,15 @@
 # bash completion for kaehost
 
+# Names of other users' namespaces may be code: they are quoted, and compgen -W would expand them.
+_kaehost_namespaces() {
+  local name
+  for name in /run/netns/*; do
+    [[ -e $name ]] || continue
+    printf -v name %q "${name##*/}"
+    [[ $name != "$1"* ]] || COMPREPLY+=("$name")
+  done
+}
+
 _kaehost() {
   local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
   local command=${COMP_WORDS[1]-} word i options
@@ -26,14 +36,16 @@ _kaehost() {
 
   case $prev in
     --netns)
-      mapfile -t COMPREPLY < <(compgen -W "$(ls /run/netns 2>/dev/null)" -- "$cur")
+      _kaehost_namespaces "$cur"
       return
       ;;
     --plugin)
+      compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -X '!*.so' -- "$cur"; compgen -d -- "$cur")
       return
       ;;
     --output)
+      compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$cur")
       return
       ;;

@@ -78,6 +78,8 @@ void Reading::Run() {
 }
 
 Reading::Parser Reading::NewParser(Reading* reading) {
+  // Without memory, the parser would print its own message.
+  xmlSetStructuredErrorFunc(nullptr, [](void* /*context*/, xmlErrorPtr /*error*/) {});
   xmlSAXHandler handler = Handler();
   Parser parser(
       xmlCreateIOParserCtxt(&handler, reading, Read, nullptr, reading, XML_CHAR_ENCODING_NONE),

@@ -40,7 +40,7 @@ Examples:
   kaehost apply base.xml low-latency.xml          two requests, one session
   kaehost apply low-latency.xml -- ss -tino       run a command under it
   kaehost apply --hold low-latency.xml            keep it until Ctrl-C; join:
-                                  nsenter --target PROCESS --user --net --mount
+      nsenter --target PROCESS --user --net --mount --preserve-credentials
   kaehost apply --whole-catalogue old-device.xml  emulate missing files
   kaehost apply --netns blue low-latency.xml      in the namespace "blue"
 
