@@ -34,8 +34,8 @@ class Report {
   // it in full, a quiet one has nothing of it.
   void TellPluginLines(const std::string& text, bool in_full) const;
 
-  // The reply to a request, the table of outcomes, and a line with counts. Only a verbose report has
-  // rows for unchanged values; a quiet one has only what is wrong and the counts.
+  // The reply to a request, the table of outcomes, and a line with counts. Only a verbose report
+  // has rows for unchanged values; a quiet one has only what is wrong and the counts.
   void TellResult(const SessionResult& session, const RequestResult& result) const;
 
   // What kaehost restored because the plug-in did not.
