@@ -98,6 +98,7 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   json["error"] = nullptr;
   json["where"] = session.where;
   json["emulated"] = session.emulated;
+  json["not_copied"] = session.not_copied;
   json["plugin"] = session.plugin;
   json["requests"] = Json::array();
   for (const RequestResult& result : session.requests) {

@@ -67,10 +67,16 @@ void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
                           "for a private one"
                         : "";
   });
+  CLI::Option* live = apply->add_flag(
+      "--live", target->live,
+      "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them");
+  live->excludes(netns);
   apply
-      ->add_flag("--live", target->live,
-                 "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them")
-      ->excludes(netns);
+      ->add_flag("--initial-values", target->initial_values,
+                 "Start a private namespace from the kernel's initial values, not from the "
+                 "machine's")
+      ->excludes(netns)
+      ->excludes(live);
   CLI::Option* as_is = apply->add_flag(
       "--as-is", target->as_is,
       "Leave core/rmem_max and core/wmem_max as the kernel has them, read-only or missing");

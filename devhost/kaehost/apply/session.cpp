@@ -81,10 +81,14 @@ int Session::Run() {
   }
   machine_ = ReadTunables();
   result_.emulated = Enter(options_.target);
+  if (options_.target.IsPrivate() && !options_.target.initial_values) {
+    result_.not_copied = StartFrom(machine_);
+  }
   result_.where = options_.target.live            ? "live"
                   : options_.target.netns.empty() ? "private"
                                                   : options_.target.netns;
-  for (const std::string& line : Description(options_.target, result_.emulated)) {
+  for (const std::string& line :
+       Description(options_.target, result_.emulated, result_.not_copied)) {
     report_.Tell(line);
   }
   before_ = ReadTunables();

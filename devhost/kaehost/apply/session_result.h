@@ -24,7 +24,9 @@ struct RequestResult {
 struct SessionResult {
   std::string where;                  // "private", "live", or the network namespace's name
   std::vector<std::string> emulated;  // files below /proc/sys/net that scratch files emulate
-  std::string plugin;                 // name and version
+  // Files that could not be given the values of the machine, when the private namespace began.
+  std::vector<std::string> not_copied;
+  std::string plugin;  // name and version
   std::vector<RequestResult> requests;
   std::optional<int> interrupted_by;  // a signal that came before the end
   std::optional<int> command_status;  // of the user's command

@@ -75,16 +75,22 @@ std::vector<std::string> Enter(const TargetNamespace& target) {
 }
 
 std::vector<std::string> Description(const TargetNamespace& target,
-                                     const std::vector<std::string>& emulated) {
+                                     const std::vector<std::string>& emulated,
+                                     const std::vector<std::string>& not_copied) {
   if (target.live) {
     return {"LIVE: writes the tunables of this machine itself, until they are restored"};
   }
   std::vector<std::string> lines = {
       target.IsPrivate()
-          ? "in a private namespace; the machine's own tunables are out of reach"
+          ? std::string("in a private namespace") +
+                (target.initial_values ? " with the kernel's initial values" : "") +
+                "; the machine's own tunables are out of reach"
           : "in the network namespace " + target.netns + "; its tunables will be restored"};
   if (!emulated.empty()) {
     lines.push_back("emulated by scratch files: " + Joined(emulated));
+  }
+  if (!not_copied.empty()) {
+    lines.push_back("not as on the machine at the start: " + Joined(not_copied));
   }
   return lines;
 }

@@ -10,6 +10,7 @@ struct TargetNamespace {
   std::string netns;             // a network namespace that exists; empty for a private one
   bool live = false;             // the machine's own tunables instead
   bool as_is = false;            // read-only core files stay as the kernel has them
+  bool initial_values = false;   // a private one keeps the kernel's initial values
   bool whole_catalogue = false;  // files that the kernel does not have are there
 
   bool IsPrivate() const { return !live && netns.empty(); }
@@ -21,6 +22,7 @@ std::vector<std::string> Enter(const TargetNamespace& target);
 
 // Returns the lines that describe what has been entered.
 std::vector<std::string> Description(const TargetNamespace& target,
-                                     const std::vector<std::string>& emulated);
+                                     const std::vector<std::string>& emulated,
+                                     const std::vector<std::string>& not_copied);
 
 }  // namespace devhost

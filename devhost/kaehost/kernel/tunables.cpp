@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <optional>
@@ -80,6 +81,29 @@ Tunables ReadTunables() {
   }
   close(folder);
   return tunables;
+}
+
+std::vector<std::string> StartFrom(const Tunables& machine) {
+  std::vector<std::string> differ;
+  for (const auto& [name, reading] : machine) {
+    const std::string path = "/proc/sys/net/" + name;
+    const std::optional<Reading> here = ReadFile(AT_FDCWD, path.c_str());
+    if (!here || *here == reading) {
+      continue;
+    }
+    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (file < 0) {
+      continue;  // the namespace has it read-only
+    }
+    if (reading.error == 0) {
+      dprintf(file, "%s\n", reading.text.c_str());
+    }
+    close(file);
+    if (ReadFile(AT_FDCWD, path.c_str()) != reading) {
+      differ.push_back(name);
+    }
+  }
+  return differ;
 }
 
 std::vector<Change> Compare(const Tunables& before, const Tunables& after) {

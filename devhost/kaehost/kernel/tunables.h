@@ -38,6 +38,10 @@ struct Unread {
 // Reads them as the calling thread's network namespace shows them.
 Tunables ReadTunables();
 
+// Writes the values of another namespace into those files that this one has and that can be
+// written. Returns the files that then have other values.
+std::vector<std::string> StartFrom(const Tunables& machine);
+
 // Returns what differs, in the order of the tunables' paths.
 std::vector<Change> Compare(const Tunables& before, const Tunables& after);
 

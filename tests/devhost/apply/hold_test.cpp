@@ -37,6 +37,8 @@ class Live : public testing::Test {
     devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
   }
 
+  ~Live() override { std::ofstream(kFinTimeout) << "60"; }
+
   static std::string FinTimeout() {
     std::string value;
     std::ifstream(kFinTimeout) >> value;

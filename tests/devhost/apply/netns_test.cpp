@@ -46,6 +46,7 @@ std::string Mounts() {
 class NetworkNamespace : public testing::Test {
  protected:
   NetworkNamespace() { std::ofstream(kFinTimeout) << "37"; }
+  ~NetworkNamespace() override { std::ofstream(kFinTimeout) << "60"; }
 
   const PrivateRun run_;
   const std::string here_ = "/proc/" + std::to_string(getpid()) + "/ns/net";
@@ -76,7 +77,7 @@ TEST_F(NetworkNamespace, HasNoMountsLeftOverItsTunables) {
 
 TEST_F(NetworkNamespace, IsNotTouchedByAPrivateOne) {
   const Outcome run = Kaehost({"apply", document});
-  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_fin_timeout +applied +60 +20 +20\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_fin_timeout +applied +37 +20 +20\n"));
   EXPECT_EQ(FinTimeout(), "37");
 }
 

@@ -43,6 +43,8 @@ class PluginProcess : public testing::Test {
   PluginProcess() {
     devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
   }
+  // Private namespaces of later tests start from the values of this one.
+  ~PluginProcess() override { devhost::Restore(before_); }
 
   // Runs kaehost to its end. Expects that all tunables are as before.
   Outcome Apply(const std::string& misbehaves, std::vector<std::string> arguments) const {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/apply/session_result.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -22,7 +23,9 @@ namespace {
 
 // Makes "the machine" have a tunable. The mount is seen in this network namespace only.
 void HaveATunableOfTheMachine() {
-  if (unshare(CLONE_NEWNS) != 0 || mount("tmpfs", "/proc/sys/net/ipv4", "tmpfs", 0, nullptr) != 0 ||
+  if (unshare(CLONE_NEWNS) != 0 ||
+      mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
+      mount("tmpfs", "/proc/sys/net/ipv4", "tmpfs", 0, nullptr) != 0 ||
       !(std::ofstream("/proc/sys/net/ipv4/tcp_mem") << "1 2 3\n").flush()) {
     _exit(99);
   }
@@ -64,7 +67,7 @@ TEST_F(MachineOnly, IsNoFileThatTheMachineHasNotEither) {
 TEST_F(MachineOnly, IsNoFileThatIsEmulated) {
   const Outcome run =
       Kaehost({"apply", "--whole-catalogue", Naming("tcp_mem_low", "7")}, HaveATunableOfTheMachine);
-  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_mem_low +applied +49152 +7 +7 \\(emulated\\)\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_mem_low +applied +1 +7 +7 \\(emulated\\)\n"));
 }
 
 TEST_F(Strict, CountsFilesThatAreNotThere) {
@@ -91,6 +94,18 @@ TEST_F(Strict, LooksAtRequestedValuesOnly) {
   const std::vector<std::string> arguments = {"apply", "--strict", "--whole-catalogue",
                                               Naming("tcp_sack", "0")};
   EXPECT_EQ(Kaehost(arguments).status, 0);
+}
+
+TEST(SessionResult, IsAsRequestedAlsoIfOtherFilesAreEmulated) {
+  devhost::SessionResult session;
+  session.emulated = {"core/rmem_max"};
+  devhost::RequestResult request;
+  devhost::Outcome& outcome = request.outcomes.emplace_back();
+  outcome = {devhost::FindInCatalogue("rmem_max"), devhost::Fate::kOverridden, {}, "1", "2"};
+  EXPECT_TRUE(session.IsAsAsked(request, true));
+  outcome.asked = "2";
+  EXPECT_FALSE(session.IsAsAsked(request, true));
+  EXPECT_TRUE(session.IsAsAsked(request, false));
 }
 
 TEST_F(Strict, HoldsAfterACommandToo) {

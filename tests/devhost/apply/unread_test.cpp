@@ -27,6 +27,7 @@ namespace {
 // only, which kaehost enters from another one.
 void MakeATunableWriteOnly() {
   if (unshare(CLONE_NEWNS) != 0 ||
+      mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
       mount("/proc/sys/net/ipv4/route/flush", "/proc/sys/net/ipv4/tcp_fack", "none", MS_BIND,
             nullptr) != 0 ||
       unshare(CLONE_NEWNET) != 0) {

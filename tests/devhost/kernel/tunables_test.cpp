@@ -20,6 +20,7 @@ using devhost::Change;
 using devhost::Compare;
 using devhost::FindUnread;
 using devhost::ReadTunables;
+using devhost::StartFrom;
 using devhost::Tunables;
 using devhost::Unread;
 using testing::_;
@@ -137,4 +138,40 @@ TEST(FindUnread, FindsWhatWasNotReadTwice) {
               ElementsAre("ipv4/a: Too many open files", "ipv4/b: Too many open files",
                           "ipv4/c: Permission denied, refused", "ipv4/d: Input/output error",
                           "ipv4/e: Permission denied", "ipv4/g: Permission denied, refused"));
+}
+
+TEST(StartFrom, WritesWhatDiffers) {
+  TunableTree tree;
+  tree.Write("ipv4/tcp_sack", "1\n");
+  tree.Write("ipv4/tcp_rmem", "1\t2\t3\n");
+  tree.Write("ipv4/tcp_ecn", "2\n");
+  const Tunables machine = {
+      {"ipv4/tcp_rmem", {"4\t5\t6"}}, {"ipv4/tcp_sack", {"0"}}, {"ipv4/tcp_mem", {"7"}}};
+  EXPECT_THAT(StartFrom(machine), IsEmpty());
+  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "0\n");
+  EXPECT_EQ(tree.Read("ipv4/tcp_rmem"), "4\t5\t6\n");
+  EXPECT_EQ(tree.Read("ipv4/tcp_ecn"), "2\n");
+  EXPECT_FALSE(std::filesystem::exists(TunableTree::Path("ipv4/tcp_mem")));
+}
+
+TEST(StartFrom, FindsWhatKeepsItsOwnValue) {
+  TunableTree tree;
+  tree.Write("ipv4/tcp_sack", "1\n");
+  tree.MakeFull("ipv4/tcp_ecn");
+  tree.Write("ipv4/tcp_frto", "2\n");
+  tree.LinkReadOnly("ipv4/tcp_frto");
+  const Tunables machine = {{"ipv4/tcp_sack", {"", EMFILE}},
+                            {"ipv4/tcp_frto", {"0"}},
+                            {"ipv4/ip_local_port_range", {"1"}},
+                            {"ipv4/tcp_ecn", {"0"}}};
+  EXPECT_THAT(StartFrom(machine), ElementsAre("ipv4/tcp_ecn", "ipv4/tcp_sack"));
+  EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "1\n");
+}
+
+TEST(StartFrom, LeavesNoFilesOpen) {
+  const Tunables machine = {{"ipv4/tcp_sack", {"0"}}, {"ipv4/tcp_ecn", {"x"}}};
+  const long before = CountOpenFiles();
+  EXPECT_THAT(StartFrom(machine), ElementsAre("ipv4/tcp_ecn"));
+  EXPECT_EQ(CountOpenFiles(), before);
+  EXPECT_THAT(StartFrom({{"ipv4/tcp_sack", {"1"}}}), IsEmpty());
 }

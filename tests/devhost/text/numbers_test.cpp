@@ -43,6 +43,7 @@ constexpr const char* kTexts[] = {
 
 // Returns what the kernel reads, none if it rejects the text.
 std::optional<std::string> ReadByTheKernel(const char* path, const std::string& text) {
+  const std::string original = Content(path);
   const std::string before = "7777777";
   std::ofstream(path) << before << std::flush;
   EXPECT_EQ(Content(path), before);
@@ -50,7 +51,9 @@ std::optional<std::string> ReadByTheKernel(const char* path, const std::string& 
   const bool is_accepted = write(file, text.data(), text.size()) > 0;
   close(file);
   EXPECT_TRUE(is_accepted || Content(path) == before) << testing::PrintToString(text);
-  return is_accepted ? std::optional(Content(path)) : std::nullopt;
+  const std::string after = Content(path);
+  std::ofstream(path) << original;
+  return is_accepted ? std::optional(after) : std::nullopt;
 }
 
 std::optional<std::string> ReadByKaehost(const std::string& text) {

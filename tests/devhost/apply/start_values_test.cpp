@@ -1,0 +1,94 @@
+// What a private namespace starts from: the values of "the machine", here of the test's namespace.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class StartValues : public testing::Test {
+ protected:
+  StartValues() {
+    for (const char* name : kNames) {
+      std::ifstream file(Path(name));
+      std::getline(file, before_.emplace_back());
+    }
+    Set("tcp_keepalive_probes", "4");
+    Set("tcp_rmem", "5000 6000 7000");
+  }
+  ~StartValues() override {
+    for (std::size_t i = 0; i < before_.size(); ++i) {
+      Set(kNames[i], before_[i]);
+    }
+  }
+
+  static std::string Path(const std::string& name) { return "/proc/sys/net/ipv4/" + name; }
+
+  static void Set(const std::string& name, const std::string& value) {
+    std::ofstream(Path(name)) << value;
+  }
+
+  static constexpr const char* kNames[] = {"tcp_keepalive_probes", "tcp_rmem",
+                                           "ip_local_port_range", "ip_unprivileged_port_start"};
+
+  std::vector<std::string> before_;
+  const TempFolder folder_;
+  const std::string document_ =
+      folder_.Write("document.xml",
+                    "<tcp-settings><tcp_keepalive_probes>4</tcp_keepalive_probes>"
+                    "<tcp_rmem_min>5000</tcp_rmem_min><tcp_rmem_default>8000</tcp_rmem_default>"
+                    "</tcp-settings>");
+};
+
+}  // namespace
+
+TEST_F(StartValues, AreTheMachines) {
+  const Outcome run = Kaehost({"apply", "--verbose", document_});
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_keepalive_probes +unchanged +4 +4 +4\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_rmem_default +applied +6000 +8000 +8000\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_rmem_max +overridden +7000 +- +174760\n"));
+  EXPECT_THAT(run.out, Not(HasSubstr("not as on the machine")));
+  EXPECT_THAT(run.out, HasSubstr("all tunables restored\n"));
+}
+
+TEST_F(StartValues, AreTheKernelsOnRequest) {
+  const Outcome run = Kaehost({"apply", "--initial-values", document_});
+  EXPECT_THAT(run.out, StartsWith("kaehost: in a private namespace with the kernel's initial "
+                                  "values; the machine's own tunables are out of reach\n"));
+  EXPECT_THAT(run.out, ContainsRegex("\n  tcp_keepalive_probes +applied +9 +4 +4\n"));
+}
+
+// The kernel rejects ports that only root may use, unless another tunable allows them.
+TEST_F(StartValues, ThatTheKernelRejectsAreTold) {
+  Set("ip_unprivileged_port_start", "80");
+  Set("ip_local_port_range", "100 201");
+  EXPECT_THAT(Kaehost({"apply", document_}).out,
+              HasSubstr("kaehost: not as on the machine at the start: ipv4/ip_local_port_range\n"));
+  const json told = json::parse(Kaehost({"apply", "--json", document_}).out);
+  EXPECT_EQ(told["not_copied"], json({"ipv4/ip_local_port_range"}));
+  const json initial = json::parse(Kaehost({"apply", "--json", "--initial-values", document_}).out);
+  EXPECT_EQ(initial["not_copied"], json::array());
+}
+
+TEST_F(StartValues, AreNotWrittenElsewhere) {
+  for (const std::vector<std::string>& option :
+       {std::vector<std::string>{"--live"}, {"--netns", "/proc/self/ns/net"}}) {
+    std::vector<std::string> arguments = {"apply", document_, "--initial-values"};
+    arguments.insert(arguments.end(), option.begin(), option.end());
+    const Outcome run = Kaehost(arguments);
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("mutually exclusive"));
+  }
+}
