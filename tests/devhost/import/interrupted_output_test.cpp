@@ -1,5 +1,6 @@
 // kaehost import --output, ended by a signal at any moment: the file is the old one or the new one,
-// and nothing else is left. KAETCP_TRIES is the number of signals.
+// and nothing else is left. KAETCP_TRIES is the number of signals in each
+// of the two tests.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
