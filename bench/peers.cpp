@@ -91,7 +91,8 @@ void Peers(benchmark::State& state) {
        }                                                    },
       {"kaehost", true,
        [&] {
-         neighbour.Run({KAEHOST, "apply", "--quiet", "--netns", neighbour.path(), inputs.document});
+         neighbour.Run({KAEHOST, "apply", "--quiet", "--no-journal", "--netns", neighbour.path(),
+                        inputs.document});
        }                                                    },
       {"nothing", true,  [] { bench::RunProgram({"true"}); }},
   };

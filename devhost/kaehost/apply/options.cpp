@@ -53,7 +53,8 @@ Exit status:
   3   the plug-in does not load or makes no layer; nothing was delivered
   4   all requests succeeded, but a requested value was rejected, adjusted or
       not read; with --strict also if one is missing, machine-only or emulated
-  77  cannot create or enter the namespace, or cannot write its tunables
+  77  cannot create or enter the namespace, or cannot write its tunables or the
+      journal; or another session uses them
   If a COMMAND was run: its exit status, or 126 or 127 if it cannot be run; 1
   if a tunable is not restored or not read. Status 4 replaces its 0. If a
   signal interrupted the session: 128 plus the number of the signal.)";
@@ -120,6 +121,8 @@ void AddApply(CLI::App& app, Chosen& chosen,
   AddTargetOptions(apply, &options->target);
   apply->add_flag("--hold", options->hold,
                   "Keep the settings until Ctrl-C or SIGTERM, then restore");
+  apply->add_flag("--no-journal", options->no_journal,
+                  "With --live or --netns, keep no journal of the original values in /run/kaehost");
   apply
       ->add_option("--plugin", options->plugin,
                    "Load this plug-in; default: libkaetcp.so in the folder of this program, or "

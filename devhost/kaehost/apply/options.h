@@ -16,6 +16,7 @@ struct ApplyOptions {
   bool hold = false;    // keep the settings until a signal comes
   bool strict = false;  // all requested values must be in the kernel itself
   bool json = false;
+  bool no_journal = false;  // keep no journal of the original values
   bool quiet = false;
   bool verbose = false;
 };

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "devhost/kaehost/apply/json_report.h"
+#include "devhost/kaehost/apply/session_journal.h"
 #include "devhost/kaehost/apply/session_result.h"
 #include "devhost/kaehost/apply/text_report.h"
 #include "devhost/kaehost/apply/user_command.h"
@@ -58,6 +59,7 @@ class Session {
   void UseTheSettings();
   void BringLoopbackUpIfPrivate() const;
   void Release();
+  void EndJournal(const SessionJournal& journal) const;
   bool IsEveryDocumentInForce() const;
   int Status() const;
 
@@ -92,8 +94,15 @@ int Session::Run() {
     report_.Tell(line);
   }
   before_ = ReadTunables();
+  const SessionJournal journal(options_, result_.emulated, before_);
   now_ = start_ = CatalogueValuesOf(before_, machine_);
-  LeadALayersLife();
+  try {
+    LeadALayersLife();
+  } catch (...) {
+    EndJournal(journal);
+    throw;
+  }
+  EndJournal(journal);
   const int status = Status();
   if (options_.json) {
     Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
@@ -216,6 +225,12 @@ void Session::Release() {
   TellPluginLines(result_.release_thrown || result_.plugin_ended ||
                   !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
   report_.TellRelease(result_);
+}
+
+void Session::EndJournal(const SessionJournal& journal) const {
+  if (const std::optional<std::string> sentence = journal.End()) {
+    report_.Complain(*sentence);
+  }
 }
 
 int Session::Status() const {

@@ -142,6 +142,25 @@ Journal ParseJournal(const std::string& text) {
   return journal;
 }
 
+Tunables WantedBy(const Journal& journal) {
+  Tunables wanted = journal.tunables;
+  wanted.merge(ReadTunables());
+  return wanted;
+}
+
+std::vector<Change> DifferencesFrom(const Journal& journal) {
+  const Tunables wanted = WantedBy(journal);
+  const Tunables now = ReadTunables();
+  std::vector<Change> differences = Compare(wanted, now);
+  for (const Unread& unread : FindUnread(wanted, now)) {
+    if (const auto found = journal.tunables.find(unread.tunable); found != journal.tunables.end()) {
+      differences.push_back({unread.tunable, found->second.text,
+                             std::string("cannot be read: ") + std::strerror(unread.error)});
+    }
+  }
+  return differences;
+}
+
 void RefuseEarlierBoot(const Journal& journal, const std::string& path) {
   if (journal.boot != BootId()) {
     throw NamespaceError(path + ": a journal from before the last boot of this machine; delete it");

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "devhost/kaehost/kernel/tunables.h"
 
@@ -49,6 +50,13 @@ std::string TextOf(const Journal& journal);
 // Returns the journal of a text that TextOf returned. Throws std::runtime_error with what is wrong
 // for any other text.
 Journal ParseJournal(const std::string& text);
+
+// Returns what the tunables must be. Those that are not in the journal are as they are: a session
+// does not write tunables that were not there when it started.
+Tunables WantedBy(const Journal& journal);
+
+// Returns the tunables that differ from the journal, also those that cannot be read now.
+std::vector<Change> DifferencesFrom(const Journal& journal);
 
 // Throws NamespaceError if the journal in the file `path` is of an earlier boot.
 void RefuseEarlierBoot(const Journal& journal, const std::string& path);

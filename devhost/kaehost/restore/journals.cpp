@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <utility>
 
@@ -19,27 +18,6 @@ namespace devhost {
 namespace {
 
 constexpr std::string_view kNetns = "--netns ";
-
-// What the tunables must be. A session writes only tunables that were there when it started.
-Tunables Wanted(const Journal& journal) {
-  Tunables wanted = journal.tunables;
-  wanted.merge(ReadTunables());
-  return wanted;
-}
-
-// A tunable of the journal that cannot be read now differs too.
-std::vector<Change> Differences(const Journal& journal) {
-  const Tunables wanted = Wanted(journal);
-  const Tunables now = ReadTunables();
-  std::vector<Change> differences = Compare(wanted, now);
-  for (const Unread& unread : FindUnread(wanted, now)) {
-    if (const auto found = journal.tunables.find(unread.tunable); found != journal.tunables.end()) {
-      differences.push_back({unread.tunable, found->second.text,
-                             std::string("cannot be read: ") + std::strerror(unread.error)});
-    }
-  }
-  return differences;
-}
 
 FoundJournal Left(const JournalFile& file) {
   FoundJournal found;
@@ -83,7 +61,7 @@ class Visit {
 void CompareHere(const std::string& option, FoundJournal* found) {
   RefuseOtherNamespace(*found->journal, found->file);
   found->option = option;
-  found->differs = Differences(*found->journal);
+  found->differs = DifferencesFrom(*found->journal);
 }
 
 void CompareWithNamespace(FoundJournal* found) {
@@ -147,9 +125,9 @@ Restoration RestoreFromJournal() {
   }
   RefuseOtherNamespace(file->journal(), file->path());
   result.journal = Left(*file);
-  result.journal->differs = Differences(file->journal());
-  Restore(Wanted(file->journal()));
-  result.not_restored = Differences(file->journal());
+  result.journal->differs = DifferencesFrom(file->journal());
+  Restore(WantedBy(file->journal()));
+  result.not_restored = DifferencesFrom(file->journal());
   if (result.not_restored.empty()) {
     file->Remove();
   }

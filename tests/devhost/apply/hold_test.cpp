@@ -145,12 +145,16 @@ TEST_F(Live, ReaderThatGoesDoesNotKeepTheTunablesFromComingBack) {
   EXPECT_EQ(FinTimeout(), "37");
 }
 
-// A limit that the texts of tunables keep within, but not the line of counts.
+// A limit that the texts of tunables keep within, but not the journal or the line of counts.
 TEST_F(Live, FileThatMayNotGrowDoesNotKeepTheTunablesFromComingBack) {
-  const Outcome run = Kaehost({"apply", "--live", "--quiet", document_, "--", "true"}, [] {
-    const rlimit limit = {32, 32};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  });
+  const auto limit = [] {
+    const rlimit bytes = {32, 32};
+    setrlimit(RLIMIT_FSIZE, &bytes);
+  };
+  const Outcome refused = Kaehost({"apply", "--live", document_, "--", "true"}, limit);
+  EXPECT_EQ(refused.status, 77);
+  const Outcome run =
+      Kaehost({"apply", "--live", "--no-journal", "--quiet", document_, "--", "true"}, limit);
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(FinTimeout(), "37");
 }

@@ -20,6 +20,7 @@
 
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -89,6 +90,7 @@ class PluginProcess : public testing::Test {
     ASSERT_EQ(value, "0");
   }
 
+  const PrivateRun run_;
   const TempFolder folder_;
   const std::string plugin_ = TestPlugin("misbehaves");
   const std::string first_ = folder_.Write("first.xml", "<tcp-settings/>");

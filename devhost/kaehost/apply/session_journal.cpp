@@ -1,0 +1,29 @@
+#include "devhost/kaehost/apply/session_journal.h"
+
+namespace devhost {
+
+SessionJournal::SessionJournal(const ApplyOptions& options,
+                               const std::vector<std::string>& emulated, Tunables before) {
+  const TargetNamespace& target = options.target;
+  if (target.IsPrivate() || options.no_journal) {
+    return;
+  }
+  for (const std::string& name : emulated) {
+    before.erase(name);
+  }
+  journal_.emplace(BeginJournal(target.live ? "--live" : "--netns " + target.netns, before));
+}
+
+std::optional<std::string> SessionJournal::End() const {
+  if (!journal_) {
+    return std::nullopt;
+  }
+  if (DifferencesFrom(journal_->journal()).empty()) {
+    journal_->Remove();
+    return std::nullopt;
+  }
+  return "the journal " + journal_->path() + " keeps the original values; to restore them, run " +
+         "'kaehost restore " + journal_->journal().option + "'";
+}
+
+}  // namespace devhost

@@ -1,0 +1,125 @@
+// Sessions on the machine's own tunables (here those of the test's private namespace) whose
+// processes are killed at random moments, beside a second session: kaehost restore restores all.
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "devhost/kaehost/kernel/journal_folder.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
+#include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/private_run.h"
+#include "tests/devhost/support/running_kaehost.h"
+#include "tests/devhost/support/temp_folder.h"
+
+namespace {
+
+using devhost::Compare;
+using devhost::ReadTunables;
+
+std::vector<pid_t> ChildrenOf(pid_t process) {
+  const std::string id = std::to_string(process);
+  std::ifstream file("/proc/" + id + "/task/" + id + "/children");
+  std::vector<pid_t> children;
+  for (pid_t child = 0; file >> child;) {
+    children.push_back(child);
+  }
+  return children;
+}
+
+// The processes of the session to kill: itself, those that it started, or all.
+std::vector<pid_t> Victims(pid_t session, unsigned choice) {
+  std::vector<pid_t> victims = ChildrenOf(session);
+  if (choice == 0) {
+    victims = {session};
+  } else if (choice == 1) {
+    victims.push_back(session);
+  } else if (choice == 2) {
+    victims.insert(victims.begin(), session);
+  }
+  return victims;
+}
+
+// What a session leaves behind can still restore the tunables by itself: waits for its end.
+int RestoreAfterTheEnd() {
+  constexpr int kInUse = 77;
+  int status = kInUse;
+  for (int i = 0; i < 1000 && status == kInUse; ++i) {
+    status = Kaehost({"restore", "--live", "--quiet"}).status;
+    if (status == kInUse) {
+      usleep(10'000);
+    }
+  }
+  return status;
+}
+
+bool HasJournals() {
+  const auto folder = devhost::JournalFolder::Open();
+  return folder && !folder->Names().empty();
+}
+
+std::string Shown(const std::vector<devhost::Change>& changes) {
+  std::string text;
+  for (const devhost::Change& change : changes) {
+    text += change.tunable + ": " + change.before + " -> " + change.after + '\n';
+  }
+  return text;
+}
+
+}  // namespace
+
+TEST(KilledSessions, LeaveNothingThatCannotBeRestored) {
+  const PrivateRun run;
+  devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
+  const TempFolder folder;
+  const std::string document =
+      folder.Write("a.xml",
+                   "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout><tcp_sack>0</tcp_sack>"
+                   "<tcp_rmem_max>300000</tcp_rmem_max></tcp-settings>");
+  const auto before = ReadTunables();
+  std::mt19937 random(std::random_device{}());
+  int left = 0;
+  int changed = 0;
+  int refused = 0;
+  for (int i = 0; i < KILLS; ++i) {
+    RunningKaehost session({"apply", "--live", "--quiet", document});
+    const bool has_second = random() % 4 == 0;
+    std::optional<RunningKaehost> second;
+    if (has_second) {
+      second.emplace(
+          std::vector<std::string>{"apply", "--live", "--quiet", document, "--", "true"});
+    }
+    usleep(static_cast<useconds_t>(random() % 16'000));
+    for (const pid_t victim : Victims(session.pid(), random() % 4)) {
+      kill(victim, SIGKILL);
+    }
+    kill(session.pid(), SIGTERM);
+    session.Finish();
+    if (second) {
+      const int status = second->Finish().status;
+      refused += status == 77 ? 1 : 0;
+      ASSERT_TRUE(status == 0 || status == 77 || status == 1) << status;
+    }
+    left += HasJournals() ? 1 : 0;
+    changed += Compare(before, ReadTunables()).empty() ? 0 : 1;
+    ASSERT_EQ(RestoreAfterTheEnd(), 0) << i;
+    ASSERT_EQ(Shown(Compare(before, ReadTunables())), "") << i;
+    ASSERT_FALSE(HasJournals()) << i;
+  }
+  RecordProperty("journals_left", left);
+  RecordProperty("tunables_changed", changed);
+  RecordProperty("second_sessions_refused", refused);
+  std::printf(
+      "%d sessions killed: %d left a journal, %d left tunables changed; %d second sessions "
+      "refused\n",
+      KILLS, left, changed, refused);
+  EXPECT_GT(left, 0);
+}
