@@ -132,7 +132,7 @@ std::vector<Unread> FindUnread(const Tunables& before, const Tunables& after) {
 
 // Twice, because the kernel checks some values against others.
 std::vector<Change> Restore(const Tunables& before) {
-  const std::vector<Change> changes = Compare(before, ReadTunables());
+  std::vector<Change> changes = Compare(before, ReadTunables());
   for (int i = 0; i < 2; ++i) {
     for (const Change& change : changes) {
       const int fd = open(("/proc/sys/net/" + change.tunable).c_str(),

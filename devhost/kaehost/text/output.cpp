@@ -64,7 +64,7 @@ bool WriteAll(const char* data, std::size_t size) {
 class StandardOutput : public std::streambuf {
  public:
   StandardOutput() { Empty(); }
-  ~StandardOutput() override { sync(); }
+  ~StandardOutput() override { StandardOutput::sync(); }
 
  protected:
   int_type overflow(int_type character) override {

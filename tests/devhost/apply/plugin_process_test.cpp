@@ -128,6 +128,40 @@ TEST_F(PluginProcess, ThatEndsInTheReleaseIsReportedAndKaehostRestores) {
   }
 }
 
+TEST_F(PluginProcess, ThatEndsBadlyAfterAllItsWorkIsReported) {
+  for (const std::string deed : {"crash", "exit with 3"}) {
+    const Outcome run = Apply("exit " + deed, {"--quiet", first_, "--", "true"});
+    EXPECT_EQ(run.status, 1) << deed;
+    EXPECT_THAT(run.out, ContainsRegex("process (was killed by signal 11 .*|ended with status 3) "
+                                       "during the release; kaehost restored 1 tunable\n"));
+  }
+}
+
+TEST_F(PluginProcess, ThatDoesNotEndAfterAllItsWorkIsKilledAfterASignal) {
+  const auto kaehost = Start("exit hang", {"--kill-after=1", first_, "--", "true"});
+  AwaitChange();
+  kill(kaehost->pid(), SIGTERM);
+  EXPECT_EQ(kaehost->Finish().status, 1);
+  EXPECT_EQ(devhost::ReadTunables(), before_);
+}
+
+TEST_F(PluginProcess, HasItsTimeFromTheSignalOn) {
+  const Outcome run = Apply("do_Configure interrupt late", {"--kill-after=1", first_});
+  EXPECT_EQ(run.status, 128 + SIGTERM) << run.out;
+}
+
+TEST_F(PluginProcess, IsNotReleasedBecauseOfATimerOfThePlugin) {
+  const Outcome run =
+      Apply("do_Configure have a timer",
+            {"--quiet", first_, "--", "sh", "-c", "sleep 0.1; cat /proc/sys/net/ipv4/tcp_sack"});
+  EXPECT_THAT(run.out, HasSubstr(": 1 overridden\n0\n"));
+}
+
+TEST_F(PluginProcess, CannotKeepLinesInABuffer) {
+  const Outcome run = Apply("do_Configure buffer its lines", {"--verbose", first_, "--", "true"});
+  EXPECT_THAT(run.out, ContainsRegex("request: [^\n]*\n\\[buffered\\]\n"));
+}
+
 TEST_F(PluginProcess, ThatEndsBeforeTheFirstRequestIsAPluginThatDoesNotLoad) {
   for (const std::string moment : {"constructor", "InitPlugin", "GetNewLayer"}) {
     for (const auto& [deed, end] : kEnds) {

@@ -1,11 +1,14 @@
 // Changes a tunable and then misbehaves, as the environment variable MISBEHAVES says: "MOMENT
 // DEED".
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -59,6 +62,21 @@ void Do(const std::string& deed) {
     clearenv();
   } else if (deed == "close all descriptors") {
     closefrom(0);
+  } else if (deed == "exit with 3") {
+    _exit(3);
+  } else if (deed == "buffer its lines") {
+    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+    std::printf("[buffered]\n");
+  } else if (deed == "have a timer") {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval ticks = {{0, 1000}, {0, 1000}};
+    setitimer(ITIMER_REAL, &ticks, nullptr);
+  } else if (deed == "interrupt late") {
+    usleep(1'200'000);
+    kill(getppid(), SIGTERM);
+    usleep(300'000);
   }
 }
 
@@ -86,8 +104,18 @@ class Layer : public WorkingLayer {
 
 class Plugin : public WorkingPlugin {
  public:
-  Plugin() { Pass("constructor"); }
-  ~Plugin() override { Pass("destructor"); }
+  Plugin() {
+    Pass("constructor");
+    if (std::string(std::getenv("MISBEHAVES")).starts_with("exit ")) {
+      Dl_info found;
+      dladdr(this, &found);
+      dlopen(found.dli_fname, RTLD_NOW | RTLD_NODELETE);
+    }
+  }
+  ~Plugin() override {
+    Pass("destructor");
+    Pass("exit");  // of the process: then it is not unloaded before
+  }
   bool InitPlugin() override {
     Pass("InitPlugin");
     return true;
