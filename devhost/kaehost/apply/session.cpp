@@ -61,7 +61,6 @@ class Session {
   void Release();
   void EndJournal(const SessionJournal& journal) const;
   bool IsEveryDocumentInForce() const;
-  int Status() const;
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
@@ -103,7 +102,7 @@ int Session::Run() {
     throw;
   }
   EndJournal(journal);
-  const int status = Status();
+  const int status = result_.Status(options_.strict);
   if (options_.json) {
     Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
   }
@@ -231,28 +230,6 @@ void Session::EndJournal(const SessionJournal& journal) const {
   if (const std::optional<std::string> sentence = journal.End()) {
     report_.Complain(*sentence);
   }
-}
-
-int Session::Status() const {
-  if (result_.release_thrown || result_.plugin_ended || !result_.restored_by_kaehost.empty() ||
-      !result_.may_be_restored()) {
-    return kFailed;
-  }
-  const auto& requests = result_.requests;
-  const bool is_as_asked = std::all_of(
-      requests.begin(), requests.end(),
-      [this](const RequestResult& request) { return result_.IsAsAsked(request, options_.strict); });
-  if (result_.command_status) {
-    return *result_.command_status == 0 && !is_as_asked ? kNotAsAsked : *result_.command_status;
-  }
-  if (!std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::has_succeeded))) {
-    return kFailed;
-  }
-  if (result_.interrupted_by) {
-    constexpr int kSignalled = 128;
-    return kSignalled + *result_.interrupted_by;
-  }
-  return is_as_asked ? kDone : kNotAsAsked;
 }
 
 }  // namespace

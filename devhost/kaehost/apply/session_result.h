@@ -61,6 +61,9 @@ struct SessionResult {
     return std::all_of(request.outcomes.begin(), request.outcomes.end(), is_as_asked);
   }
 
+  // Returns the exit status of a session that came to its end.
+  int Status(bool strict) const;
+
   bool IsEmulated(const CatalogueEntry& entry) const {
     return std::find(emulated.begin(), emulated.end(), entry.file) != emulated.end();
   }

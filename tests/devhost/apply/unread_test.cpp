@@ -85,7 +85,7 @@ TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
       "--",    "sh",     "-c",       "echo 20 >/proc/sys/net/ipv4/tcp_fin_timeout"};
   EXPECT_THAT(Kaehost(arguments).out,
               ContainsRegex("not restored by the layer, but by kaehost:\n"
-                            "  tunable +before +now\n  ipv4/tcp_fin_timeout  60 .*\n"
+                            "  tunable +before +now\n  ipv4/tcp_fin_timeout  [0-9]+ .*\n"
                             "kaehost: cannot tell whether all tunables are restored\n"
                             "  tunable +cannot be read\n  ipv4/tcp_sack "));
   std::vector<std::string> to_json = arguments;

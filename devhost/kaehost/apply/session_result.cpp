@@ -1,0 +1,29 @@
+#include "devhost/kaehost/apply/session_result.h"
+
+#include <functional>
+
+#include "devhost/kaehost/exit_status.h"
+
+namespace devhost {
+
+int SessionResult::Status(bool strict) const {
+  if (release_thrown || plugin_ended || !restored_by_kaehost.empty() || !may_be_restored()) {
+    return kFailed;
+  }
+  const bool is_as_asked = std::all_of(
+      requests.begin(), requests.end(),
+      [this, strict](const RequestResult& request) { return IsAsAsked(request, strict); });
+  if (command_status) {
+    return *command_status == 0 && !is_as_asked ? kNotAsAsked : *command_status;
+  }
+  if (!std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::has_succeeded))) {
+    return kFailed;
+  }
+  if (interrupted_by) {
+    constexpr int kSignalled = 128;
+    return kSignalled + *interrupted_by;
+  }
+  return is_as_asked ? kDone : kNotAsAsked;
+}
+
+}  // namespace devhost
