@@ -13,4 +13,7 @@ PrivateRun::PrivateRun() {
   }
 }
 
-PrivateRun::~PrivateRun() { umount2("/run", MNT_DETACH); }
+PrivateRun::~PrivateRun() {
+  umount2("/run", MNT_DETACH);
+  devhost::Restore(before_);
+}
