@@ -108,6 +108,7 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   json["command_status"] = OrNull(session.command_status);
   json["release_thrown"] = OrNull(session.release_thrown);
   AddComparison(session, json);
+  json["changed_by_others"] = ChangesJson(session.changed_by_others);
   json["restored_by_kaehost"] = ChangesJson(session.restored_by_kaehost);
   json["plugin_ended"] = OrNull(session.plugin_ended);
   json["progress"] = Lines(progress);

@@ -2,10 +2,8 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <functional>
 #include <optional>
 
 #include "devhost/kaehost/apply/json_report.h"
@@ -13,7 +11,6 @@
 #include "devhost/kaehost/apply/session_result.h"
 #include "devhost/kaehost/apply/text_report.h"
 #include "devhost/kaehost/apply/user_command.h"
-#include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/layer_process.h"
 #include "devhost/kaehost/process/interruption.h"
@@ -59,8 +56,8 @@ class Session {
   void UseTheSettings();
   void BringLoopbackUpIfPrivate() const;
   void Release();
+  void TellWhatOthersChanged();
   void EndJournal(const SessionJournal& journal) const;
-  bool IsEveryDocumentInForce() const;
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
@@ -71,6 +68,7 @@ class Session {
   std::optional<LayerProcess> layer_;
   Tunables machine_;
   Tunables before_;
+  Tunables written_;  // after the last request
   CatalogueValues start_;
   CatalogueValues now_;
   SessionResult result_;
@@ -92,7 +90,7 @@ int Session::Run() {
        Description(options_.target, result_.emulated, result_.not_copied)) {
     report_.Tell(line);
   }
-  before_ = ReadTunables();
+  written_ = before_ = ReadTunables();
   const SessionJournal journal(options_, result_.emulated, before_);
   now_ = start_ = CatalogueValuesOf(before_, machine_);
   try {
@@ -166,7 +164,8 @@ void Session::Deliver(std::size_t index) {
   result.reply = layer_->Configure(index).value_or(LayerReply());
   NoteEndOfPlugin("request " + std::to_string(index + 1) + " of " +
                   std::to_string(documents_.size()) + ": " + InputName(name));
-  CatalogueValues now = CatalogueValuesOf(ReadTunables(), machine_);
+  written_ = ReadTunables();
+  CatalogueValues now = CatalogueValuesOf(written_, machine_);
   result.outcomes = OutcomesOf(WhatIsAsked(documents_[index].contents()), start_, now_, now,
                                result.reply.reply == Reply::kSuccess);
   now_ = std::move(now);
@@ -177,7 +176,8 @@ void Session::Deliver(std::size_t index) {
 // Runs nothing under settings that are not those of all documents.
 void Session::UseTheSettings() {
   result_.interrupted_by = interruption_.Came();
-  const bool complete = !result_.interrupted_by && IsEveryDocumentInForce();
+  const bool complete = !result_.interrupted_by && result_.requests.size() == documents_.size() &&
+                        result_.has_succeeded();
   if (!options_.command.empty() && !complete) {
     report_.Complain(options_.command[0] + ": not run, because " +
                      (result_.interrupted_by ? "the session was interrupted" : "a request failed"));
@@ -201,13 +201,16 @@ void Session::BringLoopbackUpIfPrivate() const {
   }
 }
 
-bool Session::IsEveryDocumentInForce() const {
-  return result_.requests.size() == documents_.size() &&
-         std::all_of(result_.requests.begin(), result_.requests.end(),
-                     std::mem_fn(&RequestResult::has_succeeded));
+// In a private namespace nobody else is, unless a command runs there or the settings are held.
+void Session::TellWhatOthersChanged() {
+  if (!options_.target.IsPrivate() || options_.hold || !options_.command.empty()) {
+    result_.changed_by_others = Compare(written_, ReadTunables());
+    report_.TellWhatOthersChanged(result_);
+  }
 }
 
 void Session::Release() {
+  TellWhatOthersChanged();
   if (!result_.plugin_ended) {
     report_.TellNext("releasing the layer");
   }

@@ -1,7 +1,5 @@
 #include "devhost/kaehost/apply/session_result.h"
 
-#include <functional>
-
 #include "devhost/kaehost/exit_status.h"
 
 namespace devhost {
@@ -16,7 +14,7 @@ int SessionResult::Status(bool strict) const {
   if (command_status) {
     return *command_status == 0 && !is_as_asked ? kNotAsAsked : *command_status;
   }
-  if (!std::all_of(requests.begin(), requests.end(), std::mem_fn(&RequestResult::has_succeeded))) {
+  if (!has_succeeded()) {
     return kFailed;
   }
   if (interrupted_by) {

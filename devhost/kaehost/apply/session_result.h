@@ -32,9 +32,17 @@ struct SessionResult {
   std::optional<int> command_status;  // of the user's command
   std::optional<std::string> release_thrown;
   std::optional<std::string> plugin_ended;  // how and during what the plug-in's process ended
+  // What somebody else wrote after the last request; `before` is what was there then.
+  std::vector<Change> changed_by_others;
   std::vector<Change> restored_by_kaehost;  // what the plug-in left changed
   std::vector<Change> not_restored;         // what is still changed after that
   std::vector<Unread> unread;  // tunables of which nobody knows whether they are restored
+
+  // Whether all requests have succeeded.
+  bool has_succeeded() const {
+    return std::all_of(requests.begin(), requests.end(),
+                       [](const RequestResult& request) { return request.has_succeeded(); });
+  }
 
   // Whether all tunables are restored that this user can ever read.
   bool may_be_restored() const {

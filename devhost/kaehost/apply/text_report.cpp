@@ -173,6 +173,13 @@ void Report::TellChanges(const std::vector<Change>& changes) const {
   PrintUnlessSilent(table);
 }
 
+void Report::TellWhatOthersChanged(const SessionResult& session) const {
+  if (!session.changed_by_others.empty()) {
+    Complain("changed by others since the last request; the release overwrites these values:");
+    TellChanges(session.changed_by_others);
+  }
+}
+
 void Report::TellRelease(const SessionResult& session) const {
   BeginSection();
   const std::size_t count = session.restored_by_kaehost.size();

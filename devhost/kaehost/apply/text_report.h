@@ -41,6 +41,9 @@ class Report {
   // What kaehost restored because the plug-in did not.
   void TellRestored(const std::vector<Change>& changes) const;
 
+  // What others wrote after the last request, if anything.
+  void TellWhatOthersChanged(const SessionResult& session) const;
+
   // The end of the layer, and whether all tunables are restored.
   void TellRelease(const SessionResult& session) const;
 

@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 #include "devhost/kaehost/plugin/elf.h"
@@ -37,6 +38,8 @@ std::string DefaultPlugin() {
 std::string Thrown() {
   try {
     throw;
+  } catch (const std::bad_alloc&) {
+    return "out of memory";
   } catch (const std::exception& error) {
     const char* text = error.what();
     return text != nullptr ? text : "an exception without a text";

@@ -77,8 +77,8 @@ int RunOrRefuse(const Options& options) try {
   }
   const ExitStatus status = StatusFor(error);
   const Json json = {
-      {"error",  error.what()},
-      {"status", int{status} }
+      {"error",  SentenceOf(error)},
+      {"status", int{status}      }
   };
   Out() << JsonText(json) << '\n';
   return status;

@@ -71,6 +71,20 @@ TEST_F(Live, SettingsAreTheMachinesUntilASignalComes) {
   }
 }
 
+TEST_F(Live, ShowsWhatOthersChangedBeforeTheReleaseOverwritesIt) {
+  RunningKaehost kaehost({"apply", "--live", document_});
+  ASSERT_TRUE(kaehost.HasSaid(kHolding));
+  std::ofstream(kFinTimeout) << "41";
+  kill(kaehost.pid(), SIGTERM);
+  EXPECT_THAT(kaehost.Finish().out,
+              HasSubstr("kaehost: changed by others since the last request; the release overwrites "
+                        "these values:\n"
+                        "  tunable               before  now\n"
+                        "  ipv4/tcp_fin_timeout  20      41\n"
+                        "kaehost: releasing the layer\n"));
+  EXPECT_EQ(FinTimeout(), "37");
+}
+
 TEST_F(Live, SettingsEndWithTheCommand) {
   const Outcome run = Kaehost({"apply", "--live", "--quiet", document_, "--", "cat", kFinTimeout});
   EXPECT_EQ(run.status, 0) << run.err;

@@ -109,6 +109,15 @@ TEST_F(Json, TellsErrorsToo) {
   }
 }
 
+TEST_F(Json, TellsWhatTheCommandChanged) {
+  const json told = json::parse(Kaehost({"apply", "--json", document_, "--", "sh", "-c",
+                                         "echo 41 >/proc/sys/net/ipv4/tcp_fin_timeout"})
+                                    .out);
+  EXPECT_EQ(told["changed_by_others"][0]["tunable"], "ipv4/tcp_fin_timeout");
+  EXPECT_EQ(told["changed_by_others"][0]["now"], "41");
+  EXPECT_EQ(told["changed_by_others"].size(), 1U);
+}
+
 TEST_F(Json, TellsThePositionOfEachElementInItsFile) {
   const std::string document = folder_.Write(
       "positions.xml",
