@@ -39,7 +39,7 @@ void EndInTimeAfterParent(std::chrono::seconds given) {
   patience = static_cast<unsigned>(given.count());
   struct sigaction action = {};
   action.sa_handler = [](int) { alarm(patience); };
-  action.sa_flags = SA_RESETHAND | SA_RESTART;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
   sigaction(SIGALRM, &action, nullptr);
   prctl(PR_SET_PDEATHSIG, SIGALRM);
 }

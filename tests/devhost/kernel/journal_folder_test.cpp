@@ -131,7 +131,7 @@ int fsync(int fd) {
 }
 
 TEST_F(Journals, AreForRootOnlyWhateverTheMask) {
-  for (const mode_t mask : {0000, 0077}) {
+  for (const mode_t mask : {0000U, 0077U}) {
     const mode_t before = umask(mask);
     const JournalFile journal = BeginJournal("--live", kBefore, path_);
     umask(before);
@@ -295,7 +295,7 @@ TEST_F(Journals, AreRegularFiles) {
 
 TEST_F(Journals, AreOfThisUserOnly) {
   LeaveJournal();
-  for (const mode_t mode : {0640, 0620, 0610, 0604, 0602, 0601}) {
+  for (const mode_t mode : {0640U, 0620U, 0610U, 0604U, 0602U, 0601U}) {
     ASSERT_EQ(chmod(file_.c_str(), mode), 0);
     EXPECT_EQ(Refusal(), FoundOut(file_ + ": other users can open this file")) << mode;
   }
@@ -350,7 +350,7 @@ TEST_F(Journals, LieInARealFolder) {
 
 TEST_F(Journals, LieInAFolderOfThisUserOnly) {
   Open();
-  for (const mode_t mode : {0720, 0702, 01777}) {
+  for (const mode_t mode : {0720U, 0702U, 01777U}) {
     ASSERT_EQ(chmod(path_.c_str(), mode), 0);
     EXPECT_EQ(RefusalToBegin(), FoundOut(path_ + ": other users can write this folder")) << mode;
   }
