@@ -127,7 +127,7 @@ JournalFolder JournalFolder::OpenOrCreate(const std::string& path) {
   if (mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
     CannotWrite(path, "create this folder for the original values");
   }
-  return JournalFolder(path, OpenFolder(path));
+  return {path, OpenFolder(path)};
 }
 
 JournalFolder::JournalFolder(std::string path, FileDescriptor folder)
@@ -204,20 +204,20 @@ JournalFile JournalFolder::Write(const std::string& option, const Tunables& befo
     errno = error;
     CannotWrite(path, "write the journal of the original values");
   }
-  return JournalFile(path, std::move(file), std::move(journal));
+  return {path, std::move(file), std::move(journal)};
 }
 
 JournalFile BeginJournal(const std::string& option, const Tunables& before,
-                         const std::string& path) {
-  const JournalFolder folder = JournalFolder::OpenOrCreate(path);
-  if (const auto left = folder.Read(JournalFolder::NameHere())) {
+                         const std::string& folder) {
+  const JournalFolder journals = JournalFolder::OpenOrCreate(folder);
+  if (const auto left = journals.Read(JournalFolder::NameHere())) {
     RefuseOtherNamespace(left->journal(), left->path());
     Refuse(left->path(), "the session of process " + std::to_string(left->journal().process) +
                              ", started " + left->journal().started +
                              ", ended without restoring these tunables; run 'kaehost restore " +
                              option + "' first");
   }
-  return folder.Write(option, before);
+  return journals.Write(option, before);
 }
 
 }  // namespace devhost

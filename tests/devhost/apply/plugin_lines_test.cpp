@@ -17,7 +17,6 @@ using devhost::Folded;
 using nlohmann::json;
 using testing::AllOf;
 using testing::ContainsRegex;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 

@@ -175,9 +175,10 @@ TEST_F(PluginProcess, ThatEndsBeforeTheFirstRequestIsAPluginThatDoesNotLoad) {
 }
 
 TEST_F(PluginProcess, ThatEndsDuringTheCommandIsReportedAfterIt) {
-  const Outcome run = Apply("", {first_, "--", "sh", "-c",
-                                 "for process in $(cat /proc/$PPID/task/$PPID/children); do "
-                                 "[ $process = $$ ] || kill -9 $process; done; sleep 0.1"});
+  const std::string kill_others =
+      "for process in $(cat /proc/$PPID/task/$PPID/children); do "
+      "[ $process = $$ ] || kill -9 $process; done; sleep 0.1";
+  const Outcome run = Apply("", {first_, "--", "sh", "-c", kill_others});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("kaehost: the plug-in's process was killed by signal 9 (Killed) "
                                  "during the command; kaehost restored 0 tunables\n"));

@@ -29,7 +29,6 @@ using nlohmann::json;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-using testing::Not;
 
 namespace {
 
@@ -66,7 +65,7 @@ class Restore : public testing::Test {
 
   static void NameTheNamespace(const std::string& name) {
     fs::create_directory("/run/netns");
-    std::ofstream{"/run/netns/" + name};
+    std::ofstream(fs::path("/run/netns") / name).close();
     ASSERT_EQ(mount("/proc/self/ns/net", ("/run/netns/" + name).c_str(), nullptr, MS_BIND, nullptr),
               0);
   }
@@ -190,7 +189,7 @@ TEST_F(ListJournals, ShowsDurationsInTheirLargestUnit) {
   EXPECT_EQ(age(3599 - 30), "59 minutes");
   EXPECT_EQ(age(3600), "1 hour");
   EXPECT_EQ(age(86400 - 60), "23 hours");
-  EXPECT_EQ(age(3 * 86400), "3 days");
+  EXPECT_EQ(age(3 * 86400LL), "3 days");
   EXPECT_EQ(age(-5), "0 seconds");
 }
 
