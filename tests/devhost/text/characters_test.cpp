@@ -67,6 +67,10 @@ TEST(Visible, KeepsAllElse) {
     EXPECT_EQ(Visible(other), other) << testing::PrintToString(other);
   }
   EXPECT_EQ(Visible("\xf8\x80\x80\x80\x9b"), "\xf8<0x80><0x80><0x80><0x9B>");
+  EXPECT_EQ(Visible("\xc2\x1b"), "\xc2<U+001B>");
+  EXPECT_EQ(Visible("\xe3\x81"
+                    "b"),
+            "\xe3<0x81>b");
   EXPECT_EQ(Visible("a\tb\n\r", "\n\t"), "a\tb\n<U+000D>");
 }
 
