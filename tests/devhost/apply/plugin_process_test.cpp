@@ -72,6 +72,13 @@ class PluginProcess : public testing::Test {
     return std::make_unique<RunningKaehost>(arguments);
   }
 
+  static std::string WorkerOf(const RunningKaehost& kaehost) {
+    const std::string process = std::to_string(kaehost.pid());
+    std::string worker;
+    std::ifstream("/proc/" + process + "/task/" + process + "/children") >> worker;
+    return worker;
+  }
+
   static bool IsAlive(const std::string& process) {
     std::ifstream stat("/proc/" + process + "/stat");
     std::string number;
@@ -184,6 +191,15 @@ TEST_F(PluginProcess, ThatEndsDuringTheCommandIsReportedAfterIt) {
                                  "during the command; kaehost restored 0 tunables\n"));
 }
 
+TEST_F(PluginProcess, ThatEndsDuringTheHoldEndsTheHold) {
+  const auto kaehost = Start("", {first_});
+  ASSERT_TRUE(kaehost->HasSaid("kaehost: holding"));
+  ASSERT_EQ(kill(std::stoi(WorkerOf(*kaehost)), SIGKILL), 0);
+  const Outcome run = kaehost->Finish();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("process was killed by signal 9 (Killed) during the hold; "));
+}
+
 TEST_F(PluginProcess, ThatEndsIsInTheJson) {
   const json report = json::parse(Apply("do_Configure crash", {"--json", first_}).out);
   EXPECT_EQ(report["plugin_ended"],
@@ -257,9 +273,7 @@ TEST_F(PluginProcess, EndsInTimeIfKaehostDiesAndItCannotRelease) {
   const std::unique_ptr<RunningKaehost> kaehost =
       Start("do_Configure sleep", {"--kill-after=1", first_});
   AwaitChange();
-  const std::string path = "/proc/" + std::to_string(kaehost->pid());
-  std::string worker;
-  std::ifstream(path + "/task/" + std::to_string(kaehost->pid()) + "/children") >> worker;
+  const std::string worker = WorkerOf(*kaehost);
   ASSERT_TRUE(IsAlive(worker));
   kill(kaehost->pid(), SIGKILL);
   kaehost->Finish();
