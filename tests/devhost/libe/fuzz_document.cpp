@@ -16,14 +16,15 @@
 namespace {
 
 // Limits of documents, and what the other parser does not refuse: an unknown entity in an attribute
-// or in a document that says that it stands alone, and a byte order mark of UTF-8 before any
-// encoding.
+// or in a document that says that it stands alone, a byte order mark of UTF-8 before any encoding,
+// and half of a surrogate pair of UTF-16.
 constexpr const char* kOwnReasons[] = {
     "a document may not declare entities",
     "a tag, a comment, a CDATA section, a declaration or the space between them is longer",
     "Entity '",
     "PEReference: ",
     "which contradicts its XML declaration",
+    "input conversion failed due to input error",
 };
 
 void Require(bool holds, const char* what) {
