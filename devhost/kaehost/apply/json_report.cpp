@@ -3,6 +3,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "devhost/kaehost/changes.h"
 #include "devhost/kaehost/text/json.h"
 
 namespace devhost {
@@ -54,18 +55,6 @@ Json RequestJson(const SessionResult& session, const RequestResult& result) {
   return json;
 }
 
-Json ChangesJson(const std::vector<Change>& changes) {
-  Json json = Json::array();
-  for (const Change& change : changes) {
-    json.push_back({
-        {"tunable", change.tunable},
-        {"before",  change.before },
-        {"now",     change.after  }
-    });
-  }
-  return json;
-}
-
 Json Lines(const std::string& text) {
   Json lines = Json::array();
   std::istringstream stream(text);
@@ -80,7 +69,7 @@ void AddComparison(const SessionResult& session, Json& json) {
   if (session.not_restored.empty() && !session.unread.empty()) {
     json["restored"] = nullptr;  // nobody knows
   }
-  json["not_restored"] = ChangesJson(session.not_restored);
+  json["not_restored"] = ToJson(session.not_restored);
   json["unread"] = Json::array();
   for (const Unread& unread : session.unread) {
     json["unread"].push_back({
@@ -108,8 +97,8 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   json["command_status"] = OrNull(session.command_status);
   json["release_thrown"] = OrNull(session.release_thrown);
   AddComparison(session, json);
-  json["changed_by_others"] = ChangesJson(session.changed_by_others);
-  json["restored_by_kaehost"] = ChangesJson(session.restored_by_kaehost);
+  json["changed_by_others"] = ToJson(session.changed_by_others);
+  json["restored_by_kaehost"] = ToJson(session.restored_by_kaehost);
   json["plugin_ended"] = OrNull(session.plugin_ended);
   json["progress"] = Lines(progress);
   json["status"] = status;

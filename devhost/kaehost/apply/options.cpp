@@ -11,9 +11,8 @@
 #include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/json_failure.h"
 #include "devhost/kaehost/plugin/plugin.h"
-#include "devhost/kaehost/text/json.h"
-#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
@@ -94,13 +93,7 @@ int RunOrRefuse(const ApplyOptions& options) try {
   if (!options.json) {
     throw;  // main prints it
   }
-  const ExitStatus status = StatusFor(error);
-  const Json json = {
-      {"error",  SentenceOf(error)},
-      {"status", int{status}      }
-  };
-  Out() << JsonText(json) << '\n';
-  return status;
+  return PrintJsonFailure(SentenceOf(error), StatusFor(error));
 }
 
 }  // namespace

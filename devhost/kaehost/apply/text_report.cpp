@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "devhost/kaehost/apply/plugin_lines.h"
+#include "devhost/kaehost/changes.h"
 #include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/colour.h"
 #include "devhost/kaehost/text/output.h"
@@ -122,9 +123,7 @@ void Report::TellResult(const SessionResult& session, const RequestResult& resul
   }
   TellReply(result);
   TellOutcomes(session, result);
-  Complain(
-      InputName(result.document) + ": " +
-      (result.outcomes.empty() ? "nothing requested, nothing changed" : Counts(result.outcomes)));
+  Complain(InputName(result.document) + ": " + Counts(result.outcomes));
 }
 
 void Report::TellReply(const RequestResult& result) const {
@@ -166,11 +165,7 @@ void Report::TellOutcomes(const SessionResult& session, const RequestResult& res
 }
 
 void Report::TellChanges(const std::vector<Change>& changes) const {
-  Table table({"tunable", "before", "now"});
-  for (const Change& change : changes) {
-    table.Add({change.tunable, change.before, change.after});
-  }
-  PrintUnlessSilent(table);
+  PrintUnlessSilent(TableOf(changes));
 }
 
 void Report::TellWhatOthersChanged(const SessionResult& session) const {

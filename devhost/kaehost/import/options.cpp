@@ -13,6 +13,7 @@
 #include "devhost/kaehost/import/output_file.h"
 #include "devhost/kaehost/import/report.h"
 #include "devhost/kaehost/import/sysctl_to_document.h"
+#include "devhost/kaehost/json_failure.h"
 #include "devhost/kaehost/text/json.h"
 #include "devhost/kaehost/text/output.h"
 
@@ -49,14 +50,9 @@ struct Options {
 
 int Fail(const Options& options, const std::string& sentence) {
   if (options.json) {
-    const Json json = {
-        {"error",  sentence      },
-        {"status", int{kBadInput}}
-    };
-    Out() << JsonText(json) << '\n';
-  } else {
-    TellError(sentence + "; there is no document");
+    return PrintJsonFailure(sentence, kBadInput);
   }
+  TellError(sentence + "; there is no document");
   return kBadInput;
 }
 

@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "devhost/kaehost/kernel/file_descriptor.h"
 #include "devhost/kaehost/text/quoting.h"
 
 namespace devhost {
@@ -26,36 +27,24 @@ namespace {
 constexpr mode_t kPermissions = 0777;
 constexpr int kCannotKeepOwner = 255;  // greater than all error numbers
 
-class Descriptor {
- public:
-  // Throws if `fd` is none.
-  explicit Descriptor(int fd) : fd_(fd) {
-    if (fd == -1) {
-      throw std::runtime_error(std::strerror(errno));
-    }
-  }
-  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-  }
-  ~Descriptor() { close(fd_); }
+[[noreturn]] void Refuse(int error) { throw std::runtime_error(std::strerror(error)); }
 
-  int get() const { return fd_; }
-
-  struct stat Status() const {
-    struct stat status = {};
-    fstat(fd_, &status);
-    return status;
+FileDescriptor Opened(int fd) {
+  if (fd < 0) {
+    Refuse(errno);
   }
+  return FileDescriptor(fd);
+}
 
- private:
-  int fd_;
-};
+struct stat StatusOf(const FileDescriptor& file) {
+  struct stat status = {};
+  fstat(file.get(), &status);
+  return status;
+}
 
 // What a path leads to: a name in a folder, which is kept open, so that nobody can exchange it.
 struct Target {
-  Descriptor folder;
+  FileDescriptor folder;
   std::string name;
   struct stat status = {};    // zeros if there is nothing of that name
   bool is_open_file = false;  // a link of /proc, which only the kernel can follow
@@ -64,9 +53,7 @@ struct Target {
   bool IsWrittenDirectly() const { return IsThere() && !S_ISREG(status.st_mode); }
 };
 
-[[noreturn]] void Refuse(int error) { throw std::runtime_error(std::strerror(error)); }
-
-bool IsInProc(const Descriptor& entry) {
+bool IsInProc(const FileDescriptor& entry) {
   struct statfs found = {};
   return fstatfs(entry.get(), &found) == 0 && found.f_type == PROC_SUPER_MAGIC;
 }
@@ -83,7 +70,7 @@ void RefuseForeignEntry(const struct stat& folder, const struct stat& entry,
   }
 }
 
-std::string TextOf(const Descriptor& link) {
+std::string TextOf(const FileDescriptor& link) {
   std::array<char, PATH_MAX> text;
   const ssize_t size = readlinkat(link.get(), "", text.data(), text.size());
   if (size < 0) {
@@ -96,12 +83,12 @@ std::string TextOf(const Descriptor& link) {
 Target Find(std::string path) {
   constexpr int kMostLinks = 40;  // as many as the kernel follows
   constexpr int kFolder = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  Descriptor folder(AT_FDCWD);
+  FileDescriptor folder(AT_FDCWD);
   for (int links = 0; links <= kMostLinks; ++links) {
     const std::size_t name_begin = path.rfind('/') + 1;
     const std::string way = path.substr(0, name_begin) + '.';
     std::string name = path.substr(name_begin);
-    folder = Descriptor(openat(folder.get(), way.c_str(), kFolder));
+    folder = Opened(openat(folder.get(), way.c_str(), kFolder));
     if (name.empty()) {
       Refuse(path.empty() ? ENOENT : EISDIR);
     }
@@ -109,9 +96,9 @@ Target Find(std::string path) {
     if (fd < 0 && errno == ENOENT) {
       return {std::move(folder), std::move(name)};
     }
-    const Descriptor entry(fd);
-    const struct stat status = entry.Status();
-    RefuseForeignEntry(folder.Status(), status, name);
+    const FileDescriptor entry = Opened(fd);
+    const struct stat status = StatusOf(entry);
+    RefuseForeignEntry(StatusOf(folder), status, name);
     const bool is_link = S_ISLNK(status.st_mode);
     if (!is_link || IsInProc(entry)) {
       return {std::move(folder), std::move(name), status, is_link};
@@ -135,9 +122,9 @@ bool WriteAll(int fd, const std::string& text) {
 
 void WriteDirectly(const Target& target, const std::string& text) {
   const int kind = target.is_open_file ? 0 : O_NOFOLLOW;
-  const Descriptor file(openat(target.folder.get(), target.name.c_str(),
-                               O_WRONLY | O_APPEND | O_NOCTTY | O_CLOEXEC | kind));
-  const struct stat opened = file.Status();
+  const FileDescriptor file = Opened(openat(target.folder.get(), target.name.c_str(),
+                                            O_WRONLY | O_APPEND | O_NOCTTY | O_CLOEXEC | kind));
+  const struct stat opened = StatusOf(file);
   const bool is_the_same =
       opened.st_dev == target.status.st_dev && opened.st_ino == target.status.st_ino;
   if (!target.is_open_file && !is_the_same) {

@@ -10,6 +10,7 @@
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/inspect/facts.h"
 #include "devhost/kaehost/inspect/report.h"
+#include "devhost/kaehost/json_failure.h"
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/plugin.h"
 #include "devhost/kaehost/process/interruption.h"
@@ -44,15 +45,12 @@ struct Options {
 
 int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
   if (options.json) {
-    const Json json = {
-        {"error",  sentence      },
-        {"plugin", options.plugin},
-        {"status", int{status}   }
+    const Json about = {
+        {"plugin", options.plugin}
     };
-    Out() << JsonText(json) << '\n';
-  } else {
-    TellError(sentence);
+    return PrintJsonFailure(sentence, status, about);
   }
+  TellError(sentence);
   return status;
 }
 

@@ -6,13 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <map>
 #include <optional>
 #include <utility>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/kernel/file_descriptor.h"
 
 namespace devhost {
 namespace {
@@ -37,13 +37,22 @@ Reading ReadFile(int file) {
 
 // Returns none if there is no file.
 std::optional<Reading> ReadFile(int folder, const char* name) {
-  const int file = openat(folder, name, O_RDONLY | O_CLOEXEC);
-  if (file < 0) {
+  const FileDescriptor file(openat(folder, name, O_RDONLY | O_CLOEXEC));
+  if (file.get() < 0) {
     return errno == ENOENT ? std::nullopt : std::optional(Reading{"", errno});
   }
-  Reading reading = ReadFile(file);
-  close(file);
-  return reading;
+  return ReadFile(file.get());
+}
+
+std::string PathOf(const std::string& name) { return "/proc/sys/net/" + name; }
+
+// Returns whether the file could be opened. What the kernel refuses, stays.
+bool Write(const std::string& name, const std::string& text) {
+  const FileDescriptor file(
+      open(PathOf(name).c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK));
+  const std::string line = text + '\n';
+  [[maybe_unused]] const ssize_t written = write(file.get(), line.data(), line.size());
+  return file.get() >= 0;
 }
 
 // Returns the readings of the tunable before and after, null where there is no file, by name.
@@ -69,37 +78,29 @@ bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
 
 Tunables ReadTunables() {
   Tunables tunables;
-  const int folder = open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const FileDescriptor folder(open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC));
   const char* file = "";
   for (const CatalogueEntry& entry : Catalogue()) {
     if (std::strcmp(std::exchange(file, entry.file), entry.file) == 0) {
       continue;  // the values of a file follow one another
     }
-    if (std::optional<Reading> reading = ReadFile(folder, file)) {
+    if (std::optional<Reading> reading = ReadFile(folder.get(), file)) {
       tunables[file] = std::move(*reading);
     }
   }
-  close(folder);
   return tunables;
 }
 
 std::vector<std::string> StartFrom(const Tunables& machine) {
   std::vector<std::string> differ;
+  const Tunables here = ReadTunables();
   for (const auto& [name, reading] : machine) {
-    const std::string path = "/proc/sys/net/" + name;
-    const std::optional<Reading> here = ReadFile(AT_FDCWD, path.c_str());
-    if (!here || *here == reading) {
+    const auto own = here.find(name);
+    if (own == here.end() || own->second == reading) {
       continue;
     }
-    const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (file < 0) {
-      continue;  // the namespace has it read-only
-    }
-    if (reading.error == 0) {
-      dprintf(file, "%s\n", reading.text.c_str());
-    }
-    close(file);
-    if (ReadFile(AT_FDCWD, path.c_str()) != reading) {
+    if (reading.error != 0 ||
+        (Write(name, reading.text) && ReadFile(AT_FDCWD, PathOf(name).c_str()) != reading)) {
       differ.push_back(name);
     }
   }
@@ -135,11 +136,7 @@ std::vector<Change> Restore(const Tunables& before) {
   std::vector<Change> changes = Compare(before, ReadTunables());
   for (int i = 0; i < 2; ++i) {
     for (const Change& change : changes) {
-      const int fd = open(("/proc/sys/net/" + change.tunable).c_str(),
-                          O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK);
-      const std::string text = change.before + '\n';
-      [[maybe_unused]] const ssize_t written = write(fd, text.data(), text.size());
-      close(fd);
+      Write(change.tunable, change.before);
     }
   }
   return changes;

@@ -9,6 +9,7 @@
 
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/json_failure.h"
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/restore/journals.h"
 #include "devhost/kaehost/restore/report.h"
@@ -75,13 +76,7 @@ int RunOrRefuse(const Options& options) try {
   if (!options.json) {
     throw;  // main prints it
   }
-  const ExitStatus status = StatusFor(error);
-  const Json json = {
-      {"error",  SentenceOf(error)},
-      {"status", int{status}      }
-  };
-  Out() << JsonText(json) << '\n';
-  return status;
+  return PrintJsonFailure(SentenceOf(error), StatusFor(error));
 }
 
 }  // namespace

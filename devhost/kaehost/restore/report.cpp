@@ -1,25 +1,14 @@
 #include "devhost/kaehost/restore/report.h"
 
+#include "devhost/kaehost/changes.h"
+#include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/output.h"
-#include "devhost/kaehost/text/quoting.h"
-#include "devhost/kaehost/text/table.h"
 
 namespace devhost {
 namespace {
 
 // A name of a namespace can contain any characters.
-void TellLine(const std::string& line) {
-  constexpr std::size_t kLongest = 2000;
-  Out() << "kaehost: " << Shown(line, kLongest) << '\n';
-}
-
-void TellTable(const std::vector<Change>& changes) {
-  Table table({"tunable", "before", "now"});
-  for (const Change& change : changes) {
-    table.Add({change.tunable, change.before, change.after});
-  }
-  table.Print(Out());
-}
+void TellLine(const std::string& line) { Out() << "kaehost: " << Visible(line) << '\n'; }
 
 // "1 minute", "5 hours"
 std::string Duration(long long seconds) {
@@ -50,7 +39,7 @@ std::string Session(const FoundJournal& found) {
 
 void TellLeft(const FoundJournal& found) {
   TellLine(Session(found) + ", ended without restoring");
-  TellTable(found.differs);
+  TableOf(found.differs).Print(Out());
   if (found.option.empty()) {
     TellLine(
         "cannot find its network namespace: run 'kaehost restore --netns PATH'; if it does not "
@@ -63,18 +52,6 @@ void TellLeft(const FoundJournal& found) {
   }
 }
 
-Json ChangesJson(const std::vector<Change>& changes) {
-  Json json = Json::array();
-  for (const Change& change : changes) {
-    json.push_back({
-        {"tunable", change.tunable},
-        {"before",  change.before },
-        {"now",     change.after  }
-    });
-  }
-  return json;
-}
-
 Json JournalJson(const FoundJournal& found) {
   constexpr const char* kWords[] = {"left", "in use", "refused"};
   Json json;
@@ -85,7 +62,7 @@ Json JournalJson(const FoundJournal& found) {
   json["started"] = found.journal ? Json(found.journal->started) : Json();
   json["age_s"] = found.journal ? Json(found.age) : Json();
   json["option"] = found.option.empty() ? Json() : Json(found.option);
-  json["differs"] = ChangesJson(found.differs);
+  json["differs"] = ToJson(found.differs);
   return json;
 }
 
@@ -123,11 +100,11 @@ void Tell(const Restoration& result, bool quiet) {
   }
   if (!quiet) {
     TellLine(Session(*result.journal) + ", ended without restoring");
-    TellTable(result.journal->differs);
+    TableOf(result.journal->differs).Print(Out());
   }
   if (!result.not_restored.empty()) {
     TellLine("not restored:");
-    TellTable(result.not_restored);
+    TableOf(result.not_restored).Print(Out());
     TellLine("the journal " + result.journal->file + " is kept");
   } else if (!quiet) {
     TellLine(std::string(result.journal->differs.empty() ? "no tunable differed"
@@ -150,7 +127,7 @@ Json ToJson(const Restoration& result, int status) {
   if (result.journal) {
     list.push_back(JournalJson(*result.journal));
   }
-  return ResultJson(list, result.not_restored.empty(), ChangesJson(result.not_restored), status);
+  return ResultJson(list, result.not_restored.empty(), ToJson(result.not_restored), status);
 }
 
 }  // namespace devhost
