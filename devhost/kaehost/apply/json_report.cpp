@@ -99,6 +99,7 @@ std::string ToJson(const SessionResult& session, const std::string& progress, in
   AddComparison(session, json);
   json["changed_by_others"] = ToJson(session.changed_by_others);
   json["restored_by_kaehost"] = ToJson(session.restored_by_kaehost);
+  json["journal_kept"] = OrNull(session.journal_kept);
   json["plugin_ended"] = OrNull(session.plugin_ended);
   json["progress"] = Lines(progress);
   json["status"] = status;

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <optional>
@@ -57,7 +58,7 @@ class Session {
   void BringLoopbackUpIfPrivate() const;
   void Release();
   void TellWhatOthersChanged();
-  void EndJournal(const SessionJournal& journal) const;
+  void RestoreTheRest();
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
@@ -90,16 +91,24 @@ int Session::Run() {
        Description(options_.target, result_.emulated, result_.not_copied)) {
     report_.Tell(line);
   }
-  written_ = before_ = ReadTunables();
-  const SessionJournal journal(options_, result_.emulated, before_);
+  const SessionJournal journal(options_, result_.emulated);
+  if (journal.about_former()) {
+    report_.Tell(*journal.about_former());
+  }
+  written_ = before_ = journal.before();
   now_ = start_ = CatalogueValuesOf(before_, machine_);
   try {
     LeadALayersLife();
   } catch (...) {
-    EndJournal(journal);
+    if (const std::optional<std::string> sentence = journal.End()) {
+      TellError(*sentence);
+    }
     throw;
   }
-  EndJournal(journal);
+  if (const std::optional<std::string> sentence = journal.End()) {
+    result_.journal_kept = journal.path();
+    report_.Complain(*sentence);
+  }
   const int status = result_.Status(options_.strict);
   if (options_.json) {
     Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
@@ -119,7 +128,8 @@ void Session::LeadALayersLife() {
   } catch (...) {
     TellPluginLines(true);
     layer_.reset();
-    report_.TellRestored(Restore(before_));
+    RestoreTheRest();
+    report_.TellRestoration(result_);
     throw;
   }
   TellPluginLines(false);
@@ -216,6 +226,14 @@ void Session::Release() {
   }
   result_.release_thrown = layer_->Release();
   NoteEndOfPlugin("the release");
+  RestoreTheRest();
+  TellPluginLines(result_.release_thrown || result_.plugin_ended ||
+                  !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
+  report_.TellRelease(result_);
+}
+
+// What the plug-in left changed.
+void Session::RestoreTheRest() {
   Tunables after = ReadTunables();
   result_.restored_by_kaehost = Compare(before_, after);
   if (!result_.restored_by_kaehost.empty()) {
@@ -224,15 +242,10 @@ void Session::Release() {
   }
   result_.not_restored = Compare(before_, after);
   result_.unread = FindUnread(before_, after);
-  TellPluginLines(result_.release_thrown || result_.plugin_ended ||
-                  !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
-  report_.TellRelease(result_);
-}
-
-void Session::EndJournal(const SessionJournal& journal) const {
-  if (const std::optional<std::string> sentence = journal.End()) {
-    report_.Complain(*sentence);
-  }
+  std::erase_if(result_.restored_by_kaehost, [this](const Change& change) {
+    return std::any_of(result_.not_restored.begin(), result_.not_restored.end(),
+                       [&change](const Change& still) { return still.tunable == change.tunable; });
+  });
 }
 
 }  // namespace

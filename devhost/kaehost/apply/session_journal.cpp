@@ -3,15 +3,21 @@
 namespace devhost {
 
 SessionJournal::SessionJournal(const ApplyOptions& options,
-                               const std::vector<std::string>& emulated, Tunables before) {
+                               const std::vector<std::string>& emulated) {
   const TargetNamespace& target = options.target;
   if (target.IsPrivate() || options.no_journal) {
+    before_ = ReadTunables();
     return;
   }
+  const std::string option = target.live ? "--live" : "--netns " + target.netns;
+  const JournalFolder folder = JournalFolder::OpenOrCreate();
+  about_former_ = folder.EndFormerSession(option);
+  before_ = ReadTunables();
+  Tunables kept = before_;
   for (const std::string& name : emulated) {
-    before.erase(name);
+    kept.erase(name);
   }
-  journal_.emplace(BeginJournal(target.live ? "--live" : "--netns " + target.netns, before));
+  journal_.emplace(folder.Write(option, kept));
 }
 
 std::optional<std::string> SessionJournal::End() const {

@@ -14,16 +14,27 @@ namespace devhost {
 // --no-journal. This process and those that it forks keep other sessions from the same tunables.
 class SessionJournal {
  public:
-  // Writes the journal of the tunables `before`, except those that scratch files emulate. To be
-  // called before a plug-in is loaded. Throws NamespaceError.
-  SessionJournal(const ApplyOptions& options, const std::vector<std::string>& emulated,
-                 Tunables before);
+  // Reads the tunables, when no other session can change them any more, and writes the journal of
+  // all except those that scratch files emulate. To be called before a plug-in is loaded. Throws
+  // NamespaceError.
+  SessionJournal(const ApplyOptions& options, const std::vector<std::string>& emulated);
+
+  // The tunables before the session.
+  const Tunables& before() const { return before_; }
+
+  // Returns a sentence about the journal of a former session, if there was one.
+  const std::optional<std::string>& about_former() const { return about_former_; }
 
   // Deletes the journal if all its tunables are as they were. Otherwise returns the sentence that
   // says what to do. Throws NamespaceError.
   std::optional<std::string> End() const;
 
+  // To be called after End returned a sentence.
+  const std::string& path() const { return journal_->path(); }
+
  private:
+  std::optional<std::string> about_former_;
+  Tunables before_;
   std::optional<JournalFile> journal_;
 };
 

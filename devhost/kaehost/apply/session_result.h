@@ -34,9 +34,10 @@ struct SessionResult {
   std::optional<std::string> plugin_ended;  // how and during what the plug-in's process ended
   // What somebody else wrote after the last request; `before` is what was there then.
   std::vector<Change> changed_by_others;
-  std::vector<Change> restored_by_kaehost;  // what the plug-in left changed
+  std::vector<Change> restored_by_kaehost;  // what the plug-in left changed and kaehost restored
   std::vector<Change> not_restored;         // what is still changed after that
   std::vector<Unread> unread;  // tunables of which nobody knows whether they are restored
+  std::optional<std::string> journal_kept;  // the journal's path, if it is not deleted at the end
 
   // Whether all requests have succeeded.
   bool has_succeeded() const {

@@ -104,9 +104,11 @@ void Report::TellPluginLines(const std::string& text, bool in_full) const {
   }
 }
 
-void Report::TellRestored(const std::vector<Change>& changes) const {
-  if (!changes.empty()) {
-    Complain("kaehost restored " + Counted(changes.size()));
+void Report::TellRestoration(const SessionResult& session) const {
+  const std::size_t count = session.restored_by_kaehost.size();
+  if (count > 0 || !session.may_be_restored()) {
+    Complain("kaehost restored " + Counted(count));
+    TellComparison(session, "");
   }
 }
 
@@ -192,15 +194,19 @@ void Report::TellRelease(const SessionResult& session) const {
     TellChanges(session.restored_by_kaehost);
     end.clear();
   }
+  TellComparison(session, end);
+}
+
+void Report::TellComparison(const SessionResult& session, const std::string& begin) const {
   if (!session.not_restored.empty()) {
-    Complain(end + "not restored:");
+    Complain(begin + "not restored:");
     TellChanges(session.not_restored);
   } else if (session.unread.empty()) {
-    Tell(end + "all tunables restored");
+    Tell(begin + "all tunables restored");
   } else if (session.may_be_restored()) {
-    Tell(end + "all tunables restored that can be read");
+    Tell(begin + "all tunables restored that can be read");
   } else {
-    Complain(end + "cannot tell whether all tunables are restored");
+    Complain(begin + "cannot tell whether all tunables are restored");
   }
   TellUnread(session);
 }

@@ -38,8 +38,8 @@ class Report {
   // has rows for unchanged values; a quiet one has only what is wrong and the counts.
   void TellResult(const SessionResult& session, const RequestResult& result) const;
 
-  // What kaehost restored because the plug-in did not.
-  void TellRestored(const std::vector<Change>& changes) const;
+  // What a plug-in without a layer left changed, if anything.
+  void TellRestoration(const SessionResult& session) const;
 
   // What others wrote after the last request, if anything.
   void TellWhatOthersChanged(const SessionResult& session) const;
@@ -53,6 +53,7 @@ class Report {
   void TellReply(const RequestResult& result) const;
   void TellChanges(const std::vector<Change>& changes) const;
   void TellOutcomes(const SessionResult& session, const RequestResult& result) const;
+  void TellComparison(const SessionResult& session, const std::string& begin) const;
   void TellUnread(const SessionResult& session) const;
   void PrintUnlessSilent(const Table& table) const;
 

@@ -183,6 +183,22 @@ std::optional<JournalFile> JournalFolder::Read(const std::string& name) const {
   return JournalFile(path, std::move(file), std::move(journal));
 }
 
+std::optional<std::string> JournalFolder::EndFormerSession(const std::string& option) const {
+  const std::optional<JournalFile> left = Read(NameHere());
+  if (!left) {
+    return std::nullopt;
+  }
+  RefuseOtherNamespace(left->journal(), left->path());
+  const std::string session = "the session of process " + std::to_string(left->journal().process) +
+                              ", started " + left->journal().started + ", ";
+  if (!DifferencesFrom(left->journal()).empty()) {
+    Refuse(left->path(), session + "ended without restoring these tunables; run 'kaehost restore " +
+                             option + "' first");
+  }
+  left->Remove();
+  return left->path() + ": " + session + "was killed, but no tunable differs; journal deleted";
+}
+
 // What a process that was killed here left has not been in use yet: it is written anew.
 JournalFile JournalFolder::Write(const std::string& option, const Tunables& before) const {
   const std::string name = NameHere();
@@ -205,19 +221,6 @@ JournalFile JournalFolder::Write(const std::string& option, const Tunables& befo
     CannotWrite(path, "write the journal of the original values");
   }
   return {path, std::move(file), std::move(journal)};
-}
-
-JournalFile BeginJournal(const std::string& option, const Tunables& before,
-                         const std::string& folder) {
-  const JournalFolder journals = JournalFolder::OpenOrCreate(folder);
-  if (const auto left = journals.Read(JournalFolder::NameHere())) {
-    RefuseOtherNamespace(left->journal(), left->path());
-    Refuse(left->path(), "the session of process " + std::to_string(left->journal().process) +
-                             ", started " + left->journal().started +
-                             ", ended without restoring these tunables; run 'kaehost restore " +
-                             option + "' first");
-  }
-  return journals.Write(option, before);
 }
 
 }  // namespace devhost

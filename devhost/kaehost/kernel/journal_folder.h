@@ -59,6 +59,12 @@ class JournalFolder {
   // JournalInUse if the session has not ended.
   std::optional<JournalFile> Read(const std::string& name) const;
 
+  // Makes sure that no session has the tunables of this namespace or left them changed: the
+  // sentence of the exception says what to do. Deletes the journal of a session that was killed, if
+  // no tunable differs from it, and returns a sentence about that. `option` is that of a session
+  // that starts now: "--live", or "--netns " and the name or path.
+  std::optional<std::string> EndFormerSession(const std::string& option) const;
+
   // Writes the journal of this namespace, whole and to the disk. There must be none.
   JournalFile Write(const std::string& option, const Tunables& before) const;
 
@@ -68,11 +74,5 @@ class JournalFolder {
   std::string path_;
   FileDescriptor folder_;
 };
-
-// Writes the journal of a session that starts now in the calling thread's network namespace.
-// `option` is the session's: "--live", or "--netns " and the name or path. Throws NamespaceError if
-// it cannot be written, or if there is one already: the sentence then says what to do.
-JournalFile BeginJournal(const std::string& option, const Tunables& before,
-                         const std::string& folder = "/run/kaehost");
 
 }  // namespace devhost

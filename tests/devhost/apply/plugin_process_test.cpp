@@ -176,9 +176,17 @@ TEST_F(PluginProcess, ThatEndsBeforeTheFirstRequestIsAPluginThatDoesNotLoad) {
       EXPECT_EQ(run.status, 3) << moment << ' ' << deed;
       EXPECT_EQ(run.err, "kaehost: " + plugin_ + ": the plug-in does not load: its process " + end +
                              "; nothing was delivered\n");
-      EXPECT_THAT(run.out, EndsWith("\nkaehost: kaehost restored 1 tunable\n"));
+      EXPECT_THAT(run.out, EndsWith("\nkaehost: kaehost restored 1 tunable\n"
+                                    "kaehost: all tunables restored\n"));
     }
   }
+}
+
+TEST_F(PluginProcess, OfARefusedPluginIsWaitedFor) {
+  const Outcome run = Apply("exit change late", {first_});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.err, HasSubstr("the plug-in made no layer"));
+  EXPECT_THAT(run.out, HasSubstr("\nkaehost: kaehost restored 1 tunable\n"));
 }
 
 TEST_F(PluginProcess, ThatEndsDuringTheCommandIsReportedAfterIt) {

@@ -8,9 +8,12 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,12 +28,15 @@ namespace fs = std::filesystem;
 
 using devhost::Compare;
 using devhost::ReadTunables;
+using nlohmann::json;
 using testing::AllOf;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -43,6 +49,21 @@ std::string Content(const std::string& path) {
 }
 
 void LeaveTheNamespace() { unshare(CLONE_NEWNET); }
+
+// Waits until a process has opened the file or folder.
+void AwaitOpened(pid_t process, const std::string& path) {
+  const std::string descriptors = "/proc/" + std::to_string(process) + "/fd";
+  for (int i = 0; i < 5000; ++i) {
+    std::error_code gone;
+    for (const auto& entry : fs::directory_iterator(descriptors, gone)) {
+      if (fs::read_symlink(entry.path(), gone) == path) {
+        return;
+      }
+    }
+    usleep(1000);
+  }
+  FAIL() << "not opened: " << path;
+}
 
 class SessionJournal : public testing::Test {
  protected:
@@ -57,6 +78,9 @@ class SessionJournal : public testing::Test {
       "document.xml", "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout></tcp-settings>");
   const std::string here_ = "/proc/" + std::to_string(getpid()) + "/ns/net";
   const std::string file_ = "/run/kaehost/" + devhost::JournalFolder::NameHere();
+  const std::string kept_ = "kaehost: the journal " + file_ +
+                            " keeps the original values; to restore them, run 'kaehost restore "
+                            "--live'\n";
 };
 
 }  // namespace
@@ -97,11 +121,33 @@ TEST_F(SessionJournal, StaysIfATunableIsNotRestored) {
   const Outcome run = Kaehost({"apply", "--live", "--quiet", document_, "--", "mount", "--bind",
                                "/proc/version", kFinTimeout});
   EXPECT_EQ(run.status, 1);
-  EXPECT_THAT(run.out, EndsWith("kaehost: the journal " + file_ +
-                                " keeps the original values; to restore them, run 'kaehost restore "
-                                "--live'\n"));
+  EXPECT_THAT(run.out, EndsWith(kept_));
   umount2(kFinTimeout, MNT_DETACH);
   EXPECT_THAT(Content(file_), HasSubstr("\nipv4/tcp_fin_timeout 37\n"));
+  EXPECT_EQ(Kaehost({"restore", "--live"}).status, 0);
+}
+
+TEST_F(SessionJournal, ThatStaysIsInTheJson) {
+  const std::vector<std::string> session = {"apply", "--live", "--json",        document_,  "--",
+                                            "mount", "--bind", "/proc/version", kFinTimeout};
+  const json left = json::parse(Kaehost(session).out);
+  umount2(kFinTimeout, MNT_DETACH);
+  EXPECT_EQ(left["journal_kept"], file_);
+  EXPECT_EQ(left["not_restored"][0]["tunable"], "ipv4/tcp_fin_timeout");
+  EXPECT_EQ(left["restored_by_kaehost"], json::array()) << "it could not";
+  EXPECT_EQ(Kaehost({"restore", "--live"}).status, 0);
+  const json all = json::parse(Kaehost({"apply", "--live", "--json", document_, "--", "true"}).out);
+  EXPECT_EQ(all["journal_kept"], nullptr);
+}
+
+TEST_F(SessionJournal, ThatStaysIsReportedIfThePlugInDoesNotLoad) {
+  setenv("MISBEHAVES", "InitPlugin hide the tunable", 1);
+  const Outcome run = Kaehost({"apply", "--live", document_, "--plugin", TestPlugin("misbehaves")});
+  umount2("/proc/sys/net/ipv4/tcp_sack", MNT_DETACH);
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.out, ContainsRegex("kaehost: kaehost restored 0 tunables\n"
+                                     "kaehost: not restored:\n[^\n]*\n  ipv4/tcp_sack +1 +Linux"));
+  EXPECT_THAT(run.err, StartsWith(kept_));
   EXPECT_EQ(Kaehost({"restore", "--live"}).status, 0);
 }
 
@@ -186,11 +232,48 @@ TEST_F(SessionJournal, KeepsSessionsOutUntilItIsUsed) {
   const mode_t mask = umask(0077);
   fs::copy_file(folder_.Path("journal"), file_);
   umask(mask);
+  std::ofstream(kFinTimeout) << "41";
   const Outcome run = Kaehost({"apply", "--live", document_});
   EXPECT_EQ(run.status, 77);
   EXPECT_THAT(run.err, HasSubstr("ended without restoring these tunables; run 'kaehost restore "
                                  "--live' first\n"));
-  EXPECT_EQ(Content(kFinTimeout), "37\n");
+  EXPECT_EQ(Content(kFinTimeout), "41\n");
   EXPECT_EQ(Kaehost({"restore", "--live"}).status, 0);
+  EXPECT_EQ(Content(kFinTimeout), "37\n");
   EXPECT_EQ(Kaehost({"apply", "--live", document_, "--", "true"}).status, 0);
+}
+
+// kaehost alone is killed: the process of the plug-in restores, and cannot delete the journal.
+TEST_F(SessionJournal, KeepsNobodyOutIfNothingDiffers) {
+  RunningKaehost first({"apply", "--live", document_});
+  ASSERT_TRUE(first.HasSaid(kHolding));
+  kill(first.pid(), SIGKILL);
+  first.Finish();
+  const std::vector<std::string> again = {"apply", "--live", document_, "--", "true"};
+  Outcome run = Kaehost(again);
+  for (int i = 0; i < 500 && run.status == 77; ++i) {
+    usleep(10'000);
+    run = Kaehost(again);
+  }
+  EXPECT_EQ(run.status, 0) << run.out << run.err;
+  EXPECT_THAT(run.out, HasSubstr("\nkaehost: " + file_ + ": the session of process " +
+                                 std::to_string(first.pid()) + ", started "));
+  EXPECT_THAT(run.out, HasSubstr("Z, was killed, but no tunable differs; journal deleted\n"));
+  EXPECT_EQ(Content(kFinTimeout), "37\n");
+  EXPECT_FALSE(fs::exists(file_));
+}
+
+// Otherwise a session that begins while another one ends would take its values for the original
+// ones.
+TEST_F(SessionJournal, HasTheValuesAfterTheEndOfAFormerSession) {
+  devhost::JournalFolder::OpenOrCreate();
+  std::optional<devhost::JournalFolder> folder = devhost::JournalFolder::Open();
+  std::ofstream(kFinTimeout) << "20";
+  RunningKaehost session({"apply", "--live", document_, "--", "true"});
+  AwaitOpened(session.pid(), "/run/kaehost");
+  usleep(100'000);
+  std::ofstream(kFinTimeout) << "37";
+  folder.reset();
+  EXPECT_EQ(session.Finish().status, 0);
+  EXPECT_EQ(Content(kFinTimeout), "37\n");
 }

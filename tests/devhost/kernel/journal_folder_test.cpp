@@ -17,6 +17,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,6 @@
 
 namespace fs = std::filesystem;
 
-using devhost::BeginJournal;
 using devhost::JournalFile;
 using devhost::JournalFolder;
 using devhost::JournalInUse;
@@ -75,6 +75,13 @@ std::string Content(const std::string& path) {
 mode_t ModeOf(const std::string& path) {
   struct stat status = {};
   return lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+JournalFile BeginJournal(const std::string& option, const devhost::Tunables& before,
+                         const std::string& path) {
+  const JournalFolder folder = JournalFolder::OpenOrCreate(path);
+  folder.EndFormerSession(option);
+  return folder.Write(option, before);
 }
 
 class Journals : public testing::Test {
@@ -214,7 +221,7 @@ TEST_F(Journals, AreNotKeptByAnotherProgram) {
 }
 
 TEST_F(Journals, RefuseASessionAfterOneThatDidNotRestore) {
-  LeaveJournal();
+  BeginJournal("--live", {{"ipv4/tcp_sack", {"7"}}}, path_);
   EXPECT_THAT(RefusalToBegin(),
               testing::MatchesRegex(
                   file_ + ": the session of process " + std::to_string(getpid()) +
@@ -222,6 +229,31 @@ TEST_F(Journals, RefuseASessionAfterOneThatDidNotRestore) {
                   "restore --live' first"));
   EXPECT_THAT([&] { BeginJournal("--netns blue", kBefore, path_); },
               ThrowsMessage<NamespaceError>(HasSubstr("run 'kaehost restore --netns blue' first")));
+}
+
+TEST_F(Journals, AreDeletedIfTheirSessionWasKilledAndNothingDiffers) {
+  LeaveJournal();
+  const std::optional<std::string> sentence = Open().EndFormerSession("--live");
+  ASSERT_TRUE(sentence);
+  EXPECT_THAT(*sentence, testing::MatchesRegex(
+                             file_ + ": the session of process " + std::to_string(getpid()) +
+                             ", started 20[-0-9T:]*Z, was killed, but no tunable differs; journal "
+                             "deleted"));
+  EXPECT_EQ(Refusal(), "none: there is no such file");
+  EXPECT_FALSE(Open().EndFormerSession("--live"));
+}
+
+// A folder over the tunable: it can be opened, but not read.
+TEST_F(Journals, AreKeptIfATunableCannotBeRead) {
+  LeaveJournal();
+  constexpr const char* kTunables = "/proc/sys/net/ipv4";
+  ASSERT_EQ(mount("tmpfs", kTunables, "tmpfs", 0, nullptr), 0);
+  fs::create_directory("/proc/sys/net/ipv4/tcp_sack");
+  EXPECT_THAT(RefusalToBegin(), HasSubstr("ended without restoring these tunables"));
+  fs::remove("/proc/sys/net/ipv4/tcp_sack");
+  EXPECT_THAT(RefusalToBegin(), HasSubstr("ended without restoring these tunables"));
+  umount2(kTunables, MNT_DETACH);
+  EXPECT_EQ(RefusalToBegin(), "none");
 }
 
 TEST_F(Journals, RefuseASessionInAnotherNamespaceOfTheSameNumber) {

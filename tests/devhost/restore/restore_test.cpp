@@ -20,7 +20,6 @@
 
 namespace fs = std::filesystem;
 
-using devhost::BeginJournal;
 using devhost::Journal;
 using devhost::JournalFile;
 using devhost::JournalFolder;
@@ -40,6 +39,10 @@ constexpr const char* kSession =
 std::string Content(const std::string& path) {
   std::ifstream file(path);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+JournalFile BeginJournal(const std::string& option, const devhost::Tunables& before) {
+  return JournalFolder::OpenOrCreate().Write(option, before);
 }
 
 // For kaehost: another network namespace than the test's.

@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -16,6 +17,8 @@
 #include "tests/devhost/test_plugins/working_plugin.h"
 
 namespace {
+
+constexpr const char* kWithoutLayer = "exit change late";
 
 void Do(const std::string& deed) {
   if (deed == "crash") {
@@ -63,6 +66,12 @@ void Do(const std::string& deed) {
     clearenv();
   } else if (deed == "close all descriptors") {
     closefrom(0);
+  } else if (deed == "hide the tunable") {
+    mount("/proc/version", "/proc/sys/net/ipv4/tcp_sack", nullptr, MS_BIND, nullptr);
+    _exit(EXIT_SUCCESS);
+  } else if (deed == "change late") {
+    usleep(300'000);
+    WriteTunable("ipv4/tcp_sack", "0");
   } else if (deed == "exit with 3") {
     _exit(3);
   } else if (deed == "buffer its lines") {
@@ -124,7 +133,7 @@ class Plugin : public WorkingPlugin {
   void CleanupPlugin() override { Pass("CleanupPlugin"); }
   kaeCPLayer* GetNewLayer() override {
     Pass("GetNewLayer");
-    return new Layer;
+    return std::string(std::getenv("MISBEHAVES")) == kWithoutLayer ? nullptr : new Layer;
   }
 };
 
