@@ -96,6 +96,21 @@ Journal Parsed(const std::string& path, int file) {
   }
 }
 
+// Returns the text of a journal that can be read from it again.
+std::string CheckedText(const std::string& path, const Journal& journal) {
+  std::string text = TextOf(journal);
+  try {
+    ParseJournal(text);
+  } catch (const std::runtime_error&) {
+    Refuse(
+        path,
+        "cannot keep the original values: the name of the network namespace or a value contains "
+        "a line break; nothing was written to the tunables; remove the line break, or go without "
+        "a journal by --no-journal");
+  }
+  return text;
+}
+
 bool WriteAll(int file, const std::string& text) {
   return write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
          fsync(file) == 0;
@@ -205,8 +220,7 @@ JournalFile JournalFolder::Write(const std::string& option, const Tunables& befo
   const std::string unfinished = name + ".new";
   const std::string path = PathOf(name);
   Journal journal = NewJournal(option, before);
-  const std::string text = TextOf(journal);
-  ParseJournal(text);
+  const std::string text = CheckedText(path, journal);
   unlinkat(folder_.get(), unfinished.c_str(), 0);
   FileDescriptor file(openat(folder_.get(), unfinished.c_str(),
                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,

@@ -109,6 +109,19 @@ class Journals : public testing::Test {
     }
   }
 
+  // What is started by exec must not keep the folder or the journal, which are both open.
+  void ExpectClosedByExec() const {
+    int open_files = 0;
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+      std::error_code closed;
+      if (fs::read_symlink(entry.path(), closed).string().starts_with(path_)) {
+        EXPECT_EQ(fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC) << entry.path();
+        ++open_files;
+      }
+    }
+    EXPECT_EQ(open_files, 2);
+  }
+
   static std::string FoundOut(const std::string& what) {
     return what + "; kaehost did not make it so; find out who did, then delete it";
   }
@@ -208,16 +221,15 @@ TEST_F(Journals, BelongToOneSessionUntilItsLastProcessEnds) {
   EXPECT_EQ(Refusal(), "none: it was read");
 }
 
-// What is started by exec must not keep the journal.
 TEST_F(Journals, AreNotKeptByAnotherProgram) {
-  const JournalFile journal = BeginJournal("--live", kBefore, path_);
-  const auto folder = Open();
-  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-    std::error_code closed;
-    if (fs::read_symlink(entry.path(), closed).string().starts_with(path_)) {
-      EXPECT_EQ(fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC) << entry.path();
-    }
+  {
+    const JournalFile written = BeginJournal("--live", kBefore, path_);
+    const auto folder = Open();
+    ExpectClosedByExec();
   }
+  const auto folder = Open();
+  const auto read = folder.Read(name_);
+  ExpectClosedByExec();
 }
 
 TEST_F(Journals, RefuseASessionAfterOneThatDidNotRestore) {
@@ -400,6 +412,17 @@ TEST_F(Journals, NeedAFolderThatCanBeCreated) {
           ": cannot create this folder for the original values: No such file or directory; nothing "
           "was written to the tunables; make /run writable (mount -t tmpfs tmpfs /run), or go "
           "without a journal by --no-journal"));
+}
+
+TEST_F(Journals, AreNotWrittenIfTheyCouldNotBeRead) {
+  const auto refused = ThrowsMessage<NamespaceError>(
+      file_ +
+      ": cannot keep the original values: the name of the network namespace or a value contains a "
+      "line break; nothing was written to the tunables; remove the line break, or go without a "
+      "journal by --no-journal");
+  EXPECT_THAT([&] { BeginJournal("--netns two\nlines", kBefore, path_); }, refused);
+  EXPECT_THAT([&] { BeginJournal("--live", {{"ipv4/tcp_sack", {"1\n0"}}}, path_); }, refused);
+  EXPECT_TRUE(fs::is_empty(path_));
 }
 
 TEST_F(Journals, LeaveNothingOnAFullDisk) {
