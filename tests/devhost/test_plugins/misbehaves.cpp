@@ -75,8 +75,10 @@ void Do(const std::string& deed) {
   } else if (deed == "exit with 3") {
     _exit(3);
   } else if (deed == "buffer its lines") {
-    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
+    char* const buffer = new char[BUFSIZ];  // stdout has none of its own to go back to
+    std::setvbuf(stdout, buffer, _IOFBF, BUFSIZ);
     std::printf("[buffered]\n");
+    std::cout.setstate(std::ios::failbit);  // its flush does nothing now
   } else if (deed == "have a timer") {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
