@@ -168,6 +168,12 @@ TEST(StartFrom, FindsWhatKeepsItsOwnValue) {
   EXPECT_EQ(tree.Read("ipv4/tcp_sack"), "1\n");
 }
 
+TEST(StartFrom, DoesNotCallItADifferenceThatNobodyCanRead) {
+  TunableTree tree;
+  std::filesystem::create_directory(TunableTree::Path("ipv4/tcp_ecn"));
+  EXPECT_THAT(StartFrom({{"ipv4/tcp_ecn", {"", EISDIR}}}), IsEmpty());
+}
+
 TEST(StartFrom, LeavesNoFilesOpen) {
   const Tunables machine = {{"ipv4/tcp_sack", {"0"}}, {"ipv4/tcp_ecn", {"x"}}};
   const long before = CountOpenFiles();
