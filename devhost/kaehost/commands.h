@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/exit_status.h"
+
 namespace CLI {
 class App;
 }
@@ -12,7 +14,10 @@ class App;
 namespace devhost {
 
 // What the command line chose: a command with its options.
-using Chosen = std::function<int()>;
+struct Chosen {
+  std::function<int()> run;
+  ExitStatus failed = kFailed;  // the exit status after a failure, if its kind has none
+};
 
 // Each function adds its command to `app`. If the command line has the command, `chosen` runs it.
 // `chosen` must outlive `app`. A command throws only std::exceptions with a sentence for the user.

@@ -1,6 +1,7 @@
 #include "devhost/kaehost/exit_status.h"
 
 #include <new>
+#include <system_error>
 
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/plugin_error.h"
@@ -9,17 +10,21 @@
 namespace devhost {
 
 std::string SentenceOf(const std::exception& error) {
-  return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? kOutOfMemory : error.what();
+  const auto* system = dynamic_cast<const std::system_error*>(&error);
+  const bool is_out_of_memory =
+      dynamic_cast<const std::bad_alloc*>(&error) != nullptr ||
+      (system != nullptr && system->code() == std::errc::not_enough_memory);
+  return is_out_of_memory ? kOutOfMemory : error.what();
 }
 
-ExitStatus StatusFor(const std::exception& error) {
+ExitStatus StatusFor(const std::exception& error, ExitStatus otherwise) {
   if (dynamic_cast<const DocumentError*>(&error) != nullptr) {
     return kBadInput;
   }
   if (dynamic_cast<const PluginError*>(&error) != nullptr) {
     return kNoPlugin;
   }
-  return dynamic_cast<const NamespaceError*>(&error) != nullptr ? kNoNamespace : kFailed;
+  return dynamic_cast<const NamespaceError*>(&error) != nullptr ? kNoNamespace : otherwise;
 }
 
 }  // namespace devhost

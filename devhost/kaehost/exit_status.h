@@ -21,7 +21,7 @@ constexpr const char* kOutOfMemory =
 // Returns what the error says, as a sentence.
 std::string SentenceOf(const std::exception& error);
 
-// Returns the exit status after a command throws `error`.
-ExitStatus StatusFor(const std::exception& error);
+// Returns the exit status after a command throws `error`: `otherwise` if its kind has none.
+ExitStatus StatusFor(const std::exception& error, ExitStatus otherwise = kFailed);
 
 }  // namespace devhost

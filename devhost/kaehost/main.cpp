@@ -6,11 +6,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
+#include <new>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,19 +29,33 @@ int Fail(ExitStatus status, const std::string& sentence) {
   return status;
 }
 
-bool has_begun = false;  // the main function
+// The exit status after a failure. Before a command runs, nothing was done.
+ExitStatus failed = kBadInput;
 
 std::terminate_handler former_terminate_handler = nullptr;
 
-// Without memory, an exception cannot be thrown. What is terminated for another reason, such as a
-// plug-in's, ends as usual.
-[[noreturn]] void SayThatMemoryIsMissing() {
+bool IsMemoryMissing() {
   constexpr std::size_t kSome = std::size_t{1} << 20;
   if (std::malloc(kSome) == nullptr) {
+    return true;
+  }
+  try {
+    return std::current_exception() != nullptr && (throw, false);
+  } catch (const std::bad_alloc&) {
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
+// Without memory, an exception cannot always be thrown or caught. What is terminated for another
+// reason, such as a plug-in's, ends as usual.
+[[noreturn]] void SayThatMemoryIsMissing() {
+  if (IsMemoryMissing()) {
     for (const std::string_view part : {"kaehost: ", kOutOfMemory, "\n"}) {
       [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, part.data(), part.size());
     }
-    _exit(has_begun ? kFailed : kBadInput);
+    _exit(failed);
   }
   former_terminate_handler();
   std::abort();
@@ -76,8 +90,9 @@ std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
 }
 
 int Run(const Chosen& chosen) {
-  const int status = chosen();
-  if (!Out().flush() || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+  failed = chosen.failed;
+  const int status = chosen.run();
+  if (!Out().flush()) {
     return Fail(status == kBadInput ? kBadInput : kFailed,
                 "cannot write standard output; what it shows is incomplete");
   }
@@ -87,7 +102,6 @@ int Run(const Chosen& chosen) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-  has_begun = true;
   FillClosedStandardStreams();
   std::signal(SIGXFSZ, SIG_IGN);  // a write that fails for its size is reported instead
   const auto program = TakeProgram(&argc, argv);
@@ -111,16 +125,16 @@ int main(int argc, char** argv) try {
   try {
     app.parse(WordsToParse(argc, argv));
   } catch (const CLI::Success& help) {
-    return Run([&] { return app.exit(help); });
+    return Run({[&] { return app.exit(help, Out(), Errors()); }});
   } catch (const CLI::ParseError& error) {
     const int status = Fail(kBadInput, AboutBadUsage(app, error));
-    std::cerr << WhereHelpIs(app) << '\n';
+    Errors() << WhereHelpIs(app) << std::endl;
     return status;
   }
   return Run(chosen);
 } catch (const std::exception& error) {
-  const ExitStatus status = StatusFor(error);
-  const bool is_before_requests = status == kBadInput || status == kNoPlugin;
+  const ExitStatus status = StatusFor(error, failed);
+  const bool is_before_requests = status != failed && status != kNoNamespace;
   return Fail(status,
               SentenceOf(error) + std::string(is_before_requests ? "; nothing was delivered" : ""));
 }

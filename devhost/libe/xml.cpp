@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <memory>
 #include <new>
@@ -20,7 +21,6 @@ namespace devhost {
 namespace {
 
 constexpr std::size_t kParsersNames = 3;  // which its dictionary begins with, such as "xmlns"
-constexpr const char* kNoXml = "cannot be read as XML: ";
 
 const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 
@@ -32,7 +32,7 @@ class Reading {
   Reading(const std::string& path, const Limits& limits, Document* document)
       : limits_(limits), input_(path, limits), builder_(document) {}
 
-  // Reads it all. Throws DocumentError.
+  // Reads it all. Throws DocumentError and std::bad_alloc.
   void Run();
 
  private:
@@ -51,6 +51,7 @@ class Reading {
 
   void CheckProlog();
   void AddOther(ContentType type);
+  [[noreturn]] void RefuseAsXml(int line, const std::string& why) const;
   [[noreturn]] void RefuseEntity() const;
   Position BeginOfTag() const;
   Position Here() const { return {parser_->input->line, parser_->input->col}; }
@@ -66,6 +67,7 @@ class Reading {
 };
 
 void Reading::Run() {
+  errno = 0;
   xmlSetStructuredErrorFunc(this, TakeError);
   xmlParseDocument(parser_.get());
   xmlSetStructuredErrorFunc(nullptr, nullptr);
@@ -73,7 +75,7 @@ void Reading::Run() {
     std::rethrow_exception(failure_);
   }
   if (const std::string why = WhyNoFurther(*parser_); !why.empty()) {
-    input_.Refuse(Line(), kNoXml + why);
+    RefuseAsXml(Line(), why);
   }
 }
 
@@ -186,8 +188,7 @@ void Reading::TakeError(void* reading, xmlErrorPtr error) {
   Try(reading, [&](Reading& self) {
     if (error->level == XML_ERR_FATAL ||
         (error->level == XML_ERR_ERROR && error->code == XML_WAR_UNDECLARED_ENTITY)) {
-      self.input_.Refuse(self.Line(),
-                         kNoXml + Explain(*self.parser_, *error, self.builder_.open_line()));
+      self.RefuseAsXml(self.Line(), Explain(*self.parser_, *error, self.builder_.open_line()));
     }
   });
 }
@@ -196,7 +197,7 @@ void Reading::TakeError(void* reading, xmlErrorPtr error) {
 // before it, is the one that is told.
 void Reading::CheckProlog() {
   if (const std::optional<Prolog::Fault>& fault = prolog_.FindFault(); fault.has_value()) {
-    input_.Refuse(fault->line, kNoXml + fault->why);
+    RefuseAsXml(fault->line, fault->why);
   }
 }
 
@@ -219,6 +220,14 @@ Position Reading::BeginOfTag() const {
   const std::string_view known(Chars(input.base), static_cast<std::size_t>(input.cur - input.base));
   const std::size_t begin = std::min(known.rfind('<'), known.size());
   return BeginOf(known.substr(begin), Here(), known.substr(0, begin));
+}
+
+// Without memory, the parsers can find fault with any document.
+void Reading::RefuseAsXml(int line, const std::string& why) const {
+  if (errno == ENOMEM) {
+    throw std::bad_alloc();
+  }
+  input_.Refuse(line, "cannot be read as XML: " + why);
 }
 
 void Reading::RefuseEntity() const {

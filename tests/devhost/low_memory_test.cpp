@@ -3,30 +3,46 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
 using testing::AnyOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
 namespace {
 
+constexpr int kFailed = 1;
+constexpr int kBadInput = 2;
 constexpr int kNotLoaded = 127;  // the dynamic loader found too little memory
 constexpr rlim_t kPage = 4;      // KiB
 
+void DumpNoCore() {
+  const rlimit no_core = {0, 0};
+  setrlimit(RLIMIT_CORE, &no_core);
+}
+
+// For `prepare`: every allocation meets the limit, because malloc asks the kernel for no more than
+// it needs.
+void LimitMemory(rlim_t kib) {
+  const rlimit limit = {kib << 10, kib << 10};
+  setrlimit(RLIMIT_AS, &limit);
+  DumpNoCore();
+  setenv("GLIBC_TUNABLES", "glibc.malloc.top_pad=0", 1);
+}
+
 Outcome KaehostWithin(rlim_t kib, const std::vector<std::string>& arguments) {
-  return Kaehost(arguments, [kib] {
-    const rlimit limit = {kib << 10, kib << 10};
-    setrlimit(RLIMIT_AS, &limit);
-    const rlimit no_core = {0, 0};
-    setrlimit(RLIMIT_CORE, &no_core);
-  });
+  return Kaehost(arguments, [kib] { LimitMemory(kib); });
 }
 
 // Returns the least memory, in KiB, with which kaehost is loaded.
@@ -40,40 +56,94 @@ rlim_t LeastToLoad() {
   return enough;
 }
 
-void ExpectSentences(const Outcome& run, rlim_t kib) {
-  EXPECT_LT(run.status, kNotLoaded) << kib << ' ' << run.err;
-  EXPECT_NE(run.out + run.err, "") << kib;
-  EXPECT_THAT(run.out + run.err, Not(HasSubstr("bad_alloc"))) << kib;
+void ExpectSentences(const Outcome& run, const std::string& what) {
+  EXPECT_LT(run.status, kNotLoaded) << what << run.err;
+  EXPECT_NE(run.out + run.err, "") << what;
   std::istringstream lines(run.err);
   for (std::string line; std::getline(lines, line);) {
-    EXPECT_THAT(line, AnyOf(StartsWith("kaehost: "), StartsWith("Try 'kaehost "))) << kib;
+    EXPECT_THAT(line, AnyOf(StartsWith("kaehost: "), StartsWith("Try 'kaehost "))) << what;
   }
+  for (const char* other : {"bad_alloc", "section table", "filesystem error", "well-formed",
+                            "cannot be read as XML", "kaehost: kaehost", "(ulimit -v); nothing"}) {
+    EXPECT_THAT(run.out + run.err, Not(HasSubstr(other))) << what;
+  }
+}
+
+class LowMemory : public testing::Test {
+ protected:
+  const PrivateRun run_;
+  const TempFolder folder_;
+  const std::string document_ =
+      folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
+  const std::string settings_ = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+  const std::vector<std::vector<std::string>> commands_ = {
+      {"--help"},
+      {"check", document_},
+      {"check", "--json", document_},
+      {"apply", "--quiet", document_},
+      {"apply", "--json", document_},
+      {"inspect"},
+      {"restore"},
+      {"import", settings_},
+      {"import", "--json", "--output", folder_.Path("output.xml"), settings_},
+  };
+};
+
+// Returns whether the command's status 1 means something other than a failure.
+bool HasAMeaningForOne(const std::string& command) {
+  return command == "check" || command == "import";
 }
 
 }  // namespace
 
-TEST(LowMemory, EndsEveryCommandWithASentence) {
-  const TempFolder folder;
-  const std::string document =
-      folder.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
-  const std::string settings = folder.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
+TEST_F(LowMemory, EndsEveryCommandWithASentence) {
+  std::filesystem::create_directory("/run/kaehost");  // which restore reads
+  std::filesystem::permissions("/run/kaehost", std::filesystem::perms::owner_all);
   const rlim_t least = LeastToLoad();
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--help"},
-        {"check", document},
-        {"apply", "--quiet", document},
-        {"apply", "--json", document},
-        {"inspect"},
-        {"import", settings},
-        {"import", "--json", "--output", folder.Path("output.xml"), settings}}) {
-    int failed = 0;
-    for (rlim_t kib = least; kib < least + 640; kib += 2 * kPage) {
+  for (const std::vector<std::string>& arguments : commands_) {
+    std::map<int, int> statuses;
+    for (rlim_t kib = least; kib < least + 280; kib += 2 * kPage) {
       const Outcome run = KaehostWithin(kib, arguments);
-      ExpectSentences(run, kib);
-      failed += run.status == 0 ? 0 : 1;
-      EXPECT_FALSE(arguments[0] == "import" && run.status == 1) << "there is no document" << kib;
+      ExpectSentences(run, testing::PrintToString(arguments) + std::to_string(kib));
+      ++statuses[run.status];
     }
-    EXPECT_GT(failed, 0) << "otherwise this tests nothing: " << testing::PrintToString(arguments);
+    EXPECT_GT(statuses.erase(kBadInput), 0U) << testing::PrintToString(arguments);
+    if (HasAMeaningForOne(arguments[0])) {
+      EXPECT_EQ(statuses.count(kFailed), 0U) << testing::PrintToString(arguments);
+    } else if (arguments[0] == "apply") {
+      EXPECT_EQ(statuses.count(kFailed), 1U) << testing::PrintToString(arguments);
+    }
     EXPECT_EQ(KaehostWithin(least + 8000, arguments).status, 0);
   }
+}
+
+// Each allocation counts in one of the commands, which builds a JSON document from XML.
+TEST_F(LowMemory, EndsEveryCommandWithASentenceWhicheverAllocationFails) {
+  folder_.Write("document.xml",
+                "<?xml version=\"1.0\"?>\n<tcp-settings><tcp_sack>0</tcp_sack><!--" +
+                    std::string(30'000, 'x') + "--></tcp-settings>");
+  for (const std::vector<std::string>& arguments : commands_) {
+    const int step = arguments[0] == "check" && arguments[1] == "--json" ? 1 : 47;
+    int status = 1;
+    for (int first = 1; first < 5000 && status != 0; first += step) {
+      const Outcome run = Kaehost(arguments, [first] {
+        DumpNoCore();
+        setenv("LD_PRELOAD", SCARCE_MEMORY, 1);
+        setenv("FIRST_FAILURE", std::to_string(first).c_str(), 1);
+      });
+      ExpectSentences(run, testing::PrintToString(arguments) + std::to_string(first));
+      EXPECT_FALSE(HasAMeaningForOne(arguments[0]) && run.status == kFailed) << first;
+      status = run.status;
+    }
+    EXPECT_EQ(status, 0) << testing::PrintToString(arguments);
+  }
+}
+
+// Nobody catches an exception of its constructor.
+TEST_F(LowMemory, OfAPluginIsASentenceToo) {
+  setenv("MISBEHAVES", "constructor run out of memory", 1);
+  const Outcome run = Kaehost({"inspect", TestPlugin("misbehaves")}, DumpNoCore);
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.err, StartsWith("kaehost: out of memory; "));
+  EXPECT_THAT(run.err, EndsWith("its process ended with status 1\n"));
 }

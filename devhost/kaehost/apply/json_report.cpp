@@ -24,7 +24,7 @@ const char* WordFor(Reply reply) {
 Json OrNull(const auto& optional) { return optional ? Json(*optional) : Json(); }
 
 Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
-  Json json;
+  Json json = Json::object();
   json["element"] = outcome.entry->element;
   json["file"] = outcome.entry->file;
   json["position"] = outcome.entry->position;
@@ -37,7 +37,7 @@ Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
 }
 
 Json RequestJson(const SessionResult& session, const RequestResult& result) {
-  Json json;
+  Json json = Json::object();
   json["document"] = result.document;
   json["reply"] = WordFor(result.reply.reply);
   json["error"] = result.reply.error;
@@ -83,7 +83,7 @@ void AddComparison(const SessionResult& session, Json& json) {
 }  // namespace
 
 std::string ToJson(const SessionResult& session, const std::string& progress, int status) {
-  Json json;
+  Json json = Json::object();
   json["error"] = nullptr;
   json["where"] = session.where;
   json["emulated"] = session.emulated;

@@ -150,7 +150,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
           "option '--hold' and a command after '--' are mutually exclusive: a command ends the "
           "session");
     }
-    chosen = [options] { return RunOrRefuse(*options); };
+    chosen.run = [options] { return RunOrRefuse(*options); };
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/text/json.h"
 #include "devhost/kaehost/text/output.h"
+#include "devhost/libe/document.h"
 
 namespace devhost {
 namespace {
@@ -55,11 +57,13 @@ CheckResult Check(const std::string& path) try {
   return result;
 } catch (const DocumentError& error) {
   return {path, error.what(), {}};
+} catch (const std::bad_alloc& error) {
+  return {path, InputName(path) + ": " + SentenceOf(error), {}};
 }
 
 int CheckAll(const Options& options) {
   int status = kDone;
-  Json json;
+  Json json = Json::object();
   json["documents"] = Json::array();
   for (const std::string& path : options.documents) {
     const CheckResult result = Check(path);
@@ -92,7 +96,7 @@ void AddCheck(CLI::App& app, Chosen& chosen) {
   check->add_flag("--quiet", options->quiet, "Print only findings")->excludes(json);
   check->callback([options, &chosen] {
     RefuseSecondStandardInput(options->documents);
-    chosen = [options] { return CheckAll(*options); };
+    chosen = {[options] { return CheckAll(*options); }, kBadInput};
   });
 }
 

@@ -31,12 +31,12 @@ void Tell(const CheckResult& result, bool quiet) {
 }
 
 Json ToJson(const CheckResult& result) {
-  Json json;
+  Json json = Json::object();
   json["document"] = result.document;
   json["error"] = result.error.empty() ? Json() : Json(result.error);
   json["findings"] = Json::array();
   for (const Finding& finding : result.findings) {
-    Json& told = json["findings"].emplace_back();
+    Json& told = json["findings"].emplace_back(Json::object());
     told["line"] = finding.position.line;
     told["column"] = finding.position.column;
     told["sentence"] = finding.sentence;

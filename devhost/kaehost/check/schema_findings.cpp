@@ -34,6 +34,13 @@ Grammar NewGrammar() {
   return Grammar(NotNull(xmlRelaxNGParse(parser.get())));
 }
 
+// Without memory, the library can crash here. The grammar and a document without other findings
+// need a quarter of this.
+void MakeSureOfMemory() {
+  constexpr std::size_t kEnough = std::size_t{1} << 20;
+  xmlFree(NotNull(xmlMalloc(kEnough)));
+}
+
 // The position of a finding whose position is not known yet.
 constexpr Position kNowhere = {1, 1};
 
@@ -91,6 +98,7 @@ void TakeError(void* findings, xmlErrorPtr error) {
 
 std::vector<Finding> FindingsOfSchema(const Document& document) {
   xmlSetStructuredErrorFunc(nullptr, [](void* /*context*/, xmlErrorPtr /*error*/) {});
+  MakeSureOfMemory();
   const Tree tree = NewTree(document);
   const Grammar grammar = NewGrammar();
   const Owned<xmlRelaxNGValidCtxt, xmlRelaxNGFreeValidCtxt> validation(

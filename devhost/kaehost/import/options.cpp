@@ -98,7 +98,7 @@ void AddImport(CLI::App& app, Chosen& chosen) {
     if (options->output == "-") {
       options->output.reset();
     }
-    chosen = [options] { return ImportAll(*options); };
+    chosen = {[options] { return ImportAll(*options); }, kBadInput};
   });
 }
 

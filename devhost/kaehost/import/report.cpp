@@ -1,9 +1,11 @@
 #include "devhost/kaehost/import/report.h"
 
-#include <iostream>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "devhost/kaehost/text/characters.h"
+#include "devhost/kaehost/text/output.h"
 #include "devhost/kaehost/text/quoting.h"
 #include "devhost/libe/document.h"
 
@@ -23,31 +25,35 @@ Json ToJson(const Integer& value) {
   return value.is_negative ? Json(-static_cast<long long>(value.magnitude)) : Json(value.magnitude);
 }
 
+void TellDefaults(const std::vector<const CatalogueEntry*>& imposed) {
+  if (imposed.empty()) {
+    return;
+  }
+  Errors() << "kaehost: the files do not set these, so the plug-in will write its defaults:";
+  for (const CatalogueEntry* entry : imposed) {
+    Errors() << ' ' << entry->element << '=' << entry->default_value;
+  }
+  Errors() << '\n';
+}
+
 }  // namespace
 
 void Tell(const Imported& imported) {
   constexpr std::size_t kLongestKey = 100;
   for (const LineReport& report : imported.reports) {
-    std::cerr << Visible(InputName(report.file)) << ':' << report.line << ": "
-              << Shown(report.key, kLongestKey) << ": " << Visible(report.sentence) << '\n';
+    Errors() << Visible(InputName(report.file)) << ':' << report.line << ": "
+             << Shown(report.key, kLongestKey) << ": " << Visible(report.sentence) << '\n';
   }
   if (imported.not_listed > 0) {
-    std::cerr << "kaehost: " << imported.not_listed
-              << " more lines are not listed; fix those above first\n";
+    Errors() << "kaehost: " << imported.not_listed
+             << " more lines are not listed; fix those above first\n";
   }
-  const auto imposed = imported.Imposed();
-  if (imposed.empty()) {
-    return;
-  }
-  std::cerr << "kaehost: the files do not set these, so the plug-in will write its defaults:";
-  for (const CatalogueEntry* entry : imposed) {
-    std::cerr << ' ' << entry->element << '=' << entry->default_value;
-  }
-  std::cerr << '\n';
+  TellDefaults(imported.Imposed());
+  Errors().flush();
 }
 
 Json ToJson(const Imported& imported, int status) {
-  Json json;
+  Json json = Json::object();
   json["error"] = nullptr;
   json["document"] = imported.Document();
   json["elements"] = Json::object();

@@ -2,10 +2,12 @@
 
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/kernel/tunables.h"
 #include "devhost/kaehost/plugin/elf.h"
 #include "devhost/kaehost/plugin/plugin.h"
@@ -51,7 +53,7 @@ Json Try(const std::string& path) {
   const std::vector<std::string> vocabulary = InternedNames();
   Release(path, layer);
   const SharedLibrary library = ReadSharedLibrary(path);
-  Json facts;
+  Json facts = Json::object();
   facts["error"] = nullptr;
   facts["plugin"] = path;
   facts["name"] = plugin.name();
@@ -73,6 +75,10 @@ Json TryOrRefuse(const std::string& path) {
   } catch (const PluginError& error) {
     return {
         {"error", error.what()}
+    };
+  } catch (const std::bad_alloc& error) {
+    return {
+        {"error", path + ": " + SentenceOf(error)}
     };
   }
 }

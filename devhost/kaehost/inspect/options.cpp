@@ -81,7 +81,7 @@ void AddInspect(CLI::App& app, Chosen& chosen) {
       "installed one");
   CLI::Option* json = inspect->add_flag("--json", options->json, "Print one JSON document instead");
   inspect->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
-  inspect->callback([options, &chosen] { chosen = [options] { return Inspect(*options); }; });
+  inspect->callback([options, &chosen] { chosen.run = [options] { return Inspect(*options); }; });
 }
 
 }  // namespace devhost

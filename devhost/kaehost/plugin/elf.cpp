@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -18,15 +20,20 @@ namespace {
 
 using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
 
-// Returns null if it is not a regular file.
+// Returns null if it is not a regular file. Needs memory only if the file cannot be mapped.
 Handle Open(const std::string& path) {
   elf_version(EV_CURRENT);
   std::error_code unreadable;
   const bool is_file = std::filesystem::is_regular_file(path, unreadable);
   const int fd = is_file ? open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1;
   Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
+  const bool is_read = file == nullptr || elf_cntl(file.get(), ELF_C_FDREAD) == 0;
+  const int error = errno;
   if (fd != -1) {
     close(fd);
+  }
+  if (!is_read) {
+    throw PluginError(path + ": cannot read the plug-in: " + std::strerror(error));
   }
   return file;
 }

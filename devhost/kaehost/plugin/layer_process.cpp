@@ -9,7 +9,7 @@ namespace {
 
 Json Configured(const Layer& layer, const Document& document) {
   Request request;
-  Json answer;
+  Json answer = Json::object();
   try {
     layer.configure->do_Configure(&request, document.contents());
   } catch (...) {
@@ -52,7 +52,7 @@ Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
 // The last answer comes after the plug-in is unloaded.
 void Serve(const std::string& path, const std::vector<Document>& documents,
            const Worker::Orders& orders) {
-  Json last;
+  Json last = Json::object();
   try {
     last = LeadLife(Plugin(path), documents, orders);
   } catch (const PluginError& error) {

@@ -96,7 +96,8 @@ void AddRestore(CLI::App& app, Chosen& chosen) {
       ->excludes(netns);
   CLI::Option* json = restore->add_flag("--json", options->json, "Print one JSON document instead");
   restore->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
-  restore->callback([options, &chosen] { chosen = [options] { return RunOrRefuse(*options); }; });
+  restore->callback(
+      [options, &chosen] { chosen.run = [options] { return RunOrRefuse(*options); }; });
 }
 
 }  // namespace devhost

@@ -54,7 +54,7 @@ void TellLeft(const FoundJournal& found) {
 
 Json JournalJson(const FoundJournal& found) {
   constexpr const char* kWords[] = {"left", "in use", "refused"};
-  Json json;
+  Json json = Json::object();
   json["file"] = found.file;
   json["state"] = kWords[found.state];
   json["sentence"] = found.sentence.empty() ? Json() : Json(found.sentence);
@@ -67,7 +67,7 @@ Json JournalJson(const FoundJournal& found) {
 }
 
 Json ResultJson(const Json& journals, const Json& restored, const Json& not_restored, int status) {
-  Json json;
+  Json json = Json::object();
   json["error"] = nullptr;
   json["journals"] = journals;
   json["restored"] = restored;

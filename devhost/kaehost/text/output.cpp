@@ -1,5 +1,6 @@
 #include "devhost/kaehost/text/output.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,8 +9,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
-#include <iostream>
 #include <optional>
+#include <ostream>
 #include <streambuf>
 #include <utility>
 
@@ -46,11 +47,22 @@ class Ticks {
   timer_t timer_ = {};
 };
 
-bool WriteAll(const char* data, std::size_t size) {
+// After a write failed: waits until it can be tried again. Returns false if it cannot.
+bool AwaitRetry(int descriptor, std::chrono::steady_clock::time_point begin) {
+  if (errno == EAGAIN) {
+    pollfd polled = {descriptor, POLLOUT, 0};
+    poll(&polled, 1, -1);
+  } else if (errno != EINTR) {
+    return false;
+  }
+  return !given_up || !given_up(begin);
+}
+
+bool WriteAll(int descriptor, const char* data, std::size_t size) {
   const auto begin = std::chrono::steady_clock::now();
   while (size > 0) {
-    const ssize_t written = write(STDOUT_FILENO, data, size);
-    if (written < 0 && (errno != EINTR || (given_up && given_up(begin)))) {
+    const ssize_t written = write(descriptor, data, size);
+    if (written < 0 && !AwaitRetry(descriptor, begin)) {
       return false;
     }
     if (written > 0) {
@@ -61,10 +73,10 @@ bool WriteAll(const char* data, std::size_t size) {
   return true;
 }
 
-class StandardOutput : public std::streambuf {
+class StandardStream : public std::streambuf {
  public:
-  StandardOutput() { Empty(); }
-  ~StandardOutput() override { StandardOutput::sync(); }
+  explicit StandardStream(int descriptor) : descriptor_(descriptor) { Empty(); }
+  ~StandardStream() override { StandardStream::sync(); }
 
  protected:
   int_type overflow(int_type character) override {
@@ -80,7 +92,7 @@ class StandardOutput : public std::streambuf {
     const auto size = static_cast<std::size_t>(pptr() - pbase());
     const std::optional<Ticks> ticks =
         given_up ? std::optional<Ticks>(std::in_place) : std::nullopt;
-    const bool is_written = WriteAll(pbase(), size);
+    const bool is_written = WriteAll(descriptor_, pbase(), size);
     Empty();
     return is_written ? 0 : -1;
   }
@@ -88,18 +100,27 @@ class StandardOutput : public std::streambuf {
  private:
   void Empty() { setp(buffer_.data(), buffer_.data() + buffer_.size()); }
 
+  const int descriptor_;
   std::array<char, BUFSIZ> buffer_;
 };
 
 }  // namespace
 
 std::ostream& Out() {
-  static StandardOutput buffer;
+  static StandardStream buffer(STDOUT_FILENO);
   static std::ostream out(&buffer);
   return out;
 }
 
-void TellError(std::string_view sentence) { std::cerr << "kaehost: " << Visible(sentence) << '\n'; }
+std::ostream& Errors() {
+  static StandardStream buffer(STDERR_FILENO);
+  static std::ostream errors(&buffer);
+  return errors;
+}
+
+void TellError(std::string_view sentence) {
+  Errors() << "kaehost: " + Visible(sentence) + '\n' << std::flush;
+}
 
 bool IsTerminal() {
   static const bool is_terminal = isatty(STDOUT_FILENO) == 1;

@@ -8,8 +8,10 @@
 
 namespace devhost {
 
-// Standard output.
+// Standard output, and standard error. Both wait for a reader, also if another process that shares
+// the open file has made it non-blocking.
 std::ostream& Out();
+std::ostream& Errors();
 
 // Prints "kaehost: " and the sentence as one line on standard error.
 void TellError(std::string_view sentence);
@@ -21,9 +23,9 @@ bool IsTerminal();
 // characters made visible.
 std::string ForOutput(const std::string& lines);
 
-// During its lifetime, a write to standard output can block without blocking this process for ever:
+// During its lifetime, a write to these streams can block without blocking this process for ever:
 // ten times a second, `give_up` decides, from the time when the write began, whether to give it up.
-// Out() has failed then. One object at a time.
+// The stream has failed then. One object at a time.
 class BlockedOutput {
  public:
   using GiveUp = std::function<bool(std::chrono::steady_clock::time_point begin)>;

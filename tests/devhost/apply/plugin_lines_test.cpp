@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -143,6 +144,13 @@ TEST_F(PluginLines, AreShownInFullWhenThePluginEndsTheProcess) {
   const Outcome run = Kaehost({"apply", document_, "--plugin", TestPlugin("exits")});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("\n[do_Configure]\n[plug-in destroyed]\n"));
+}
+
+TEST_F(PluginLines, OnStandardErrorGoThereDirectly) {
+  setenv("MISBEHAVES", "InitPlugin print an error", 1);
+  const Outcome run =
+      Kaehost({"apply", "--verbose", document_, "--plugin", TestPlugin("misbehaves")});
+  EXPECT_EQ(run.err, "an error\x1b[m\n");
 }
 
 TEST_F(PluginLines, AreKeptInOrderHoweverMuchAndByWhicheverWayItPrints) {

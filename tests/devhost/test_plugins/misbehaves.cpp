@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <new>
 #include <string>
 
 #include "tests/devhost/test_plugins/working_plugin.h"
@@ -64,6 +65,13 @@ void Do(const std::string& deed) {
     fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
     [[maybe_unused]] const int ignored = chdir("/");
     clearenv();
+  } else if (deed == "print an error") {
+    std::fprintf(stderr, "an error\x1b[m\n");
+  } else if (deed == "run out of memory") {
+    throw std::bad_alloc();
+  } else if (deed == "make streams non-blocking") {
+    fcntl(STDIN_FILENO, F_SETFL, O_NONBLOCK);
+    fcntl(STDERR_FILENO, F_SETFL, O_WRONLY | O_NONBLOCK);
   } else if (deed == "close all descriptors") {
     closefrom(0);
   } else if (deed == "hide the tunable") {

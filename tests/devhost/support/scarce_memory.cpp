@@ -1,0 +1,48 @@
+// To be preloaded: all allocations fail from that on whose number is in the environment variable
+// FIRST_FAILURE. But a program that gets a mebibyte before has enough.
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+
+// The C library's own, under the names that stay when the others are replaced.
+extern "C" {
+void* __libc_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* address, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
+}
+
+namespace {
+
+bool Fails(std::size_t size) {
+  constexpr std::size_t kEnough = std::size_t{1} << 20;
+  static long count = 0;
+  static long first = 0;
+  if (first == 0) {
+    const char* found = std::getenv("FIRST_FAILURE");
+    first = found != nullptr ? std::atol(found) : -1;
+  }
+  if (first < 0 || ++count < first) {
+    first = size < kEnough ? first : -1;
+    return false;
+  }
+  errno = ENOMEM;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) void* malloc(std::size_t size) {
+  return Fails(size) ? nullptr : __libc_malloc(size);
+}
+
+__attribute__((visibility("default"))) void* calloc(std::size_t count, std::size_t size) {
+  return Fails(size) ? nullptr : __libc_calloc(count, size);
+}
+
+__attribute__((visibility("default"))) void* realloc(void* address, std::size_t size) {
+  return Fails(size) ? nullptr : __libc_realloc(address, size);
+}
+}
