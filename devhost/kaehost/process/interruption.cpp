@@ -65,6 +65,12 @@ Interruption::Clock::duration Interruption::TimeLeft(Clock::time_point begin) co
   return std::max(begin, came_at_) + patience_ - Clock::now();
 }
 
+int Interruption::MillisecondsLeft(Clock::time_point begin) const {
+  using std::chrono::milliseconds;
+  const auto left = std::chrono::ceil<milliseconds>(TimeLeft(begin));
+  return static_cast<int>(std::max(left, milliseconds::zero()).count());
+}
+
 bool Interruption::IsOutOfPatience(Clock::time_point begin) {
   return Came() && TimeLeft(begin) <= Clock::duration::zero();
 }
@@ -77,20 +83,15 @@ bool Interruption::AwaitReadable(std::initializer_list<int> descriptors) {
   for (const int descriptor : descriptors) {
     polled.push_back({descriptor, POLLIN, 0});
   }
-  for (int timeout = -1;;) {
-    poll(polled.data(), polled.size(), timeout);
+  // A signal that has come before is not readable any more.
+  while (!IsOutOfPatience(begin)) {
+    poll(polled.data(), polled.size(), came_ ? MillisecondsLeft(begin) : -1);
     if (std::any_of(polled.begin() + 1, polled.end(),
                     [](const pollfd& one) { return one.revents != 0; })) {
       return true;
     }
-    if (IsOutOfPatience(begin)) {
-      return false;
-    }
-    if (came_) {
-      timeout =
-          static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(TimeLeft(begin)).count());
-    }
   }
+  return false;
 }
 
 void Interruption::AwaitSignalOr(int descriptor) {

@@ -45,6 +45,7 @@ class Interruption {
 
  private:
   Clock::duration TimeLeft(Clock::time_point begin) const;
+  int MillisecondsLeft(Clock::time_point begin) const;  // for poll
 
   void Note(int signal);
 

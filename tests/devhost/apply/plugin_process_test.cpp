@@ -124,6 +124,14 @@ TEST_F(PluginProcess, ThatEndsInARequestIsReportedAndKaehostRestores) {
   }
 }
 
+TEST_F(PluginProcess, ThatEndsAfterAReplyGetsNoMoreDocuments) {
+  const Outcome run = Apply("do_Configure die after the reply", {first_, second_, "--", "echo"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("\nkaehost: reply: success\n"));
+  EXPECT_THAT(run.out, HasSubstr("\nkaehost: not delivered: " + second_ +
+                                 "\nkaehost: echo: not run, because a request failed\n"));
+}
+
 TEST_F(PluginProcess, ThatEndsInTheReleaseIsReportedAndKaehostRestores) {
   for (const std::string moment : {"do_Release", "CleanupPlugin", "destructor"}) {
     for (const auto& [deed, end] : kEnds) {
@@ -246,6 +254,20 @@ TEST_F(PluginProcess, ThatDoesNotReturnAfterASignalIsKilled) {
   EXPECT_EQ(devhost::ReadTunables(), before_);
 }
 
+TEST_F(PluginProcess, ThatDoesNotReturnFromTheReleaseAfterASignalIsKilled) {
+  const auto interrupt = [this](const std::vector<std::string>& arguments, const char* said) {
+    const auto kaehost = Start("do_Release hang", arguments);
+    ASSERT_TRUE(kaehost->HasSaid(said));
+    kill(kaehost->pid(), SIGTERM);
+    EXPECT_THAT(kaehost->Finish().out,
+                EndsWith("kaehost: the plug-in's process did not return within 1 s after a signal "
+                         "and was killed during the release; kaehost restored 1 tunable\n"
+                         "kaehost: all tunables restored\n"));
+  };
+  interrupt({"--kill-after=1", first_}, "kaehost: holding");
+  interrupt({"--kill-after=1", first_, "--", "sleep", "60"}, "kaehost: running: sleep");
+}
+
 TEST_F(PluginProcess, IsWaitedForOnlyUntilItsOwnEnd) {
   const Outcome run = Apply("do_Configure leave a child", {first_});
   EXPECT_THAT(run.out, HasSubstr("process ended with status 0 during request 1 of 1"));
@@ -274,6 +296,11 @@ TEST_F(PluginProcess, ReleasesTheLayerIfKaehostDies) {
   AwaitChange();
   kill(kaehost.pid(), SIGKILL);
   EXPECT_EQ(kaehost.Finish().status, 128 + SIGKILL);
+  ExpectRestoredSoon();
+}
+
+TEST_F(PluginProcess, ReleasesTheLayerIfKaehostDiesInARequest) {
+  EXPECT_EQ(Start("do_Configure outlive kaehost", {first_})->Finish().status, 128 + SIGKILL);
   ExpectRestoredSoon();
 }
 

@@ -21,6 +21,32 @@ namespace {
 
 constexpr const char* kWithoutLayer = "exit change late";
 
+bool IsAsleep(pid_t process) {
+  std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
+  std::string number;
+  std::string name;
+  std::string state;
+  return stat >> number >> name >> state && state == "S";
+}
+
+// Kaehost finds the reply and the end of this process at the same time.
+void DieAfterTheReply() {
+  const pid_t kaehost = getppid();
+  const pid_t worker = getpid();
+  kill(kaehost, SIGSTOP);
+  if (fork() == 0) {
+    while (!IsAsleep(worker)) {  // it waits for an order
+      usleep(1000);
+    }
+    kill(worker, SIGKILL);
+    while (getppid() == worker) {
+      usleep(1000);
+    }
+    kill(kaehost, SIGCONT);
+    _exit(EXIT_SUCCESS);
+  }
+}
+
 void Do(const std::string& deed) {
   if (deed == "crash") {
     std::signal(SIGSEGV, SIG_DFL);  // also if a sanitizer handles it
@@ -87,6 +113,15 @@ void Do(const std::string& deed) {
     std::setvbuf(stdout, buffer, _IOFBF, BUFSIZ);
     std::printf("[buffered]\n");
     std::cout.setstate(std::ios::failbit);  // its flush does nothing now
+  } else if (deed == "outlive kaehost") {
+    std::signal(SIGPIPE, SIG_DFL);
+    const pid_t kaehost = getppid();
+    kill(kaehost, SIGKILL);
+    while (getppid() == kaehost) {
+      usleep(1000);
+    }
+  } else if (deed == "die after the reply") {
+    DieAfterTheReply();
   } else if (deed == "have a timer") {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
