@@ -14,7 +14,7 @@ bool Contains(std::string_view text, std::string_view word) {
 }
 
 bool ReportsAnError(std::string_view line) {
-  constexpr std::string_view kWords[] = {"error", "fail", "warning", "not good", "not text"};
+  constexpr std::string_view kWords[] = {"error", "fail", "warning", "not text"};
   return !line.ends_with("No such file or directory") &&
          std::any_of(std::begin(kWords), std::end(kWords),
                      [line](std::string_view word) { return Contains(line, word); });
