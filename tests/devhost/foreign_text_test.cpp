@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -77,6 +78,15 @@ TEST_F(ForeignText, OfAPluginIsHarmless) {
   EXPECT_THAT(Kaehost({"apply", document_, "--plugin", plugin}).out,
               HasSubstr("kaehost: plug-in " + kShown + ", version " + kShown + "\n"));
   ExpectShown({"inspect", plugin});
+}
+
+TEST_F(ForeignText, OfAPluginThatWorksIsHarmless) {
+  const std::string plugin = folder_.Path(kForged + ".so");
+  std::filesystem::copy_file(TestPlugin("forges_its_name"), plugin);
+  const Outcome run = Kaehost({"inspect", plugin});
+  ExpectHarmless(run.out);
+  EXPECT_THAT(run.out,
+              HasSubstr(kShown + ".so\nname        " + kShown + "\nversion     " + kShown));
 }
 
 TEST_F(ForeignText, IsEscapedInJson) {

@@ -89,6 +89,13 @@ TEST_F(PluginLines, AreFoldedByDefault) {
   EXPECT_LE(CountLines(run.out), 24) << "more than a screen";
 }
 
+TEST_F(PluginLines, FromItsLoadingAreFoldedToo) {
+  EXPECT_THAT(Kaehost({"apply", document_, "--plugin", TestPlugin("working")}).out,
+              HasSubstr("\nkaehost: plug-in test plug-in, version 1.0\n"
+                        "... 2 lines of the plug-in ...\n"
+                        "kaehost: request: "));
+}
+
 TEST_F(PluginLines, AreAllThereWithVerbose) {
   const Outcome run = Kaehost({"apply", "--verbose", document_});
   EXPECT_THAT(run.out, AllOf(HasSubstr("\nreading previous config...\n"),

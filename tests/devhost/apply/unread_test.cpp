@@ -96,6 +96,17 @@ TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
   EXPECT_EQ(told["unread"].size(), 1U);
 }
 
+// Nobody can write the other one: a file that cannot be written is mounted over it.
+TEST_F(Unread, TunableIsNotAllThatIsWrongBesideOneThatCannotBeRestored) {
+  const json told = json::parse(
+      Kaehost({"apply", "--json", nothing_, "--plugin", TestPlugin("makes_unreadable"), "--",
+               "mount", "--bind", "/proc/version", "/proc/sys/net/ipv4/tcp_fin_timeout"})
+          .out);
+  EXPECT_EQ(told["restored"], false);
+  EXPECT_EQ(told["not_restored"][0]["tunable"], "ipv4/tcp_fin_timeout");
+  EXPECT_EQ(told["unread"][0]["tunable"], "ipv4/tcp_sack");
+}
+
 TEST_F(Unread, TunableThatTheKernelNeverShowsIsNoFailure) {
   std::vector<std::string> arguments = {"apply", nothing_,   "--netns",
                                         here_,   "--plugin", TestPlugin("working")};

@@ -57,6 +57,14 @@ TEST_F(Command, GetsItsArgumentsAsTheyAre) {
             counts_ + "[a b][--quiet][--][]");
 }
 
+// The last one is of the folder that the shell reads.
+TEST_F(Command, GetsNoDescriptorsOfKaehost) {
+  const Outcome run =
+      Kaehost({"apply", "--quiet", document_, "--", "sh", "-c", "echo /proc/self/fd/*"},
+              [] { closefrom(3); });
+  EXPECT_EQ(run.out, counts_ + "/proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2 /proc/self/fd/3\n");
+}
+
 TEST_F(Command, GivesItsExitStatus) {
   for (const int status : {0, 1, 7, 77, 255}) {
     EXPECT_EQ(Under({"sh", "-c", "exit " + std::to_string(status)}).status, status);

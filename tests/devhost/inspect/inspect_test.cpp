@@ -216,6 +216,19 @@ TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
   EXPECT_EQ(Kaehost({"apply", "--plugin", enough, folder.Write("a.xml", "<a/>")}).status, 0);
 }
 
+TEST(Inspect, NeedsNoPartThatTheLoaderDoesNotMap) {
+  const TempFolder folder;
+  std::string library = Content(TestPlugin("working"));
+  auto* header = reinterpret_cast<ElfW(Ehdr)*>(library.data());
+  auto* segments = reinterpret_cast<ElfW(Phdr)*>(library.data() + header->e_phoff);
+  auto* stack = std::find_if(segments, segments + header->e_phnum, [](const ElfW(Phdr) & segment) {
+    return segment.p_type == PT_GNU_STACK;
+  });
+  ASSERT_NE(stack, segments + header->e_phnum);
+  stack->p_offset = library.size() + 1;
+  EXPECT_EQ(Kaehost({"inspect", folder.Write("odd.so", library)}).status, 0);
+}
+
 TEST(Inspect, RefusesAPlugInWhoseSectionTableIsBad) {
   const TempFolder folder;
   for (const auto& spoil : {DropSections, ZeroEntrySizes, MisplaceSections}) {

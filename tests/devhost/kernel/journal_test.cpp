@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <string>
 
@@ -157,6 +159,17 @@ TEST(NewJournal, IsOfThisProcessAndThisNamespaceNow) {
   EXPECT_EQ(journal.tunables.at("ipv4/tcp_sack").text, "1");
   EXPECT_NO_THROW(RefuseEarlierBoot(journal, ""));
   EXPECT_NO_THROW(RefuseOtherNamespace(journal, ""));
+}
+
+TEST(NewJournal, StartsInUtc) {
+  setenv("TZ", "EST5", 1);
+  tzset();
+  const Journal journal = NewJournal("--live", {});
+  unsetenv("TZ");
+  tzset();
+  std::tm started = {};
+  ASSERT_NE(strptime(journal.started.c_str(), "%Y-%m-%dT%H:%M:%SZ", &started), nullptr);
+  EXPECT_NEAR(static_cast<double>(timegm(&started)), static_cast<double>(std::time(nullptr)), 60);
 }
 
 TEST(NewJournal, HasOnlyTunablesThatCouldBeRead) {
