@@ -121,6 +121,8 @@ TEST_F(SessionJournal, StaysIfATunableIsNotRestored) {
   const Outcome run = Kaehost({"apply", "--live", "--quiet", document_, "--", "mount", "--bind",
                                "/proc/version", kFinTimeout});
   EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, ContainsRegex("\nkaehost: layer released; not restored:\n[^\n]*\n"
+                                     "  ipv4/tcp_fin_timeout +37 +Linux"));
   EXPECT_THAT(run.out, EndsWith(kept_));
   umount2(kFinTimeout, MNT_DETACH);
   EXPECT_THAT(Content(file_), HasSubstr("\nipv4/tcp_fin_timeout 37\n"));
