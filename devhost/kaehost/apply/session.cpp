@@ -31,13 +31,6 @@ Report::Style StyleOf(const ApplyOptions& options) {
   return options.verbose ? Report::kVerbose : Report::kNormal;
 }
 
-// A reader that goes away, or a file that cannot grow, must not prevent the tunables from being
-// restored.
-void KeepOutputFromEndingTheProcess() {
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
-}
-
 class Session {
  public:
   Session(const ApplyOptions& options, const std::vector<Document>& documents)
@@ -77,7 +70,7 @@ class Session {
 
 int Session::Run() {
   if (!options_.target.IsPrivate()) {
-    KeepOutputFromEndingTheProcess();
+    std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not prevent the restoring
   }
   machine_ = ReadTunables();
   result_.emulated = Enter(options_.target);
