@@ -57,7 +57,9 @@ TEST_F(ForeignText, OfFileNamesIsHarmless) {
   ExpectShown({"check", odd_ + "no"});
   ExpectShown({"import", odd_});
   ExpectShown({"import", odd_ + "no"});
+  ExpectShown({"import", "--output", odd_ + "/no", document_});
   ExpectShown({"inspect", odd_});
+  ExpectShown({"restore", "--netns", "/" + kForged});
 }
 
 TEST_F(ForeignText, OfTheCommandLineIsHarmless) {
