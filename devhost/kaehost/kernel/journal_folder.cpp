@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 namespace devhost {
@@ -111,9 +112,16 @@ std::string CheckedText(const std::string& path, const Journal& journal) {
   return text;
 }
 
-bool WriteAll(int file, const std::string& text) {
-  return write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-         fsync(file) == 0;
+// After a part was written, only the next write has the error.
+bool WriteAll(int file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(file, text.data(), text.size());
+    if (written < 0) {
+      return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return fsync(file) == 0;
 }
 
 }  // namespace

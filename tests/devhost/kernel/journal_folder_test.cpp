@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -435,6 +436,20 @@ TEST_F(Journals, LeaveNothingOnAFullDisk) {
   EXPECT_THAT(Open().Names(), IsEmpty());
   EXPECT_FALSE(fs::exists(file_ + ".new"));
   umount2(path_.c_str(), MNT_DETACH);
+}
+
+TEST_F(Journals, LeaveNothingIfOnlyAPartFitsIntoALimit) {
+  Open();
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit before = {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit limit = {100, before.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  const std::string refusal = RefusalToBegin();
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, SIG_DFL);
+  EXPECT_THAT(refusal, HasSubstr("original values: File too large; nothing was written"));
+  EXPECT_TRUE(fs::is_empty(path_));
 }
 
 TEST_F(Journals, AreNotBegunByTwoAtTheSameTime) {
