@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -112,6 +114,33 @@ std::string CheckedText(const std::string& path, const Journal& journal) {
   return text;
 }
 
+// Returns a process that has the file open, 0 if none is found.
+pid_t HolderOf(const struct stat& file) {
+  std::error_code gone;
+  for (const auto& process : std::filesystem::directory_iterator("/proc", gone)) {
+    const pid_t id = std::atoi(process.path().filename().c_str());
+    if (id == 0 || id == getpid()) {
+      continue;
+    }
+    for (const auto& open : std::filesystem::directory_iterator(process.path() / "fd", gone)) {
+      struct stat found = {};
+      if (stat(open.path().c_str(), &found) == 0 && found.st_ino == file.st_ino &&
+          found.st_dev == file.st_dev) {
+        return id;
+      }
+    }
+  }
+  return 0;
+}
+
+// The process of the session can have ended before one that it started.
+std::string AboutHolder(const Journal& journal, const struct stat& file) {
+  const std::string session = "the session of process " + std::to_string(journal.process);
+  const auto process = static_cast<pid_t>(journal.process);
+  const pid_t holder = kill(process, 0) != 0 && errno == ESRCH ? HolderOf(file) : 0;
+  return holder == 0 ? session : "process " + std::to_string(holder) + " of " + session;
+}
+
 // After a part was written, only the next write has the error.
 bool WriteAll(int file, std::string_view text) {
   while (!text.empty()) {
@@ -199,8 +228,8 @@ std::optional<JournalFile> JournalFolder::Read(const std::string& name) const {
   Journal journal = Parsed(path, file.get());
   RefuseEarlierBoot(journal, path);
   if (is_in_use) {
-    throw JournalInUse(path + ": in use since " + journal.started + " by the session of process " +
-                       std::to_string(journal.process) +
+    throw JournalInUse(path + ": in use since " + journal.started + " by " +
+                       AboutHolder(journal, status) +
                        "; one session at a time can change these tunables; end that one first");
   }
   return JournalFile(path, std::move(file), std::move(journal));

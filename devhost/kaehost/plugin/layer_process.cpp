@@ -74,43 +74,57 @@ LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>&
       worker_([&](const Worker::Orders& orders) { Serve(path, documents, orders); }, interruption) {
 }
 
-void LayerProcess::ThrowIfRefused(const std::optional<Json>& answer) {
+// Returns what `read` makes of the next answer; none if the process ended instead. A plug-in can
+// write to any descriptor: what is not an answer counts as the end of the process.
+template <class Read>
+auto LayerProcess::Answer(Read read) -> std::optional<decltype(read(Json()))> {
+  try {
+    if (const std::optional<Json> answer = worker_.Answer()) {
+      return read(*answer);
+    }
+  } catch (const Json::exception&) {
+  }
+  worker_.HasEndedWell();
+  return std::nullopt;
+}
+
+template <class Read>
+auto LayerProcess::AnswerOfLoading(Read read) {
+  const auto answer = Answer([&read](const Json& json) {
+    if (json.contains("refused")) {
+      throw PluginError(json["refused"].get<std::string>());
+    }
+    return read(json);
+  });
   if (!answer) {
     throw PluginError(path_ + ": the plug-in does not load: its process " + worker_.AboutEnd());
   }
-  if (answer->contains("refused")) {
-    throw PluginError((*answer)["refused"].get<std::string>());
-  }
+  return *answer;
 }
 
 std::string LayerProcess::AwaitPlugin() {
-  const std::optional<Json> answer = worker_.Answer();
-  ThrowIfRefused(answer);
-  return (*answer)["plugin"].get<std::string>();
+  return AnswerOfLoading([](const Json& answer) { return answer.at("plugin").get<std::string>(); });
 }
 
 void LayerProcess::MakeLayer() {
   worker_.Order(0);
-  ThrowIfRefused(worker_.Answer());
+  AnswerOfLoading([](const Json& answer) { return answer.is_object(); });
 }
 
 std::optional<LayerReply> LayerProcess::Configure(std::size_t document) {
   worker_.Order(static_cast<int>(document));
-  const std::optional<Json> answer = worker_.Answer();
-  if (!answer) {
-    worker_.HasEndedWell();
-    return std::nullopt;
-  }
-  return LayerReply{(*answer)["reply"].get<Reply>(), (*answer)["error"].get<std::string>(),
-                    (*answer)["detail"].get<std::string>(), (*answer)["answered_again"].get<bool>(),
-                    Thrown(*answer)};
+  return Answer([](const Json& answer) {
+    return LayerReply{answer.at("reply").get<Reply>(), answer.at("error").get<std::string>(),
+                      answer.at("detail").get<std::string>(),
+                      answer.at("answered_again").get<bool>(), Thrown(answer)};
+  });
 }
 
 std::optional<std::string> LayerProcess::Release() {
   worker_.EndOrders();
-  const std::optional<Json> answer = worker_.Answer();
-  is_released_ = worker_.HasEndedWell() && answer;
-  return answer ? Thrown(*answer) : std::nullopt;
+  const auto thrown = Answer([](const Json& answer) { return Thrown(answer); });
+  is_released_ = worker_.HasEndedWell() && thrown;
+  return thrown.value_or(std::nullopt);
 }
 
 std::optional<std::string> LayerProcess::AboutEnd() {

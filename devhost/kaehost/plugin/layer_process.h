@@ -48,7 +48,10 @@ class LayerProcess {
   Worker& worker() { return worker_; }
 
  private:
-  void ThrowIfRefused(const std::optional<Json>& answer);
+  template <class Read>
+  auto Answer(Read read) -> std::optional<decltype(read(Json()))>;
+  template <class Read>
+  auto AnswerOfLoading(Read read);
 
   const std::string path_;
   Worker worker_;

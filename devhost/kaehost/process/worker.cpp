@@ -18,6 +18,7 @@
 #include <cstring>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include "devhost/kaehost/text/output.h"
 
@@ -31,6 +32,9 @@ int OrThrow(int result) {
   }
   return result;
 }
+
+constexpr std::uint64_t kLongestAnswer = std::uint64_t{1} << 30;
+constexpr std::size_t kLongestOutput = std::size_t{64} << 20;
 
 unsigned patience;  // in seconds
 
@@ -54,12 +58,20 @@ void FlushAll() {
 
 }  // namespace
 
+// The work can have changed the mode of any descriptor.
+void Worker::Orders::AwaitReady(short event) const {
+  if (getpid() != process_) {
+    _exit(EXIT_SUCCESS);
+  }
+  pollfd polled = {socket_, event, 0};
+  while (poll(&polled, 1, -1) < 0 && errno == EINTR) {
+  }
+}
+
 std::optional<int> Worker::Orders::Next() const {
+  AwaitReady(POLLIN);
   int order = 0;
-  ssize_t size = 0;
-  do {
-    size = recv(socket_, &order, sizeof order, MSG_WAITALL);
-  } while (size < 0 && errno == EINTR);
+  const ssize_t size = recv(socket_, &order, sizeof order, MSG_WAITALL);
   return size == sizeof order ? std::optional(order) : std::nullopt;
 }
 
@@ -72,6 +84,7 @@ void Worker::Orders::Answer(const Json& answer) const {
   message += text;
   ssize_t sent = 0;
   for (std::size_t begin = 0; begin < message.size() && (sent >= 0 || errno == EINTR);) {
+    AwaitReady(POLLOUT);
     sent = send(socket_, message.data() + begin, message.size() - begin, MSG_NOSIGNAL);
     begin += sent > 0 ? static_cast<std::size_t>(sent) : 0;
   }
@@ -127,6 +140,9 @@ std::optional<Json> Worker::Answer() {
     return std::nullopt;
   }
   std::memcpy(&size, bytes.data(), sizeof size);
+  if (size > kLongestAnswer) {
+    return std::nullopt;
+  }
   bytes = Receive(size);
   const Json answer = Json::from_cbor(bytes, true, false);
   return answer.is_discarded() ? std::nullopt : std::optional(answer);
@@ -180,11 +196,15 @@ bool Worker::HasEnded() const {
   return poll(&polled, 1, 0) > 0;
 }
 
-std::string Worker::OutputFrom(std::size_t begin) const {
+std::size_t Worker::OutputSize() const {
   struct stat file = {};
   fstat(output_, &file);
-  const auto end = static_cast<std::size_t>(file.st_size);
-  std::string text(end > begin ? end - begin : 0, '\0');
+  return static_cast<std::size_t>(file.st_size);
+}
+
+std::string Worker::Output(std::size_t begin, std::size_t end) const {
+  const std::size_t whole = std::max(begin, end) - begin;
+  std::string text(std::min(whole, kLongestOutput), '\0');
   std::size_t size = 0;
   ssize_t read = 0;
   while (size < text.size() && (read = pread(output_, text.data() + size, text.size() - size,
@@ -192,13 +212,15 @@ std::string Worker::OutputFrom(std::size_t begin) const {
     size += static_cast<std::size_t>(read);
   }
   text.resize(size);
+  if (whole > kLongestOutput) {
+    text += "\n[kaehost: the plug-in printed more than 64 MiB; the rest is not shown]\n";
+  }
   return text;
 }
 
 std::string Worker::TakeOutput() {
-  std::string text = OutputFrom(taken_);
-  taken_ += text.size();
-  return text;
+  const std::size_t begin = std::exchange(taken_, OutputSize());
+  return Output(begin, taken_);
 }
 
 }  // namespace devhost

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <functional>
@@ -17,7 +18,8 @@ namespace devhost {
 // reads answers. The worker knows when this one dies: then it has no more orders.
 class Worker {
  public:
-  // The worker's side, in its process.
+  // The worker's side, in its process. Copies of the process, which the work can make by fork, end
+  // instead of taking orders or answering.
   class Orders {
    public:
     // Waits for the next order. Returns none if there are no more.
@@ -30,7 +32,10 @@ class Worker {
     friend class Worker;
     explicit Orders(int socket) : socket_(socket) {}
 
+    void AwaitReady(short event) const;
+
     const int socket_;
+    const pid_t process_ = getpid();
   };
 
   // Starts a process that does `work` and ends. Its standard output is kept here. Throws
@@ -48,7 +53,7 @@ class Worker {
   // There are no more orders.
   void EndOrders() const;
 
-  // Waits for the next answer. Returns none if the worker ended without it.
+  // Waits for the next answer. Returns none if the worker ended without it or sent something else.
   std::optional<Json> Answer();
 
   // Waits for the end of the worker. Returns whether its work was done.
@@ -63,15 +68,16 @@ class Worker {
   // Returns whether it has ended.
   bool HasEnded() const;
 
-  // Returns what it has printed and was not yet taken.
+  // Returns what it has printed and was not yet taken, 64 MiB at most.
   std::string TakeOutput();
 
-  // Returns all that it has printed.
-  std::string Output() const { return OutputFrom(0); }
+  // Returns all that it has printed, 64 MiB at most.
+  std::string Output() const { return Output(0, OutputSize()); }
 
  private:
   [[noreturn]] void Work(const std::function<void(const Orders&)>& work, int socket) const noexcept;
-  std::string OutputFrom(std::size_t begin) const;
+  std::size_t OutputSize() const;
+  std::string Output(std::size_t begin, std::size_t end) const;
   std::string Receive(std::size_t size);
 
   Interruption& interruption_;

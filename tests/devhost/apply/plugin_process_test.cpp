@@ -190,6 +190,41 @@ TEST_F(PluginProcess, ThatEndsBeforeTheFirstRequestIsAPluginThatDoesNotLoad) {
   }
 }
 
+TEST_F(PluginProcess, IsTheOnlyOneThatAnswers) {
+  for (const std::string moment :
+       {"constructor", "InitPlugin", "GetNewLayer", "do_Configure", "do_Release"}) {
+    for (const std::string deed : {"fork", "not wait"}) {
+      const Outcome run = Apply(moment + ' ' + deed, {first_, second_, "--", "true"});
+      EXPECT_EQ(run.status, 0) << moment << ' ' << deed << run.out << run.err;
+      EXPECT_THAT(run.out, EndsWith("\nkaehost: layer released; all tunables restored\n"));
+    }
+  }
+}
+
+TEST_F(PluginProcess, CannotAnswerWithNonsense) {
+  for (const std::string deed :
+       {"write to all descriptors", "send an empty answer", "send a number"}) {
+    const Outcome run = Apply("do_Configure " + deed, {first_, second_});
+    EXPECT_EQ(run.status, 1) << deed;
+    EXPECT_EQ(run.err, "") << deed;
+    EXPECT_THAT(run.out, HasSubstr("process ended with status 0 during request 1 of 2: "));
+    const Outcome loading = Apply("InitPlugin " + deed, {first_});
+    EXPECT_EQ(loading.status, 3) << deed;
+    EXPECT_THAT(loading.err, HasSubstr("does not load: its process ended with status 0;"));
+  }
+}
+
+TEST_F(PluginProcess, CannotFillTheMemoryOfKaehost) {
+  const Outcome run =
+      Apply("do_Configure print a tebibyte", {"--verbose", first_, second_, "--", "true"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  const std::string sentence =
+      "\n[kaehost: the plug-in printed more than 64 MiB; the rest is not shown]\n";
+  const std::size_t found = run.out.find(sentence);
+  ASSERT_NE(found, std::string::npos);
+  EXPECT_EQ(run.out.find(sentence, found + 1), std::string::npos);
+}
+
 TEST_F(PluginProcess, OfARefusedPluginIsWaitedFor) {
   const Outcome run = Apply("exit change late", {first_});
   EXPECT_EQ(run.status, 3);

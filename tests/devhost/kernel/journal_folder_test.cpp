@@ -222,6 +222,28 @@ TEST_F(Journals, BelongToOneSessionUntilItsLastProcessEnds) {
   EXPECT_EQ(Refusal(), "none: it was read");
 }
 
+TEST_F(Journals, OfASessionThatEndedNameTheProcessThatStillHasThem) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t session = fork();
+  if (session == 0) {
+    const JournalFile journal = BeginJournal("--live", kBefore, path_);
+    const pid_t started = fork();
+    if (started == 0) {
+      char byte = 0;
+      close(ends[1]);
+      _exit(read(ends[0], &byte, 1) == 0 ? 0 : 1);
+    }
+    std::ofstream(folder_.Path("started")) << started;
+    _exit(0);
+  }
+  waitpid(session, nullptr, 0);
+  EXPECT_THAT(Refusal(), HasSubstr(" by process " + Content(folder_.Path("started")) +
+                                   " of the session of process " + std::to_string(session) + ";"));
+  close(ends[1]);
+  close(ends[0]);
+}
+
 TEST_F(Journals, AreNotKeptByAnotherProgram) {
   {
     const JournalFile written = BeginJournal("--live", kBefore, path_);

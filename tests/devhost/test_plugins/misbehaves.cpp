@@ -5,6 +5,8 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -44,6 +46,16 @@ void DieAfterTheReply() {
     }
     kill(kaehost, SIGCONT);
     _exit(EXIT_SUCCESS);
+  }
+}
+
+template <class Deed>
+void ForSockets(Deed deed) {
+  for (int descriptor = 0; descriptor < 100; ++descriptor) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode)) {
+      deed(descriptor);
+    }
   }
 }
 
@@ -106,6 +118,20 @@ void Do(const std::string& deed) {
   } else if (deed == "change late") {
     usleep(300'000);
     WriteTunable("ipv4/tcp_sack", "0");
+  } else if (deed == "fork") {
+    if (fork() == 0) {
+      prctl(PR_SET_PDEATHSIG, 0);
+    }
+  } else if (deed == "write to all descriptors") {
+    ForSockets([](int socket) { send(socket, "Hello, descriptor", 17, 0); });
+  } else if (deed == "send an empty answer") {
+    ForSockets([](int socket) { send(socket, "\1\0\0\0\0\0\0\0\xa0", 9, 0); });
+  } else if (deed == "send a number") {
+    ForSockets([](int socket) { send(socket, "\1\0\0\0\0\0\0\0\1", 9, 0); });
+  } else if (deed == "not wait") {
+    ForSockets([](int socket) { fcntl(socket, F_SETFL, O_NONBLOCK); });
+  } else if (deed == "print a tebibyte") {
+    [[maybe_unused]] const int ignored = ftruncate(STDOUT_FILENO, off_t{1} << 40);
   } else if (deed == "exit with 3") {
     _exit(3);
   } else if (deed == "buffer its lines") {
