@@ -2,19 +2,24 @@
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "devhost/kaehost/kernel/scratch_files.h"
+#include "devhost/kaehost/kernel/tunables.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
 using testing::AnyOf;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -146,4 +151,58 @@ TEST_F(LowMemory, OfAPluginIsASentenceToo) {
   EXPECT_EQ(run.status, 3);
   EXPECT_THAT(run.err, StartsWith("kaehost: out of memory; "));
   EXPECT_THAT(run.err, EndsWith("its process ended with status 1\n"));
+}
+
+// "The machine" is the test's private namespace. The plug-in's process can restore the tunables
+// after the end of kaehost.
+TEST_F(LowMemory, LeavesNoTunableOfTheMachineChanged) {
+  devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
+  const devhost::Tunables before = devhost::ReadTunables();
+  int status = 1;
+  for (int first = 1; first < 8000 && status != 0; first += 53) {
+    const Outcome session =
+        Kaehost({"apply", "--live", "--quiet", document_, "--", "true"}, [first] {
+          DumpNoCore();
+          setenv("LD_PRELOAD", SCARCE_MEMORY, 1);
+          setenv("FIRST_FAILURE", std::to_string(first).c_str(), 1);
+        });
+    ExpectSentences(session, std::to_string(first));
+    for (int i = 0; i < 500 && devhost::ReadTunables() != before; ++i) {
+      usleep(10'000);
+    }
+    ASSERT_EQ(devhost::ReadTunables(), before) << first << ' ' << session.out << session.err;
+    status = session.status;
+  }
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(LowMemory, OfThePlugInIsReportedAndAllTunablesAreRestored) {
+  const devhost::Tunables before = devhost::ReadTunables();
+  const auto apply = [&](const std::string& misbehaves) {
+    setenv("MISBEHAVES", misbehaves.c_str(), 1);
+    Outcome run =
+        Kaehost({"apply", "--live", document_, "--plugin", TestPlugin("misbehaves"), "--", "true"},
+                DumpNoCore);
+    EXPECT_EQ(devhost::ReadTunables(), before) << misbehaves;
+    return run;
+  };
+  const std::string ended = "process (was killed by signal 6 .Aborted.|ended with status 1)";
+  for (const auto& [deed, said, refused] : {
+           std::tuple{"throw without memory",
+                      std::string("kaehost: the layer's do_Configure threw: out of memory\n"),
+                      std::string("the plug-in's InitPlugin threw: out of memory; nothing")},
+           std::tuple{"end without memory",
+                      "kaehost: the plug-in's " + ended +
+                          " during request 1 of 1: [^ ]*; kaehost restored 1 tunable\n",
+                      "the plug-in does not load: its " + ended},
+       }) {
+    const Outcome run = apply("do_Configure " + std::string(deed));
+    EXPECT_EQ(run.status, 1) << deed;
+    EXPECT_THAT(run.out, ContainsRegex(said));
+    EXPECT_THAT(run.out, HasSubstr("all tunables restored\n"));
+    const Outcome loading = apply("InitPlugin " + std::string(deed));
+    EXPECT_EQ(loading.status, 3) << deed;
+    EXPECT_THAT(loading.err, ContainsRegex(refused));
+    EXPECT_THAT(loading.out, HasSubstr("kaehost: kaehost restored 1 tunable\n"));
+  }
 }

@@ -9,12 +9,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <string_view>
 #include <utility>
+
+#include "devhost/kaehost/kernel/file_holder.h"
 
 namespace devhost {
 namespace {
@@ -112,25 +113,6 @@ std::string CheckedText(const std::string& path, const Journal& journal) {
         "a journal by --no-journal");
   }
   return text;
-}
-
-// Returns a process that has the file open, 0 if none is found.
-pid_t HolderOf(const struct stat& file) {
-  std::error_code gone;
-  for (const auto& process : std::filesystem::directory_iterator("/proc", gone)) {
-    const pid_t id = std::atoi(process.path().filename().c_str());
-    if (id == 0 || id == getpid()) {
-      continue;
-    }
-    for (const auto& open : std::filesystem::directory_iterator(process.path() / "fd", gone)) {
-      struct stat found = {};
-      if (stat(open.path().c_str(), &found) == 0 && found.st_ino == file.st_ino &&
-          found.st_dev == file.st_dev) {
-        return id;
-      }
-    }
-  }
-  return 0;
 }
 
 // The process of the session can have ended before one that it started.

@@ -225,14 +225,21 @@ TEST_F(Journals, BelongToOneSessionUntilItsLastProcessEnds) {
 TEST_F(Journals, OfASessionThatEndedNameTheProcessThatStillHasThem) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
+  const auto wait_for_the_end = [&ends] {
+    char byte = 0;
+    close(ends[1]);
+    _exit(read(ends[0], &byte, 1) == 0 ? 0 : 1);
+  };
+  if (fork() == 0) {  // has another file of the same file system open
+    std::ofstream other(folder_.Path("other"));
+    wait_for_the_end();
+  }
   const pid_t session = fork();
   if (session == 0) {
     const JournalFile journal = BeginJournal("--live", kBefore, path_);
     const pid_t started = fork();
     if (started == 0) {
-      char byte = 0;
-      close(ends[1]);
-      _exit(read(ends[0], &byte, 1) == 0 ? 0 : 1);
+      wait_for_the_end();
     }
     std::ofstream(folder_.Path("started")) << started;
     _exit(0);

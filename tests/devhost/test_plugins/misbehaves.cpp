@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -14,8 +15,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <list>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "tests/devhost/test_plugins/working_plugin.h"
 
@@ -46,6 +49,15 @@ void DieAfterTheReply() {
     }
     kill(kaehost, SIGCONT);
     _exit(EXIT_SUCCESS);
+  }
+}
+
+void FillMemory() {
+  const rlimit limit = {1U << 27, 1U << 27};
+  setrlimit(RLIMIT_AS, &limit);
+  std::list<std::vector<char>> pieces;
+  for (;;) {
+    pieces.emplace_back(1U << 16);
   }
 }
 
@@ -80,6 +92,12 @@ void Do(const std::string& deed) {
     for (;;) {
       pause();
     }
+  } else if (deed == "stop") {
+    std::raise(SIGSTOP);
+  } else if (deed == "throw without memory") {
+    FillMemory();
+  } else if (deed == "end without memory") {
+    []() noexcept { FillMemory(); }();
   } else if (deed == "leave a child") {
     if (fork() == 0) {
       prctl(PR_SET_PDEATHSIG, 0);
