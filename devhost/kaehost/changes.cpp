@@ -1,5 +1,7 @@
 #include "devhost/kaehost/changes.h"
 
+#include <nlohmann/json.hpp>
+
 namespace devhost {
 
 Table TableOf(const std::vector<Change>& changes) {

@@ -1,6 +1,7 @@
 #include "devhost/kaehost/apply/json_report.h"
 
 #include <cstring>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "devhost/kaehost/changes.h"

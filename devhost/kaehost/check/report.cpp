@@ -1,5 +1,6 @@
 #include "devhost/kaehost/check/report.h"
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "devhost/kaehost/text/characters.h"

@@ -1,5 +1,6 @@
 #include "devhost/kaehost/import/report.h"
 
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>

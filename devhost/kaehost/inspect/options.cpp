@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "devhost/kaehost/commands.h"

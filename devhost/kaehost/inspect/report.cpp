@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <iomanip>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <vector>

@@ -1,5 +1,7 @@
 #include "devhost/kaehost/plugin/layer_process.h"
 
+#include <nlohmann/json.hpp>
+
 #include "devhost/kaehost/plugin/plugin.h"
 
 namespace devhost {

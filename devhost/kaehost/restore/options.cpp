@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 

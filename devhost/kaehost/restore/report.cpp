@@ -1,5 +1,7 @@
 #include "devhost/kaehost/restore/report.h"
 
+#include <nlohmann/json.hpp>
+
 #include "devhost/kaehost/changes.h"
 #include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/output.h"

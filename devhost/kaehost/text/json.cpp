@@ -1,5 +1,7 @@
 #include "devhost/kaehost/text/json.h"
 
+#include <nlohmann/json.hpp>
+
 #include "devhost/kaehost/text/characters.h"
 
 namespace devhost {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <nlohmann/json.hpp>
 
 #include "devhost/kaehost/process/interruption.h"
 #include "devhost/kaehost/process/worker.h"
