@@ -79,7 +79,7 @@ LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>&
 // Returns what `read` makes of the next answer; none if the process ended instead. A plug-in can
 // write to any descriptor: what is not an answer counts as the end of the process.
 template <class Read>
-auto LayerProcess::Answer(Read read) -> std::optional<decltype(read(Json()))> {
+std::optional<std::invoke_result_t<Read, const Json&>> LayerProcess::Answer(Read read) {
   try {
     if (const std::optional<Json> answer = worker_.Answer()) {
       return read(*answer);

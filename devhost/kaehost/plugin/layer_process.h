@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "devhost/kaehost/plugin/plugin_error.h"
@@ -49,7 +50,7 @@ class LayerProcess {
 
  private:
   template <class Read>
-  auto Answer(Read read) -> std::optional<decltype(read(Json()))>;
+  std::optional<std::invoke_result_t<Read, const Json&>> Answer(Read read);
   template <class Read>
   auto AnswerOfLoading(Read read);
 
