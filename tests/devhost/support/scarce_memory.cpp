@@ -1,5 +1,9 @@
 // To be preloaded: all allocations fail from that on whose number is in the environment variable
-// FIRST_FAILURE. But a program that gets a mebibyte before has enough.
+// FIRST_FAILURE; only that one fails if there is a variable ONE_FAILURE. But a program that gets a
+// mebibyte before has enough. A failure makes the file that FAILURE_FILE names.
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -25,6 +29,12 @@ bool Fails(std::size_t size) {
   if (first < 0 || ++count < first) {
     first = size < kEnough ? first : -1;
     return false;
+  }
+  if (const char* file = std::getenv("FAILURE_FILE"); file != nullptr) {
+    close(open(file, O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  }
+  if (std::getenv("ONE_FAILURE") != nullptr) {
+    first = -1;
   }
   errno = ENOMEM;
   return true;
