@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <optional>
@@ -21,22 +20,12 @@
 namespace devhost {
 namespace {
 
-Report::Style StyleOf(const ApplyOptions& options) {
-  if (options.json) {
-    return Report::kSilent;
-  }
-  if (options.quiet) {
-    return Report::kQuiet;
-  }
-  return options.verbose ? Report::kVerbose : Report::kNormal;
-}
-
 class Session {
  public:
   Session(const ApplyOptions& options, const std::vector<Document>& documents)
       : options_(options),
         documents_(documents),
-        report_(StyleOf(options)),
+        report_(options),
         interruption_(std::chrono::seconds(options.kill_after)) {}
 
   int Run();
@@ -51,7 +40,6 @@ class Session {
   void BringLoopbackUpIfPrivate() const;
   void Release();
   void TellWhatOthersChanged();
-  void RestoreTheRest();
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
@@ -121,7 +109,7 @@ void Session::LeadALayersLife() {
   } catch (...) {
     TellPluginLines(true);
     layer_.reset();
-    RestoreTheRest();
+    result_.RestoreTheRest(before_);
     report_.TellRestoration(result_);
     throw;
   }
@@ -183,7 +171,9 @@ void Session::UseTheSettings() {
                         result_.has_succeeded();
   if (!options_.command.empty() && !complete) {
     report_.Complain(options_.command[0] + ": not run, because " +
-                     (result_.interrupted_by ? "the session was interrupted" : "a request failed"));
+                     (result_.interrupted_by ? "the session was interrupted"
+                      : result_.plugin_ended ? "the plug-in's process ended"
+                                             : "a request failed"));
   } else if (!options_.command.empty()) {
     BringLoopbackUpIfPrivate();
     report_.TellNext("running: " + options_.command[0]);
@@ -219,26 +209,10 @@ void Session::Release() {
   }
   result_.release_thrown = layer_->Release();
   NoteEndOfPlugin("the release");
-  RestoreTheRest();
+  result_.RestoreTheRest(before_);
   TellPluginLines(result_.release_thrown || result_.plugin_ended ||
                   !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
   report_.TellRelease(result_);
-}
-
-// What the plug-in left changed.
-void Session::RestoreTheRest() {
-  Tunables after = ReadTunables();
-  result_.restored_by_kaehost = Compare(before_, after);
-  if (!result_.restored_by_kaehost.empty()) {
-    Restore(before_);
-    after = ReadTunables();
-  }
-  result_.not_restored = Compare(before_, after);
-  result_.unread = FindUnread(before_, after);
-  std::erase_if(result_.restored_by_kaehost, [this](const Change& change) {
-    return std::any_of(result_.not_restored.begin(), result_.not_restored.end(),
-                       [&change](const Change& still) { return still.tunable == change.tunable; });
-  });
 }
 
 }  // namespace

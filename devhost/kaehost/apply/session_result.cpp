@@ -4,6 +4,21 @@
 
 namespace devhost {
 
+void SessionResult::RestoreTheRest(const Tunables& before) {
+  Tunables after = ReadTunables();
+  restored_by_kaehost = Compare(before, after);
+  if (!restored_by_kaehost.empty()) {
+    Restore(before);
+    after = ReadTunables();
+  }
+  not_restored = Compare(before, after);
+  unread = FindUnread(before, after);
+  std::erase_if(restored_by_kaehost, [this](const Change& change) {
+    return std::any_of(not_restored.begin(), not_restored.end(),
+                       [&change](const Change& still) { return still.tunable == change.tunable; });
+  });
+}
+
 int SessionResult::Status(bool strict) const {
   if (release_thrown || plugin_ended || !restored_by_kaehost.empty() || !may_be_restored()) {
     return kFailed;

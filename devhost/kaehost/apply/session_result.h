@@ -70,6 +70,9 @@ struct SessionResult {
     return std::all_of(request.outcomes.begin(), request.outcomes.end(), is_as_asked);
   }
 
+  // Restores what the plug-in left changed, and finds out what became of it.
+  void RestoreTheRest(const Tunables& before);
+
   // Returns the exit status of a session that came to its end.
   int Status(bool strict) const;
 

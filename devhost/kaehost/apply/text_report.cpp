@@ -63,6 +63,12 @@ std::string Advice(const std::string& detail) {
 
 }  // namespace
 
+Report::Report(const ApplyOptions& options)
+    : style_(options.json      ? kSilent
+             : options.quiet   ? kQuiet
+             : options.verbose ? kVerbose
+                               : kNormal) {}
+
 void Report::Tell(const std::string& line) const {
   if (HasNews()) {
     Out() << "kaehost: " << Visible(line) << std::endl;

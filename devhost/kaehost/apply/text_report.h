@@ -3,6 +3,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "devhost/kaehost/apply/options.h"
 #include "devhost/kaehost/apply/session_result.h"
 #include "devhost/kaehost/text/table.h"
 
@@ -12,9 +13,7 @@ namespace devhost {
 
 class Report {
  public:
-  enum Style { kVerbose, kNormal, kQuiet, kSilent };
-
-  explicit Report(Style style) : style_(style) {}
+  explicit Report(const ApplyOptions& options);
 
   // News, for a normal or verbose report.
   void Tell(const std::string& line) const;
@@ -48,6 +47,8 @@ class Report {
   void TellRelease(const SessionResult& session) const;
 
  private:
+  enum Style { kVerbose, kNormal, kQuiet, kSilent };
+
   bool HasNews() const { return style_ == kVerbose || style_ == kNormal; }
   void BeginSection() const;
   void TellReply(const RequestResult& result) const;

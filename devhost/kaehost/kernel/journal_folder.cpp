@@ -16,13 +16,10 @@
 #include <utility>
 
 #include "devhost/kaehost/kernel/file_holder.h"
+#include "devhost/kaehost/kernel/journal_checks.h"
 
 namespace devhost {
 namespace {
-
-constexpr std::size_t kLongest = 64U << 10;
-constexpr mode_t kOthersCanWrite = S_IWGRP | S_IWOTH;
-constexpr mode_t kOthersCanOpen = S_IRWXG | S_IRWXO;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& what) {
   throw NamespaceError(path + ": " + what);
@@ -32,10 +29,6 @@ constexpr mode_t kOthersCanOpen = S_IRWXG | S_IRWXO;
   Refuse(path, std::string("cannot ") + what + ": " + std::strerror(errno) +
                    "; nothing was written to the tunables; make /run writable (mount -t tmpfs "
                    "tmpfs /run), or go without a journal by --no-journal");
-}
-
-[[noreturn]] void RefuseForeign(const std::string& path, const std::string& what) {
-  Refuse(path, what + "; kaehost did not make it so; find out who did, then delete it");
 }
 
 // A process has the lock for some milliseconds, unless it is stopped.
@@ -55,42 +48,8 @@ FileDescriptor OpenFolder(const std::string& path) {
   return FileDescriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-void CheckFolder(const std::string& path, int folder) {
-  if (folder < 0) {
-    Refuse(path,
-           std::string("cannot open this folder: ") + std::strerror(errno) +
-               (errno == EACCES ? "; run as root" : "; find out who made it, then delete it"));
-  }
-  struct stat status = {};
-  fstat(folder, &status);
-  if (status.st_uid != geteuid()) {
-    RefuseForeign(path, "belongs to user " + std::to_string(status.st_uid));
-  }
-  if ((status.st_mode & kOthersCanWrite) != 0) {
-    RefuseForeign(path, "other users can write this folder");
-  }
-}
-
-void CheckFile(const std::string& path, const struct stat& status) {
-  if (!S_ISREG(status.st_mode)) {
-    RefuseForeign(path, "not a regular file");
-  }
-  if (status.st_uid != geteuid()) {
-    RefuseForeign(path, "belongs to user " + std::to_string(status.st_uid));
-  }
-  if ((status.st_mode & kOthersCanOpen) != 0) {
-    RefuseForeign(path, "other users can open this file");
-  }
-  if (status.st_nlink > 1) {
-    RefuseForeign(path, "has another hard link");
-  }
-  if (status.st_size > static_cast<off_t>(kLongest)) {
-    RefuseForeign(path, "longer than any journal");
-  }
-}
-
 Journal Parsed(const std::string& path, int file) {
-  std::string text(kLongest, '\0');
+  std::string text(kLongestJournal, '\0');
   const ssize_t size = pread(file, text.data(), text.size(), 0);
   text.resize(static_cast<std::size_t>(std::max(size, ssize_t{0})));
   try {

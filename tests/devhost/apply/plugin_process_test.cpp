@@ -118,7 +118,8 @@ TEST_F(PluginProcess, ThatEndsInARequestIsReportedAndKaehostRestores) {
                                    "; kaehost restored 1 tunable\n"
                                    "kaehost: all tunables restored\n"));
     EXPECT_THAT(run.out, HasSubstr("\nkaehost: not delivered: " + second_ + "\n"));
-    EXPECT_THAT(run.out, HasSubstr("\nkaehost: echo: not run, because a request failed\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("\nkaehost: echo: not run, because the plug-in's process ended\n"));
     EXPECT_THAT(run.out, Not(HasSubstr("releasing the layer")));
     EXPECT_THAT(run.out, ContainsRegex("\n  tcp_sack +overridden +1 +- +0\n"));
   }
@@ -128,8 +129,9 @@ TEST_F(PluginProcess, ThatEndsAfterAReplyGetsNoMoreDocuments) {
   const Outcome run = Apply("do_Configure die after the reply", {first_, second_, "--", "echo"});
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr("\nkaehost: reply: success\n"));
-  EXPECT_THAT(run.out, HasSubstr("\nkaehost: not delivered: " + second_ +
-                                 "\nkaehost: echo: not run, because a request failed\n"));
+  EXPECT_THAT(run.out,
+              HasSubstr("\nkaehost: not delivered: " + second_ +
+                        "\nkaehost: echo: not run, because the plug-in's process ended\n"));
 }
 
 TEST_F(PluginProcess, ThatEndsInTheReleaseIsReportedAndKaehostRestores) {
