@@ -38,8 +38,9 @@ void Wait(Random& random, useconds_t at_most) {
   usleep(static_cast<useconds_t>(random()) % at_most);
 }
 
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
 void SendSignals(Random& random, pid_t process) {
-  constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
   for (auto left = random() % 3 + 1; left > 0; --left) {
     Wait(random, kLongestSession);
     kill(process, kSignals[random() % std::size(kSignals)]);
@@ -60,6 +61,10 @@ std::string Differences(const devhost::Tunables& before) {
   if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
     std::cerr << "cannot create a network namespace\n";
     _exit(2);
+  }
+  for (const int signal : kSignals) {
+    std::signal(signal,
+                SIG_DFL);  // a shell ignores some in its background jobs, as kaehost then does
   }
   const PrivateRun run;
   devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
