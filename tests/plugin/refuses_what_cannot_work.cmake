@@ -1,6 +1,7 @@
-# Three configurations whose plug-in could not work are refused before anything is built, each with a
-# sentence whose advice works: without run-time type information, with a host library that is not
-# there, and with one that the linker would not find by its name.
+# Configurations whose plug-in could not work are refused before anything is built, each with a
+# sentence whose advice works: without run-time type information, without a host library or the
+# stand-in, with a host library that is not there, and with one that the linker would not find by its
+# name.
 
 function(configure)
   execute_process(
@@ -38,6 +39,8 @@ expect_refused(-DKAETCP_HOST_LIBRARY=${SCRATCH}/libe.so.1
 file(CREATE_LINK libe.so.1 ${SCRATCH}/libe.so SYMBOLIC)
 expect_accepted(-DKAETCP_HOST_LIBRARY=${SCRATCH}/libe.so)
 expect_accepted(-UKAETCP_HOST_LIBRARY)
+expect_refused(-DKAETCP_DEVHOST=OFF "KAETCP_HOST_LIBRARY is not set, .*-DKAETCP_DEVHOST=ON")
+expect_accepted(-DKAETCP_DEVHOST=ON)
 expect_refused(-DCMAKE_CXX_FLAGS=-fno-rtti
   "needs run-time type information, because .*remove -fno-rtti")
 expect_accepted(-DCMAKE_CXX_FLAGS=)
