@@ -7,8 +7,10 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <utility>
 
 #include "devhost/kaehost/kernel/catalogue.h"
@@ -72,6 +74,15 @@ bool IsUnread(const Reading* reading) { return reading != nullptr && reading->er
 
 std::string TextOf(const Reading* reading) { return reading != nullptr ? reading->text : ""; }
 
+// Between values, the kernel has tabs. A scratch file has them too at first, but then the spaces
+// that a layer writes.
+bool HaveSameValues(const std::string& one, const std::string& other) {
+  std::istringstream first(one);
+  std::istringstream second(other);
+  using Words = std::istream_iterator<std::string>;
+  return std::equal(Words(first), Words(), Words(second), Words());
+}
+
 }  // namespace
 
 bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
@@ -111,7 +122,7 @@ std::vector<Change> Compare(const Tunables& before, const Tunables& after) {
   std::vector<Change> changes;
   for (const auto& [name, pair] : PairsOf(before, after)) {
     const auto& [one, other] = pair;
-    if (!IsUnread(one) && !IsUnread(other) && TextOf(one) != TextOf(other)) {
+    if (!IsUnread(one) && !IsUnread(other) && !HaveSameValues(TextOf(one), TextOf(other))) {
       changes.push_back({name, TextOf(one), TextOf(other)});
     }
   }

@@ -26,7 +26,7 @@ void HaveATunableOfTheMachine() {
   if (unshare(CLONE_NEWNS) != 0 ||
       mount("none", "/proc", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
       mount("tmpfs", "/proc/sys/net/ipv4", "tmpfs", 0, nullptr) != 0 ||
-      !(std::ofstream("/proc/sys/net/ipv4/tcp_mem") << "1 2 3\n").flush()) {
+      !(std::ofstream("/proc/sys/net/ipv4/tcp_mem") << "1\t2\t3\n").flush()) {
     _exit(99);
   }
 }
@@ -68,6 +68,8 @@ TEST_F(MachineOnly, IsNoFileThatIsEmulated) {
   const Outcome run =
       Kaehost({"apply", "--whole-catalogue", Naming("tcp_mem_low", "7")}, HaveATunableOfTheMachine);
   EXPECT_THAT(run.out, ContainsRegex("\n  tcp_mem_low +applied +1 +7 +7 \\(emulated\\)\n"));
+  EXPECT_THAT(run.out, HasSubstr("\nkaehost: layer released; all tunables restored\n"));
+  EXPECT_EQ(run.status, 0);
 }
 
 TEST_F(Strict, CountsFilesThatAreNotThere) {

@@ -121,6 +121,13 @@ TEST(Compare, FindsTunablesThatChangeAppearOrDisappear) {
               ElementsAre("ipv4/appears:  -> 3", "ipv4/changes: 1 -> 4", "ipv4/disappears: 2 -> "));
 }
 
+TEST(Compare, LeavesOutWhiteSpaceBetweenValues) {
+  const Tunables before = {{"ipv4/a", {"1\t2\t3"}}, {"ipv4/b", {"1\t2\t3"}}, {"ipv4/c", {"1"}}};
+  const Tunables after = {{"ipv4/a", {"1 2 3"}}, {"ipv4/b", {"1 23"}}, {"ipv4/c", {"1 2"}}};
+  EXPECT_THAT(Shown(Compare(before, after)),
+              ElementsAre("ipv4/b: 1\t2\t3 -> 1 23", "ipv4/c: 1 -> 1 2"));
+}
+
 TEST(Compare, LeavesOutWhatWasNotReadTwice) {
   const Tunables before = {{"ipv4/a", {"1"}}, {"ipv4/b", {"", EMFILE}}};
   const Tunables after = {{"ipv4/a", {"", EMFILE}}, {"ipv4/b", {"1"}}, {"ipv4/c", {"", EIO}}};
