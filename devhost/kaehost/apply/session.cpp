@@ -62,8 +62,9 @@ int Session::Run() {
   }
   machine_ = ReadTunables();
   result_.emulated = Enter(options_.target);
+  before_ = ReadTunables();
   if (options_.target.IsPrivate() && !options_.target.initial_values) {
-    result_.not_copied = StartFrom(machine_);
+    result_.not_copied = StartFrom(machine_, before_);
   }
   result_.where = options_.target.live            ? "live"
                   : options_.target.netns.empty() ? "private"
@@ -72,11 +73,11 @@ int Session::Run() {
        Description(options_.target, result_.emulated, result_.not_copied)) {
     report_.Tell(line);
   }
-  const SessionJournal journal(options_, result_.emulated);
+  const SessionJournal journal(options_, result_.emulated, before_);
   if (journal.about_former()) {
     report_.Tell(*journal.about_former());
   }
-  written_ = before_ = journal.before();
+  written_ = before_;
   now_ = start_ = CatalogueValuesOf(before_, machine_);
   try {
     LeadALayersLife();

@@ -3,17 +3,16 @@
 namespace devhost {
 
 SessionJournal::SessionJournal(const ApplyOptions& options,
-                               const std::vector<std::string>& emulated) {
+                               const std::vector<std::string>& emulated, Tunables& before) {
   const TargetNamespace& target = options.target;
   if (target.IsPrivate() || options.no_journal) {
-    before_ = ReadTunables();
     return;
   }
   const std::string option = target.live ? "--live" : "--netns " + target.netns;
   const JournalFolder folder = JournalFolder::OpenOrCreate();
   about_former_ = folder.EndFormerSession(option);
-  before_ = ReadTunables();
-  Tunables kept = before_;
+  before = ReadTunables();
+  Tunables kept = before;
   for (const std::string& name : emulated) {
     kept.erase(name);
   }

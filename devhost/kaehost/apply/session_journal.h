@@ -14,13 +14,11 @@ namespace devhost {
 // --no-journal. This process and those that it forks keep other sessions from the same tunables.
 class SessionJournal {
  public:
-  // Reads the tunables, when no other session can change them any more, and writes the journal of
-  // all except those that scratch files emulate. To be called before a plug-in is loaded. Throws
-  // NamespaceError.
-  SessionJournal(const ApplyOptions& options, const std::vector<std::string>& emulated);
-
-  // The tunables before the session.
-  const Tunables& before() const { return before_; }
+  // Reads the tunables `before` anew, when no other session can change them any more, and writes
+  // the journal of all except those that scratch files emulate. To be called before a plug-in is
+  // loaded. Throws NamespaceError.
+  SessionJournal(const ApplyOptions& options, const std::vector<std::string>& emulated,
+                 Tunables& before);
 
   // Returns a sentence about the journal of a former session, if there was one.
   const std::optional<std::string>& about_former() const { return about_former_; }
@@ -34,7 +32,6 @@ class SessionJournal {
 
  private:
   std::optional<std::string> about_former_;
-  Tunables before_;
   std::optional<JournalFile> journal_;
 };
 

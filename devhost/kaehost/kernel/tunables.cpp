@@ -11,6 +11,7 @@
 #include <map>
 #include <optional>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "devhost/kaehost/kernel/catalogue.h"
@@ -77,6 +78,9 @@ std::string TextOf(const Reading* reading) { return reading != nullptr ? reading
 // Between values, the kernel has tabs. A scratch file has them too at first, but then the spaces
 // that a layer writes.
 bool HaveSameValues(const std::string& one, const std::string& other) {
+  if (one == other) {
+    return true;
+  }
   std::istringstream first(one);
   std::istringstream second(other);
   using Words = std::istream_iterator<std::string>;
@@ -89,29 +93,36 @@ bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
 
 Tunables ReadTunables() {
   Tunables tunables;
-  const FileDescriptor folder(open("/proc/sys/net", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  // Nearly all files lie there: looked up from above, each takes a quarter more time.
+  constexpr std::string_view kFolder = "/proc/sys/net/ipv4/";
+  const FileDescriptor folder(open(kFolder.data(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   const char* file = "";
   for (const CatalogueEntry& entry : Catalogue()) {
     if (std::strcmp(std::exchange(file, entry.file), entry.file) == 0) {
       continue;  // the values of a file follow one another
     }
-    if (std::optional<Reading> reading = ReadFile(folder.get(), file)) {
+    const std::string path = PathOf(file);
+    const std::size_t begin = path.starts_with(kFolder) ? kFolder.size() : 0;
+    if (std::optional<Reading> reading = ReadFile(folder.get(), path.c_str() + begin)) {
       tunables[file] = std::move(*reading);
     }
   }
   return tunables;
 }
 
-std::vector<std::string> StartFrom(const Tunables& machine) {
+std::vector<std::string> StartFrom(const Tunables& machine, Tunables& here) {
   std::vector<std::string> differ;
-  const Tunables here = ReadTunables();
-  for (const auto& [name, reading] : machine) {
-    const auto own = here.find(name);
-    if (own == here.end() || own->second == reading) {
+  for (auto& [name, own] : here) {
+    const auto wanted = machine.find(name);
+    if (wanted == machine.end() || wanted->second == own) {
       continue;
     }
-    if (reading.error != 0 ||
-        (Write(name, reading.text) && ReadFile(AT_FDCWD, PathOf(name).c_str()) != reading)) {
+    const Reading& reading = wanted->second;
+    if (reading.error == 0 && !Write(name, reading.text)) {
+      continue;  // the namespace has it read-only
+    }
+    own = ReadFile(AT_FDCWD, PathOf(name).c_str()).value_or(own);
+    if (own != reading) {
       differ.push_back(name);
     }
   }

@@ -39,8 +39,9 @@ struct Unread {
 Tunables ReadTunables();
 
 // Writes the values of another namespace into those files that this one has and that can be
-// written. Returns the files that then have other values.
-std::vector<std::string> StartFrom(const Tunables& machine);
+// written; `here` is what ReadTunables returns, before and after. Returns the files that then have
+// other values.
+std::vector<std::string> StartFrom(const Tunables& machine, Tunables& here);
 
 // Returns what differs, in the order of the tunables' paths.
 std::vector<Change> Compare(const Tunables& before, const Tunables& after);
