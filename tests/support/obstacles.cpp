@@ -105,7 +105,9 @@ std::string Obstacles::Program() {
     Check(chmod(path.c_str(), 0777) == 0, path);
     program_ = Run(path);
     if (open(path.c_str(), O_WRONLY | O_CLOEXEC) >= 0 || errno != ETXTBSY) {
-      throw std::runtime_error("this kernel lets running programs be written (6.11 and 6.12 do)");
+      throw std::runtime_error(
+          "this kernel lets running programs be written (6.11 and 6.12 do), or this machine does "
+          "not run programs for 64-bit x86");
     }
   }
   return path;

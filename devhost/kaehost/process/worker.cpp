@@ -144,7 +144,7 @@ std::optional<Json> Worker::Answer() {
   if (size > kLongestAnswer) {
     return std::nullopt;
   }
-  bytes = Receive(size);
+  bytes = Receive(static_cast<std::size_t>(size));
   const Json answer = Json::from_cbor(bytes, true, false);
   return answer.is_discarded() ? std::nullopt : std::optional(answer);
 }
