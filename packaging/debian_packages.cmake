@@ -24,6 +24,12 @@ if(KAETCP_HOST_LIBRARY)
   cmake_path(GET KAETCP_HOST_LIBRARY PARENT_PATH host_library_dir)
   list(PREPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${host_library_dir})
 endif()
+if(KAETCP_SYSROOT)
+  foreach(folder lib usr/lib)
+    list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+      ${KAETCP_SYSROOT}/${folder}/${CMAKE_LIBRARY_ARCHITECTURE})
+  endforeach()
+endif()
 
 # CPack has no variable for these fields (for the first since CMake 3.31), but it writes the section
 # as it is.
@@ -74,6 +80,7 @@ documents are included.")
 function(add_debug_symbols component)
   list(TRANSFORM ARGN REPLACE ".+" "$<TARGET_FILE:\\0>" OUTPUT_VARIABLE files)
   install(CODE "set(with_symbols \"${files}\")
+    set(objcopy ${CMAKE_OBJCOPY})
     include(\"${CMAKE_CURRENT_SOURCE_DIR}/debian/debug_symbols.cmake\")"
     COMPONENT ${component}-symbols EXCLUDE_FROM_ALL)
   string(TOUPPER ${component}-symbols name)

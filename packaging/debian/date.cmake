@@ -18,3 +18,8 @@ if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
   ask_changelog(Timestamp timestamp)
   set(ENV{SOURCE_DATE_EPOCH} ${timestamp})
 endif()
+
+# Packages for another processor: dpkg's programs take it from here.
+if(CPACK_DEBIAN_PACKAGE_ARCHITECTURE)
+  set(ENV{DEB_HOST_ARCH} ${CPACK_DEBIAN_PACKAGE_ARCHITECTURE})
+endif()

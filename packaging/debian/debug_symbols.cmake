@@ -9,7 +9,7 @@ foreach(file ${with_symbols})
   set(folder $ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/lib/debug/.build-id/${CMAKE_MATCH_1})
   set(symbols ${folder}/${CMAKE_MATCH_2}.debug)
   file(MAKE_DIRECTORY ${folder})
-  execute_process(COMMAND objcopy --only-keep-debug --compress-debug-sections ${file} ${symbols}
+  execute_process(COMMAND ${objcopy} --only-keep-debug --compress-debug-sections ${file} ${symbols}
     COMMAND_ERROR_IS_FATAL ANY)
   file(CHMOD ${symbols} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endforeach()
