@@ -91,7 +91,7 @@ function(add_debug_symbols component)
   set(CPACK_DEBIAN_${name}_DESCRIPTION "debug symbols for ${component}" PARENT_SCOPE)
 endfunction()
 add_debug_symbols(kaetcp kaetcp)
-add_debug_symbols(kaehost kaehost_installed e)
+add_debug_symbols(kaehost kaehost_installed e kaehost_schema)
 
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_SOURCE_DIR}/debian/date.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/documents.cmake)

@@ -40,14 +40,14 @@ class Builder {
     ++contents_;
   }
 
-  // Returns whether an element is open.
-  bool IsInside() const { return !open_.empty(); }
-
   // Returns the number of contents in the document.
   std::size_t contents() const { return contents_; }
 
-  // Returns the line of the open element.
-  int open_line() const { return open_.empty() ? 0 : open_.top()->begin.line; }
+  // Returns the number of elements that are open.
+  std::size_t depth() const { return open_.size(); }
+
+  // Returns the innermost open element, null if there is none.
+  const kaml_content* open_element() const { return Parent(); }
 
  private:
   kaml_content* Parent() const { return open_.empty() ? nullptr : open_.top(); }

@@ -5,8 +5,17 @@
 #include <string>
 
 #include "devhost/libe/limits.h"
-#include "devhost/libe/position.h"
 #include "host/kaml.h"
+
+namespace devhost {
+
+// A position in a file. Both start at 1; columns count characters.
+struct Position {
+  int line;
+  int column;
+};
+
+}  // namespace devhost
 
 // One node of a document, owned by its Document.
 struct kaml_content {
@@ -32,7 +41,7 @@ enum ContentType {
 };
 
 // The document cannot be read, is not well-formed XML, or exceeds a limit. what() is a sentence
-// with the file and, if the file can be read, the line.
+// with the file and, if the file can be read, the position.
 class DocumentError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -60,8 +69,7 @@ class Document {
   // - Attributes, namespace declarations and the document type declaration are not contents.
   // - Nothing is fetched from outside the file.
   //
-  // Entity declarations are refused, and more than `limits`. The depth is not limited and needs no
-  // stack.
+  // Entity declarations are refused, and more than `limits`. Depth needs no stack.
   static Document Read(const std::string& path, const Limits& limits = {});
 
   // Appends a content to the children of `parent`, or to the top level if `parent` is null, and

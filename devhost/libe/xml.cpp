@@ -1,239 +1,285 @@
 // Reads documents from XML.
 
-#include <libxml/parser.h>
+#include <expat.h>
+#include <strings.h>
 
-#include <algorithm>
-#include <cerrno>
+#include <cstddef>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 #include "devhost/libe/builder.h"
 #include "devhost/libe/document.h"
+#include "devhost/libe/encoding.h"
 #include "devhost/libe/input.h"
-#include "devhost/libe/prolog.h"
 #include "devhost/libe/xml_error.h"
 
 namespace devhost {
 namespace {
 
-constexpr std::size_t kParsersNames = 3;  // which its dictionary begins with, such as "xmlns"
-
-const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
-
 // Builds a document from the parser's callbacks, part by part: without a second tree and without
-// recursion. It uses the SAX1 interface, which keeps names as written. It stops at the first
-// failure, because that one explains the others.
+// recursion. The parser gets UTF-8, whatever the document is in, and ignores namespaces, so that
+// names stay as written. The first failure ends the reading.
 class Reading {
  public:
   Reading(const std::string& path, const Limits& limits, Document* document)
-      : limits_(limits), input_(path, limits), builder_(document) {}
+      : limits_(limits), input_(path), builder_(document) {}
 
   // Reads it all. Throws DocumentError and std::bad_alloc.
   void Run();
 
  private:
-  using Parser = std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxt*)>;
+  using Parser = std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)>;
 
-  static xmlSAXHandler Handler();
+  // Nothing is fetched from outside the file: no handler does that.
   static Parser NewParser(Reading* reading);
 
-  // The parser's callbacks. The parser is C code: no exception may pass through it.
-  template <class Step>
-  static void Try(void* reading, Step step);
-  template <class Step>
-  static void TryPart(void* reading, Step step);
-  static int Read(void* reading, char* buffer, int size);
-  static void TakeError(void* reading, xmlErrorPtr error);
+  // What the parser calls. It is C code: no exception may pass through it. After a failure, the
+  // rest of the piece is ignored.
+  template <auto Take, class... Arguments>
+  static void Call(void* reading, Arguments... arguments);
+  void TakeDeclaration(const char* version, const char* encoding, int standalone);
+  void TakeStart(const char* name, const char** attributes);
+  void TakeEnd(const char* name);
+  void TakeText(const char* text, int size);
+  void TakeCdata() { TakeText("", 0); }
+  void TakeComment(const char* /*text*/) { AddOther(kComment); }
+  void TakeInstruction(const char* /*target*/, const char* /*text*/) {
+    AddOther(kProcessingInstruction);
+  }
+  void TakeTypeEnd();
+  void TakeOther(const char* text, int size);
 
-  void CheckProlog();
+  void Parse(std::string_view text, bool is_final);
   void AddOther(ContentType type);
-  [[noreturn]] void RefuseAsXml(int line, const std::string& why) const;
-  [[noreturn]] void RefuseEntity() const;
-  Position BeginOfTag() const;
-  Position Here() const { return {parser_->input->line, parser_->input->col}; }
-  int Line() const { return parser_->input->line; }
+  void EndMarkup();
+  void CheckNames(const char* name);
+  void CheckContents() const;
+
+  [[noreturn]] void RefuseAsXml(const std::string& why) const;
+  [[noreturn]] void RefuseEncoding(const std::string& declared) const;
+  [[noreturn]] void RefuseLength() const;
+
+  // Returns where the part begins that the parser reports, and the index of its end.
+  Position Here() const;
+  XML_Index End() const;
 
   const Limits limits_;
   Input input_;
-  Prolog prolog_;
+  std::string encoding_;
+  bool has_mark_ = false;  // a byte order mark
   Builder builder_;
-  Position end_of_last_ = {1, 1};  // of the last part; inside the root, the next one begins here
+  std::size_t attributes_ = 0;
+  std::unordered_set<std::string> names_;
+  XML_Index parsed_ = 0;                // bytes that the parser has
+  XML_Index part_begin_ = 0;            // where the last part ended that it understood
+  std::optional<Position> type_begin_;  // inside the document type declaration, which is one part
   std::exception_ptr failure_;
   const Parser parser_ = NewParser(this);
 };
 
 void Reading::Run() {
-  errno = 0;
-  xmlSetStructuredErrorFunc(this, TakeError);
-  xmlParseDocument(parser_.get());
-  xmlSetStructuredErrorFunc(nullptr, nullptr);
-  if (failure_ != nullptr) {
-    std::rethrow_exception(failure_);
+  std::string_view bytes = input_.Read();
+  encoding_ = EncodingOf(bytes);
+  Decoder decoder(encoding_);
+  if (!decoder.knows_encoding()) {
+    RefuseAsXml("the encoding " + encoding_ + " is not supported; save the document as UTF-8");
   }
-  if (const std::string why = WhyNoFurther(*parser_); !why.empty()) {
-    RefuseAsXml(Line(), why);
+  for (bool is_first = true;; is_first = false, bytes = input_.Read()) {
+    if (input_.bytes() > limits_.bytes) {
+      input_.Refuse(Here(), "the document is longer than " + std::to_string(limits_.bytes >> 20) +
+                                " MiB; split it into several");
+    }
+    const std::string_view text = decoder.Decode(bytes, input_.is_at_end());
+    if (is_first) {
+      has_mark_ = text.starts_with("\xef\xbb\xbf");
+      if (bytes.starts_with("<?xml") && !text.starts_with("<?xml")) {
+        RefuseEncoding(encoding_);
+      }
+    }
+    Parse(text, input_.is_at_end() && !decoder.has_failed());
+    if (decoder.has_failed()) {
+      RefuseAsXml("bytes that are invalid in " + encoding_ + "; save the document as UTF-8");
+    }
+    if (input_.is_at_end()) {
+      return;
+    }
   }
 }
 
 Reading::Parser Reading::NewParser(Reading* reading) {
-  // Without memory, the parser would print its own message.
-  xmlSetStructuredErrorFunc(nullptr, [](void* /*context*/, xmlErrorPtr /*error*/) {});
-  xmlSAXHandler handler = Handler();
-  Parser parser(
-      xmlCreateIOParserCtxt(&handler, reading, Read, nullptr, reading, XML_CHAR_ENCODING_NONE),
-      [](xmlParserCtxt* done) {
-        xmlFreeDoc(done->myDoc);  // exists if the file ended inside its entity declarations
-        xmlFreeParserCtxt(done);
-      });
+  Parser parser(XML_ParserCreate("UTF-8"), XML_ParserFree);
   if (parser == nullptr) {
     throw std::bad_alloc();
   }
-  xmlCtxtUseOptions(parser.get(), XML_PARSE_HUGE);
-  parser->hasPErefs = 1;  // a reference to an unknown parameter entity is well-formed
+  XML_SetUserData(parser.get(), reading);
+  XML_SetXmlDeclHandler(parser.get(), Call<&Reading::TakeDeclaration>);
+  XML_SetElementHandler(parser.get(), Call<&Reading::TakeStart>, Call<&Reading::TakeEnd>);
+  XML_SetCharacterDataHandler(parser.get(), Call<&Reading::TakeText>);
+  XML_SetStartCdataSectionHandler(parser.get(), Call<&Reading::TakeCdata>);
+  XML_SetCommentHandler(parser.get(), Call<&Reading::TakeComment>);
+  XML_SetProcessingInstructionHandler(parser.get(), Call<&Reading::TakeInstruction>);
+  XML_SetEndDoctypeDeclHandler(parser.get(), Call<&Reading::TakeTypeEnd>);
+  XML_SetDefaultHandler(parser.get(), Call<&Reading::TakeOther>);
   return parser;
 }
 
-// Nothing is fetched from outside the file: no handler does that.
-xmlSAXHandler Reading::Handler() {
-  xmlSAXHandler handler = {};
-  handler.startElement = [](void* self, const xmlChar* name, const xmlChar** attributes) {
-    TryPart(self, [&](Reading& reading) {
-      reading.builder_.StartElement(Chars(name), attributes != nullptr, reading.BeginOfTag());
-      reading.end_of_last_ = EndOf(">", reading.Here());
-    });
-  };
-  handler.endElement = [](void* self, const xmlChar* /*name*/) {
-    TryPart(self, [](Reading& reading) {
-      reading.builder_.EndElement();
-      reading.end_of_last_ = reading.Here();
-    });
-  };
-  handler.characters = [](void* self, const xmlChar* text, int size) {
-    TryPart(self, [&](Reading& reading) {
-      reading.builder_.AddText({Chars(text), static_cast<std::size_t>(size)}, reading.end_of_last_);
-      reading.end_of_last_ = reading.Here();
-    });
-  };
-  handler.comment = [](void* self, const xmlChar* /*text*/) {
-    TryPart(self, [](Reading& reading) { reading.AddOther(kComment); });
-  };
-  handler.processingInstruction = [](void* self, const xmlChar* /*target*/,
-                                     const xmlChar* /*data*/) {
-    TryPart(self, [](Reading& reading) { reading.AddOther(kProcessingInstruction); });
-  };
-  handler.entityDecl = [](void* self, const xmlChar* /*name*/, int /*type*/,
-                          const xmlChar* /*public_id*/, const xmlChar* /*system_id*/,
-                          xmlChar* /*text*/) {
-    Try(self, [](Reading& reading) { reading.RefuseEntity(); });
-  };
-  handler.unparsedEntityDecl = [](void* self, const xmlChar* /*name*/, const xmlChar* /*public_id*/,
-                                  const xmlChar* /*system_id*/, const xmlChar* /*notation*/) {
-    Try(self, [](Reading& reading) { reading.RefuseEntity(); });
-  };
-  return handler;
-}
-
-template <class Step>
-void Reading::Try(void* reading, Step step) {
+template <auto Take, class... Arguments>
+void Reading::Call(void* reading, Arguments... arguments) {
   auto& self = *static_cast<Reading*>(reading);
   try {
     if (self.failure_ == nullptr) {
-      step(self);
+      (self.*Take)(arguments...);
     }
   } catch (...) {
     self.failure_ = std::current_exception();
   }
 }
 
-template <class Step>
-void Reading::TryPart(void* reading, Step step) {
-  Try(reading, [&](Reading& self) {
-    if (self.parser_->inSubset == 0) {  // the document type declaration counts as one, like a tag
-      self.input_.EndMarkup(self.Line());
+void Reading::Parse(std::string_view text, bool is_final) {
+  const auto size = static_cast<int>(text.size());
+  const XML_Status status = XML_Parse(parser_.get(), text.data(), size, is_final ? 1 : 0);
+  if (failure_ != nullptr) {
+    std::rethrow_exception(failure_);
+  }
+  if (status != XML_STATUS_OK) {
+    if (XML_GetErrorCode(parser_.get()) == XML_ERROR_NO_MEMORY) {
+      throw std::bad_alloc();
     }
-    if (self.builder_.IsInside()) {
-      self.CheckProlog();
-    }
-    step(self);
-    if (self.builder_.contents() > self.limits_.contents) {
-      self.input_.Refuse(
-          self.Line(), "the document has more than " + std::to_string(self.limits_.contents >> 20) +
-                           " Mi elements, texts and comments; split it into several");
-    }
-  });
+    RefuseAsXml(Explain(parser_.get(), part_begin_, builder_.open_element()));
+  }
+  // Later versions of the parser look at an unfinished part again only when they have twice as
+  // much.
+  parsed_ += size;
+  if (parsed_ - part_begin_ > 2 * static_cast<XML_Index>(limits_.markup) + size) {
+    RefuseLength();
+  }
 }
 
-int Reading::Read(void* reading, char* buffer, int size) {
-  std::size_t count = 0;
-  Try(reading, [&](Reading& self) {
-    const int names = xmlDictSize(self.parser_->dict);
-    if (static_cast<std::size_t>(names) > self.limits_.names + kParsersNames) {
-      self.input_.Refuse(self.Line(), "the document has more than " +
-                                          std::to_string(self.limits_.names >> 10) +
-                                          " Ki different names; split it into several");
-    }
-    count = self.input_.Read(buffer, static_cast<std::size_t>(size), self.Line());
-    self.prolog_.Add({buffer, count});
-  });
-  return static_cast<int>(count);
+// The parser accepts any version, and does not compare what the document says of its encoding.
+void Reading::TakeDeclaration(const char* version, const char* encoding, int /*standalone*/) {
+  EndMarkup();
+  const std::string_view number = version;
+  if (!number.starts_with("1.") || number.size() == 2 ||
+      number.find_first_not_of("0123456789", 2) != std::string_view::npos) {
+    RefuseAsXml("the XML declaration names no version of XML; write version=\"1.0\"");
+  }
+  if (encoding != nullptr && strncasecmp(encoding, encoding_.c_str(), std::strlen(encoding)) != 0) {
+    RefuseEncoding(encoding);
+  }
 }
 
-// The other errors that are not fatal are of namespaces, which have no meaning here, or of
-// validity.
-void Reading::TakeError(void* reading, xmlErrorPtr error) {
-  Try(reading, [&](Reading& self) {
-    if (error->level == XML_ERR_FATAL ||
-        (error->level == XML_ERR_ERROR && error->code == XML_WAR_UNDECLARED_ENTITY)) {
-      self.RefuseAsXml(self.Line(), Explain(*self.parser_, *error, self.builder_.open_line()));
-    }
-  });
+void Reading::TakeStart(const char* name, const char** attributes) {
+  EndMarkup();
+  CheckNames(name);
+  for (const char** attribute = attributes; *attribute != nullptr; attribute += 2) {
+    CheckNames(*attribute);
+    ++attributes_;
+  }
+  builder_.StartElement(name, XML_GetSpecifiedAttributeCount(parser_.get()) > 0, Here());
+  CheckContents();
+  if (builder_.depth() > limits_.levels) {
+    input_.Refuse(Here(), "the document has more than " + std::to_string(limits_.levels >> 20) +
+                              " Mi elements inside each other; remove some");
+  }
 }
 
-// Comes after the root's start tag, so that the parser's own message about that tag, or anything
-// before it, is the one that is told.
-void Reading::CheckProlog() {
-  if (const std::optional<Prolog::Fault>& fault = prolog_.FindFault(); fault.has_value()) {
-    RefuseAsXml(fault->line, fault->why);
+void Reading::TakeEnd(const char* /*name*/) {
+  EndMarkup();
+  builder_.EndElement();
+}
+
+void Reading::TakeText(const char* text, int size) {
+  part_begin_ = End();
+  builder_.AddText({text, static_cast<std::size_t>(size)}, Here());
+  CheckContents();
+}
+
+void Reading::TakeTypeEnd() {
+  EndMarkup();
+  type_begin_.reset();
+}
+
+// Takes what has no handler.
+void Reading::TakeOther(const char* text, int size) {
+  const std::string_view token(text, static_cast<std::size_t>(size));
+  if (token == "<!DOCTYPE") {
+    type_begin_ = Here();
+  } else if (token == "<!ENTITY") {
+    input_.Refuse(Here(),
+                  "a document may not declare entities; remove the declaration and write the text "
+                  "itself where the entity is used");
+  } else if (token.starts_with('&')) {  // which a file elsewhere might declare
+    RefuseAsXml(AboutEntity(token));
+  }
+  if (!type_begin_.has_value()) {
+    part_begin_ = End();
+  }
+}
+
+void Reading::CheckNames(const char* name) {
+  names_.insert(name);
+  if (names_.size() > limits_.names) {
+    input_.Refuse(Here(), "the document has more than " + std::to_string(limits_.names >> 10) +
+                              " Ki different names; split it into several");
   }
 }
 
 // Parts of the document type declaration are not contents.
 void Reading::AddOther(ContentType type) {
-  if (parser_->inSubset == 0) {
+  if (!type_begin_.has_value()) {
+    EndMarkup();
     builder_.AddOther(type);
+    CheckContents();
   }
-  end_of_last_ = Here();
 }
 
-// The parser is at the end of the tag, and may no longer know where a long tag began. Inside the
-// root, a tag begins where the last part ended. Before the root, the parser does not report white
-// space, so look back for "<": a tag contains only one.
-Position Reading::BeginOfTag() const {
-  if (builder_.IsInside()) {
-    return end_of_last_;
+void Reading::EndMarkup() {
+  if (End() - part_begin_ > static_cast<XML_Index>(limits_.markup)) {
+    RefuseLength();
   }
-  const xmlParserInput& input = *parser_->input;
-  const std::string_view known(Chars(input.base), static_cast<std::size_t>(input.cur - input.base));
-  const std::size_t begin = std::min(known.rfind('<'), known.size());
-  return BeginOf(known.substr(begin), Here(), known.substr(0, begin));
+  part_begin_ = End();
 }
 
-// Without memory, the parsers can find fault with any document.
-void Reading::RefuseAsXml(int line, const std::string& why) const {
-  if (errno == ENOMEM) {
-    throw std::bad_alloc();
+void Reading::CheckContents() const {
+  if (builder_.contents() + attributes_ > limits_.contents) {
+    input_.Refuse(Here(),
+                  "the document has more than " + std::to_string(limits_.contents >> 20) +
+                      " Mi elements, attributes, texts and comments; split it into several");
   }
-  input_.Refuse(line, "cannot be read as XML: " + why);
 }
 
-void Reading::RefuseEntity() const {
-  input_.Refuse(Line(),
-                "a document may not declare entities; remove the declaration and write the text "
-                "itself where the entity is used");
+void Reading::RefuseAsXml(const std::string& why) const {
+  input_.Refuse(Here(), "cannot be read as XML: " + why);
+}
+
+void Reading::RefuseEncoding(const std::string& declared) const {
+  RefuseAsXml(
+      "the document is not in " + declared +
+      ", which its XML declaration names; save it as UTF-8 and write encoding=\"UTF-8\" there");
+}
+
+void Reading::RefuseLength() const {
+  input_.Refuse(type_begin_.value_or(Here()),
+                "a tag, a comment, a processing instruction or a document type declaration is "
+                "longer than " +
+                    std::to_string(limits_.markup >> 10) + " KiB; shorten it");
+}
+
+// The parser counts columns from 0, and a byte order mark as a character.
+Position Reading::Here() const {
+  const auto line = static_cast<int>(XML_GetCurrentLineNumber(parser_.get()));
+  const auto column = static_cast<int>(XML_GetCurrentColumnNumber(parser_.get()));
+  return {line, line == 1 && has_mark_ ? column : column + 1};
+}
+
+XML_Index Reading::End() const {
+  return XML_GetCurrentByteIndex(parser_.get()) + XML_GetCurrentByteCount(parser_.get());
 }
 
 }  // namespace

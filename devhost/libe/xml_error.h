@@ -1,16 +1,19 @@
 #pragma once
 
-#include <libxml/parser.h>
+#include <expat.h>
 
 #include <string>
+#include <string_view>
+
+#include "devhost/libe/document.h"
 
 namespace devhost {
 
-// Returns the parser's message on one short line. `open_line` is the line of the open element, 0 if
-// there is none.
-std::string Explain(const xmlParserCtxt& parser, const xmlError& error, int open_line);
+// Returns why the parser stopped, and what to do. `part_begin` is the index of the first byte that
+// it had not understood, `open_element` null outside the root.
+std::string Explain(XML_Parser parser, XML_Index part_begin, const kaml_content* open_element);
 
-// Returns why the parser stopped here as if the file ended, although it did not; else empty.
-std::string WhyNoFurther(const xmlParserCtxt& parser);
+// Returns the sentence about a reference to an unknown entity. It begins with "&" if it is known.
+std::string AboutEntity(std::string_view reference);
 
 }  // namespace devhost

@@ -70,8 +70,9 @@ void ExpectSentences(const Outcome& run, const std::string& what) {
   for (std::string line; std::getline(lines, line);) {
     EXPECT_THAT(line, AnyOf(StartsWith("kaehost: "), StartsWith("Try 'kaehost "))) << what;
   }
-  for (const char* other : {"bad_alloc", "section table", "filesystem error", "well-formed",
-                            "cannot be read as XML", "kaehost: kaehost", "(ulimit -v); nothing"}) {
+  for (const char* other :
+       {"bad_alloc", "section table", "filesystem error", "well-formed", "cannot be read as XML",
+        "cannot load", "kaehost: kaehost", "(ulimit -v); nothing"}) {
     EXPECT_THAT(run.out + run.err, Not(HasSubstr(other))) << what;
   }
 }
@@ -136,8 +137,21 @@ TEST_F(LowMemory, EndsEveryCommandWithASentence) {
     } else if (arguments[0] == "apply") {
       EXPECT_EQ(statuses.count(kFailed), 1U) << testing::PrintToString(arguments);
     }
-    EXPECT_EQ(KaehostWithin(least + 8000, arguments).status, 0);
+    EXPECT_EQ(KaehostWithin(least + 64'000, arguments).status, 0);
   }
+}
+
+// It needs more for the library that validates than for all else.
+TEST_F(LowMemory, IsToldIfTheLibraryThatValidatesCannotBeLoaded) {
+  const rlim_t least = LeastToLoad() + 1000;
+  int refused = 0;
+  for (rlim_t kib = least; kib < least + 64'000; kib += 1'500 + kPage) {
+    const Outcome run = KaehostWithin(kib, {"check", document_});
+    ExpectSentences(run, std::to_string(kib));
+    EXPECT_THAT(run.status, AnyOf(0, kBadInput)) << kib << run.err;
+    refused += run.status == kBadInput ? 1 : 0;
+  }
+  EXPECT_GT(refused, 5);
 }
 
 TEST_F(LowMemory, EndsEveryCommandWithASentenceWhicheverAllocationFails) {

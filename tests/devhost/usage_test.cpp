@@ -210,8 +210,8 @@ TEST_F(BadDocument, Missing) {
 TEST_F(BadDocument, Malformed) {
   const std::string bad = folder_.Write("bad.xml", "<tcp-settings>\n<tcp_sack>0</tcp_sak>\n");
   ExpectNothingDelivered({bad}, bad +
-                                    ":2: cannot be read as XML: Opening and ending tag mismatch: "
-                                    "tcp_sack line 2 and tcp_sak");
+                                    ":2:14: cannot be read as XML: the end tag </tcp_sak> does not "
+                                    "match <tcp_sack> in line 2; write </tcp_sack>");
 }
 
 TEST_F(BadDocument, DeclaringAnEntity) {
@@ -220,7 +220,7 @@ TEST_F(BadDocument, DeclaringAnEntity) {
                      folder_.Write("secret", "0") +
                      "'>\n]>\n<tcp-settings><tcp_sack>&secret;</tcp_sack></tcp-settings>\n");
   ExpectNothingDelivered({bad}, bad +
-                                    ":2: a document may not declare entities; remove the "
+                                    ":2:1: a document may not declare entities; remove the "
                                     "declaration and write the text itself where the entity is "
                                     "used");
 }
@@ -230,18 +230,19 @@ TEST_F(BadDocument, WithAHugeAttribute) {
       folder_.Write("bad.xml", "<tcp-settings>\n<tcp_sack by='" + std::string(100'000, 'x') +
                                    "'>0</tcp_sack></tcp-settings>\n");
   ExpectNothingDelivered({bad}, bad +
-                                    ":2: a tag, a comment, a CDATA section, a declaration or the "
-                                    "space between them is longer than 64 KiB; shorten it");
+                                    ":2:1: a tag, a comment, a processing instruction or a "
+                                    "document type declaration is longer than 64 KiB; shorten it");
 }
 
 TEST_F(BadDocument, WithoutAnEnd) {
   ExpectNothingDelivered(
       {"/dev/zero"},
-      "/dev/zero:1: cannot be read as XML: the document contains a NUL byte; remove it");
+      "/dev/zero:1:1: cannot be read as XML: the document contains a NUL byte; remove it");
 }
 
 TEST_F(BadDocument, KeepsTheGoodOnesBeforeItFromBeingDelivered) {
   const std::string empty = folder_.Write("empty.xml", "");
-  ExpectNothingDelivered({good_, empty, good_},
-                         empty + ":1: cannot be read as XML: Document is empty");
+  ExpectNothingDelivered(
+      {good_, empty, good_},
+      empty + ":1:1: cannot be read as XML: the document has no element; write a root element");
 }

@@ -15,13 +15,16 @@ TEST(KaehostPage, TellsTheLimitsOfDocuments) {
       "| Length | " +
       std::to_string(limits.bytes >> 20) +
       " MiB |\n"
-      "| Elements, texts, comments and processing instructions together | " +
+      "| Elements, attributes, texts, comments and processing instructions together | " +
       std::to_string(limits.contents >> 20) +
       " Mi |\n"
-      "| Different names | " +
+      "| Elements inside each other | " +
+      std::to_string(limits.levels >> 20) +
+      " Mi |\n"
+      "| Different names of elements and attributes | " +
       std::to_string(limits.names >> 10) +
       " Ki |\n"
-      "| One tag, comment, CDATA section or document type declaration | " +
+      "| One tag, comment, processing instruction or document type declaration | " +
       std::to_string(limits.markup >> 10) + " KiB |\n\n";
   EXPECT_THAT(Page("kaehost.md").text(), testing::HasSubstr(table));
 }

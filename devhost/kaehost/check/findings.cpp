@@ -27,6 +27,13 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
 }
 
+// Returns the position right after `blanks`, which begin at `begin`.
+Position EndOf(std::string_view blanks, Position begin) {
+  const auto lines = static_cast<int>(std::count(blanks.begin(), blanks.end(), '\n'));
+  const auto columns = static_cast<int>(blanks.size() - (blanks.rfind('\n') + 1));
+  return {begin.line + lines, lines > 0 ? columns + 1 : begin.column + columns};
+}
+
 // Returns what is wrong with a value and what to do, empty if nothing is wrong.
 std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
   const std::string_view value = Trimmed(text);

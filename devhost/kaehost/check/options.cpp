@@ -1,8 +1,8 @@
 // kaehost check: checks documents without applying them.
 
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <memory>
-#include <new>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -30,7 +30,7 @@ Findings are
   anything else that the schema of documents does not allow
 After 1,000 findings the rest of a document is not checked. If a document cannot
 be read, is not well-formed XML or exceeds a limit, standard error shows why and
-in which line.
+where.
 
 Examples:
   kaehost check low-latency.xml
@@ -58,7 +58,7 @@ CheckResult Check(const std::string& path) try {
   return result;
 } catch (const DocumentError& error) {
   return {path, error.what(), {}};
-} catch (const std::bad_alloc& error) {
+} catch (const std::exception& error) {
   return {path, InputName(path) + ": " + SentenceOf(error), {}};
 }
 

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -34,8 +35,31 @@ TEST_F(Check, TellsThatADocumentCannotBeRead) {
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "kaehost: " + path_ +
-                         ":2: cannot be read as XML: Opening and ending tag mismatch: tcp_sack "
-                         "line 2 and tcp_sak\n");
+                         ":2:14: cannot be read as XML: the end tag </tcp_sak> does not match "
+                         "<tcp_sack> in line 2; write </tcp_sack>\n");
+}
+
+// In a build without the library that validates, all other findings are still there.
+TEST_F(Check, TellsThatItsLibraryIsMissing) {
+  const std::filesystem::path built = std::filesystem::path(KAEHOST).parent_path();
+  const std::string kaehost = folder_.Path("kaehost");
+  std::filesystem::copy(KAEHOST, kaehost);
+  std::filesystem::create_directory(folder_.Path("devhost"));
+  std::filesystem::copy(built / "devhost/libe.so", folder_.Path("devhost"));
+  const auto check = [&](const std::string& document) {
+    return Kaehost({}, [&] { execl(kaehost.c_str(), "", "check", document.c_str(), nullptr); });
+  };
+  const Outcome bad = check(folder_.Write("bad.xml", "<tcp-settings><x/></tcp-settings>"));
+  EXPECT_THAT(bad.out, HasSubstr("unknown element"));
+  EXPECT_EQ(bad.status, 1);
+  const std::string path = folder_.Write("good.xml", "<tcp-settings/>");
+  const Outcome good = check(path);
+  EXPECT_EQ(good.err, "kaehost: " + path +
+                          ": cannot load the library that validates documents: "
+                          "kaehost_schema.so: cannot open shared object file: No such file or "
+                          "directory; install kaehost again\n");
+  EXPECT_EQ(good.out, "");
+  EXPECT_EQ(good.status, 2);
 }
 
 TEST_F(Check, LooksAtEveryDocument) {

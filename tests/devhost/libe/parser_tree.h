@@ -1,20 +1,18 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
-// What another XML parser, expat, reads in some bytes, for comparison. It knows fewer encodings
-// than the one that documents are read with, and fewer letters in names.
+// What another XML parser, libxml2, reads in some bytes, for comparison.
 class ParserTree {
  public:
-  ParserTree(const char* bytes, std::size_t size);
+  explicit ParserTree(const std::string& bytes);
 
   // Whether the bytes are well-formed XML, and all entities that they use are known.
   bool is_sound() const { return is_sound_; }
 
-  // Whether it is in doubt that the bytes are not sound.
-  bool is_in_doubt() const { return is_in_doubt_; }
+  // Whether the document declares no encoding, or one that all parsers know alike.
+  bool is_comparable() const { return is_comparable_; }
 
   // Returns a line for each element (its name), text (in quotes), comment and processing
   // instruction (in parentheses) in document order, and an empty line at the end of each element
@@ -23,6 +21,6 @@ class ParserTree {
 
  private:
   bool is_sound_ = true;
-  bool is_in_doubt_ = false;
+  bool is_comparable_ = true;
   std::vector<std::string> lines_;
 };

@@ -19,15 +19,15 @@ constexpr const char* kNoEntities =
     "a document may not declare entities; remove the declaration and write the text itself where "
     "the entity is used";
 constexpr const char* kTooLong =
-    "a tag, a comment, a CDATA section, a declaration or the space between them is longer than 64 "
+    "a tag, a comment, a processing instruction or a document type declaration is longer than 64 "
     "KiB; shorten it";
 
 class XmlLimits : public testing::Test {
  protected:
-  void ExpectRefused(const std::string& bytes, int line, const std::string& why) const {
+  void ExpectRefused(const std::string& bytes, const std::string& at,
+                     const std::string& why) const {
     const std::string path = folder_.Write("document.xml", bytes);
-    EXPECT_EQ(ErrorOfFile(path), path + ":" + std::to_string(line) + ": " + why)
-        << bytes.substr(0, 100);
+    EXPECT_EQ(ErrorOfFile(path), path + ":" + at + ": " + why) << bytes.substr(0, 100);
   }
 
   void ExpectRead(const std::string& bytes) const {
@@ -48,7 +48,7 @@ class XmlLimits : public testing::Test {
   const TempFolder folder_;
 };
 
-// Documents that spend some `size` bytes on one thing, which begins on the second line.
+// Documents that spend some `size` bytes on one thing, which begins at 2:4.
 std::vector<std::string> DocumentsWithALong(std::size_t size) {
   const std::string x(size, 'x');
   std::string attributes;
@@ -60,41 +60,36 @@ std::vector<std::string> DocumentsWithALong(std::size_t size) {
     declarations += "<!ELEMENT b ANY><!-- x --><?p?>";
   }
   return {
-      "<r>\n<" + x + "/></r>\n",
-      "<r>\n<a b='" + x + "'/></r>\n",
-      "<r>\n<a " + x + "=''/></r>\n",
-      "<r>\n<a" + attributes.substr(0, attributes.rfind(' ')) + "/></r>\n",
-      "<r>\n<a" + std::string(size, ' ') + "/></r>\n",
+      "<r>\nxxx<" + x + "/></r>\n",
+      "<r>\nxxx<a b='" + x + "'/></r>\n",
+      "<r>\nxxx<a " + x + "=''/></r>\n",
+      "<r>\nxxx<a" + attributes.substr(0, attributes.rfind(' ')) + "/></r>\n",
+      "<r>\nxxx<a" + std::string(size, ' ') + "/></r>\n",
       "<r>\n<a></a" + std::string(size, ' ') + "></r>\n",
-      "<r>\n<!--" + x + "--></r>\n",
-      "<r>\n<!--\n" + x + "--></r>\n",
-      "<r>\n<?p " + x + "?></r>\n",
-      "<r>\n<?" + x + "?></r>\n",
-      "<r>\n<![CDATA[" + x + "]]></r>\n",
+      "<r>\nxxx<!--" + x + "--></r>\n",
+      "<r>\nxxx<!--\n" + x + "--></r>\n",
+      "<r>\nxxx<?p " + x + "?></r>\n",
+      "<r>\nxxx<?" + x + "?></r>\n",
       "<!--\n--><!DOCTYPE " + x + "><r/>\n",
       "<!--\n--><!DOCTYPE r SYSTEM '" + x + "'><r/>\n",
       "<!--\n--><!DOCTYPE r [<!ELEMENT " + x + " ANY>]><r/>\n",
       "<!--\n--><!DOCTYPE r [<!ELEMENT r (" + x + ")>]><r/>\n",
       "<!--\n--><!DOCTYPE r [<!ATTLIST r b CDATA '" + x + "'>]><r/>\n",
       "<!--\n--><!DOCTYPE r [" + declarations + "]><r/>\n",
-      "<r/><!-- \n -->" + std::string(size, ' ') + "\n",
+      "<r/>\n   <!--" + x + "-->\n",
   };
 }
 
-// Documents whose second line has `count` different names besides a few.
+// Documents with `count` different names besides a few.
 std::vector<std::string> DocumentsWithNames(int count) {
   std::string elements;
   std::string attributes;
-  std::string instructions;
   for (int i = 0; i < count; ++i) {
     const std::string name = "b" + std::to_string(i);
     elements += "<" + name + "/>";
     attributes += "<a " + name + "=''/>";
-    instructions += "<?" + name + "?>";
   }
-  const std::string rest(10'000, ' ');  // which is read when all names are known
-  return {"<r>\n" + elements + rest + "</r>", "<r>\n" + attributes + rest + "</r>",
-          "<r>\n" + instructions + rest + "</r>", "\n" + instructions + rest + "<r/>"};
+  return {"<r>" + elements + "</r>", "<r>" + attributes + "</r>"};
 }
 
 }  // namespace
@@ -103,10 +98,11 @@ TEST_F(XmlLimits, RefuseEveryDeclarationOfAnEntity) {
   for (const char* declaration :
        {"<!ENTITY e 'v'>", "<!ENTITY e ''>", "<!ENTITY % p 'v'>", "<!ENTITY lt '&#38;#60;'>",
         "<!ENTITY e SYSTEM 's'>", "<!ENTITY e PUBLIC 'p' 's'>", "<!ENTITY % p SYSTEM 's'>",
-        "<!NOTATION n SYSTEM 'n'><!ENTITY e SYSTEM 's' NDATA n>"}) {
-    const std::string beginning = "<!DOCTYPE a [\n" + std::string(declaration);
-    ExpectRefused(beginning + "\n]>\n<a>&u;</b>", 2, kNoEntities);
-    ExpectRefused(beginning + "<!ENTITY x ", 2, kNoEntities);
+        "<!ENTITY e SYSTEM 's' NDATA n>"}) {
+    const std::string beginning =
+        "<!DOCTYPE a [<!NOTATION n SYSTEM 'n'>\n" + std::string(declaration);
+    ExpectRefused(beginning + "\n]>\n<a>&u;</b>", "2:1", kNoEntities);
+    ExpectRefused(beginning + "<!ENTITY x ", "2:1", kNoEntities);
   }
 }
 
@@ -116,41 +112,77 @@ TEST_F(XmlLimits, RefuseEntitiesThatMultiply) {
     const std::string inner = "&e" + std::to_string(i - 1) + ";";
     nested += "<!ENTITY e" + std::to_string(i) + " '" + inner + inner + "'>\n";
   }
-  ExpectRefused("<!DOCTYPE a [" + nested + "]><a>&e29;</a>", 1, kNoEntities);
-  ExpectRefused("<!DOCTYPE a [" + nested + "]><a b='&e29;'/>", 1, kNoEntities);
+  ExpectRefused("<!DOCTYPE a [" + nested + "]><a>&e29;</a>", "1:14", kNoEntities);
+  ExpectRefused("<!DOCTYPE a [" + nested + "]><a b='&e29;'/>", "1:14", kNoEntities);
 
   std::string references;
   for (int i = 0; i < 50'000; ++i) {
     references += "&e;";
   }
   ExpectRefused(
-      "<!DOCTYPE a [<!ENTITY e '" + std::string(50'000, 'x') + "'>]><a>" + references + "</a>", 1,
-      kNoEntities);
+      "<!DOCTYPE a [<!ENTITY e '" + std::string(50'000, 'x') + "'>]><a>" + references + "</a>",
+      "1:14", kNoEntities);
 }
 
 TEST_F(XmlLimits, RefuseWhatIsLongAndNoText) {
-  for (const std::string& bytes : DocumentsWithALong(80'000)) {
-    ExpectRefused(bytes, 2, kTooLong);
+  for (const std::size_t size : {65'536U, 80'000U, 500'000U}) {
+    for (const std::string& bytes : DocumentsWithALong(size)) {
+      ExpectRefused(bytes, "2:4", kTooLong);
+    }
   }
 }
 
 TEST_F(XmlLimits, AllowSixtyFourKibibytes) {
-  for (const std::string& bytes : DocumentsWithALong(65'536)) {
+  for (const std::string& bytes : DocumentsWithALong(65'400)) {
     ExpectRead(bytes);
   }
+  const std::string comment = "<!--" + std::string(65'529, 'x') + "-->";
+  for (const std::string before : {"", "<!-- -->", "<?xml version='1.0'?>", "\n", "<!DOCTYPE a>"}) {
+    ExpectRead(before + comment + "<a/>");
+  }
+  for (const std::string before : {"<a>", "<a>x", "<a>&lt;", "<a><![CDATA[x]]>", "<a><b/>"}) {
+    ExpectRead(before + comment + "</a>");
+  }
+  ExpectRefused("<a><!--x" + comment.substr(4) + "</a>", "1:4", kTooLong);
 }
 
-TEST_F(XmlLimits, RefuseMoreNamesThanAreQuicklyTold) {
-  for (const std::string& bytes : DocumentsWithNames(70'000)) {
-    ExpectRefused(bytes, 2,
-                  "the document has more than 64 Ki different names; split it into several");
-  }
+TEST_F(XmlLimits, AllowLongCdataAndSpaceBetweenMarkup) {
+  ExpectRead("<a><![CDATA[" + std::string(500'000, 'x') + "]]></a>");
+  ExpectRead("<a/>" + std::string(500'000, ' '));
+  ExpectRead(std::string(500'000, '\n') + "<a/>");
+}
+
+TEST_F(XmlLimits, RefuseMoreNamesThanTheLimit) {
+  const std::string why = "the document has more than 64 Ki different names; split it into several";
+  const std::vector<std::string> documents = DocumentsWithNames(65'537);
+  ExpectRefused(documents[0], "1:578709", why);
+  ExpectRefused(documents[1], "1:906370", why);
 }
 
 TEST_F(XmlLimits, AllowSixtyFourKibiNames) {
   for (const std::string& bytes : DocumentsWithNames(65'534)) {  // and the names r and a
     ExpectRead(bytes);
   }
+}
+
+TEST_F(XmlLimits, AllowAsManyLevelsAsTheLimitAndNoMore) {
+  const devhost::Limits limits = {.levels = 1000};
+  const std::string levels = NestedElements(1000);
+  EXPECT_EQ(ErrorWith(levels, limits), "");
+  EXPECT_EQ(ErrorWith("<a>" + NestedElements(999) + NestedElements(999) + "</a>", limits), "");
+  EXPECT_THAT(ErrorWith("<a>\n" + levels + "</a>", limits),
+              MatchesRegex(":2:2998: the document has more than .* elements inside each other; "
+                           "remove some"));
+}
+
+TEST_F(XmlLimits, CountAttributesThatTheDocumentTypeAdds) {
+  const std::string type = "<!DOCTYPE a [<!ATTLIST b c CDATA '' d CDATA ''>]>";
+  std::string elements;
+  for (int i = 0; i < 300; ++i) {
+    elements += "<b/>";
+  }
+  EXPECT_EQ(ErrorWith(type + "<a>" + elements + "</a>", {.contents = 901}), "");
+  EXPECT_NE(ErrorWith(type + "<a>" + elements + "</a>", {.contents = 900}), "");
 }
 
 TEST_F(XmlLimits, AllowAsManyContentsAsTheLimitAndNoMore) {
@@ -163,7 +195,8 @@ TEST_F(XmlLimits, AllowAsManyContentsAsTheLimitAndNoMore) {
     EXPECT_EQ(ErrorWith(begin + last + "</r>", limits), "") << last;
     for (const std::string more : {"<!---->", "<?p?>", "<a/>"}) {
       EXPECT_THAT(ErrorWith(begin + last + more + "</r>", limits),
-                  MatchesRegex(":500: the document has more than .* elements, texts and comments; "
+                  MatchesRegex(":500:[0-9]+: the document has more than .* elements, attributes, "
+                               "texts and comments; "
                                "split it into several"))
           << last << more;
     }
@@ -177,23 +210,23 @@ TEST_F(XmlLimits, AllowAsManyBytesAsTheLimitAndNoMore) {
   ASSERT_EQ(bytes.size(), limits.bytes);
   EXPECT_EQ(ErrorWith(bytes, limits), "");
   EXPECT_EQ(ErrorWith(bytes + '\n', limits),
-            ":2: the document is longer than 1 MiB; split it into several");
+            ":2:1048573: the document is longer than 1 MiB; split it into several");
 }
 
 TEST_F(XmlLimits, AreTheOnesThatTheSentencesTell) {
   const devhost::Limits limits = {.contents = 2 << 20, .names = 2 << 10, .markup = 128 << 10};
   EXPECT_EQ(ErrorWith(DocumentsWithNames(3'000).front(), limits),
-            ":2: the document has more than 2 Ki different names; split it into several");
+            ":1:15270: the document has more than 2 Ki different names; split it into several");
   std::string elements;
   for (int i = 0; i < (2 << 20); ++i) {
     elements += "<a/>";
   }
   EXPECT_EQ(ErrorWith("<r>" + elements + "</r>", limits),
-            ":1: the document has more than 2 Mi elements, texts and comments; split it into "
-            "several");
+            ":1:8388608: the document has more than 2 Mi elements, attributes, texts and comments; "
+            "split it into several");
   EXPECT_EQ(ErrorWith(DocumentsWithALong(100'000).front(), limits), "");
   EXPECT_EQ(ErrorWith(DocumentsWithALong(150'000).front(), limits),
-            ":2: a tag, a comment, a CDATA section, a declaration or the space between them is "
+            ":2:4: a tag, a comment, a processing instruction or a document type declaration is "
             "longer than 128 KiB; shorten it");
 }
 
@@ -235,8 +268,8 @@ TEST_F(XmlLimits, TellWhereAnEndIsMissingFarDown) {
     bytes += "<a>\n";
   }
   OnASmallStack([&] {
-    ExpectRefused(bytes, 100'001,
-                  "cannot be read as XML: Premature end of data in tag a line 100000");
+    ExpectRefused(bytes, "100001:1",
+                  "cannot be read as XML: the document ends inside <a> in line 100000; write </a>");
   });
 }
 

@@ -59,6 +59,12 @@ TEST(XmlPosition, ColumnsAreInCharacters) {
               ElementsAre("a 2:1", "text 2:4", "b 2:6"));
 }
 
+TEST(XmlPosition, ByteOrderMarkHasNoColumn) {
+  using namespace std::string_literals;
+  EXPECT_THAT(PlacesIn("\xef\xbb\xbf<a>\n<b/></a>"), ElementsAre("a 1:1", "text 1:4", "b 2:1"));
+  EXPECT_THAT(PlacesIn("\xff\xfe<\0a\0>\0\n\0<\0/\0a\0>\0"s), ElementsAre("a 1:1", "text 1:4"));
+}
+
 TEST(XmlPosition, OfATextIsWhereItBegins) {
   EXPECT_THAT(PlacesIn("<a>\n 1<!-- -->2<![CDATA[3]]>4<b\n></b\n>\n5</a>"),
               ElementsAre("a 1:1", "text 1:4", "text 2:11", "b 2:26", "text 4:2"));

@@ -22,29 +22,31 @@ TEST(XmlStream, PipeIsReadToItsEnd) {
 
 TEST(XmlStream, EndlessTextIsRefused) {
   const FilledPipe pipe("<a>\n", std::string(65'536, 'x'));
-  EXPECT_EQ(ErrorOfFile(pipe.path()),
-            pipe.path() + ":2: the document is longer than 256 MiB; split it into several");
+  EXPECT_EQ(
+      ErrorOfFile(pipe.path()),
+      pipe.path() + ":2:268435453: the document is longer than 256 MiB; split it into several");
 }
 
 TEST(XmlStream, EndlessTagIsRefused) {
   const FilledPipe pipe("<a>\n<b", std::string(65'536, ' '));
   EXPECT_EQ(ErrorOfFile(pipe.path()),
             pipe.path() +
-                ":2: a tag, a comment, a CDATA section, a declaration or the space "
-                "between them is longer than 64 KiB; shorten it");
+                ":2:1: a tag, a comment, a processing instruction or a document type declaration "
+                "is longer than 64 KiB; shorten it");
 }
 
 TEST(XmlStream, ErrorEndsAnEndlessDocument) {
   const FilledPipe pipe("<a>\n</b>", std::string(65'536, 'x'));
   EXPECT_EQ(
       ErrorOfFile(pipe.path()),
-      pipe.path() + ":2: cannot be read as XML: Opening and ending tag mismatch: a line 1 and b");
+      pipe.path() +
+          ":2:3: cannot be read as XML: the end tag </b> does not match <a> in line 1; write </a>");
 }
 
 TEST(XmlStream, DevicesThatNeverEndAreRefused) {
   for (const std::string path : {"/dev/zero", "/dev/full"}) {
     EXPECT_EQ(ErrorOfFile(path),
-              path + ":1: cannot be read as XML: the document contains a NUL byte; remove it");
+              path + ":1:1: cannot be read as XML: the document contains a NUL byte; remove it");
   }
 }
 

@@ -4,7 +4,9 @@
 
 #include <string>
 
+#include "devhost/libe/document.h"
 #include "tests/devhost/support/nodes.h"
+#include "tests/devhost/support/temp_folder.h"
 
 using testing::ElementsAre;
 
@@ -23,6 +25,18 @@ TEST(XmlElement, HasNoContentsWhenItIsEmptyHoweverItIsWritten) {
 
 TEST(XmlElement, HasNoAttributes) {
   EXPECT_THAT(NodesOf("<a b='1' c=\"&lt;\"><d e=''>x</d></a>"), ElementsAre("a", "  d", "    'x'"));
+}
+
+TEST(XmlElement, HasAttributesOnlyIfTheyAreInItsTag) {
+  const TempFolder folder;
+  const devhost::Document document = devhost::Document::Read(folder.Write(
+      "document.xml",
+      "<!DOCTYPE a [<!ATTLIST a b CDATA 'x'>]><a><a b=''/><a xmlns='u'/><a c=''/></a>"));
+  const kaml_content* root = document.contents();
+  EXPECT_FALSE(root->has_attributes);
+  for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
+    EXPECT_TRUE(c->has_attributes);
+  }
 }
 
 TEST(XmlNamespace, DeclarationIsNotSeen) {
@@ -112,6 +126,10 @@ TEST(XmlDeclaration, IsNoContent) {
               ElementsAre("a"));
 }
 
+TEST(XmlDeclaration, WithoutAnEncodingMeansUtf8) {
+  EXPECT_THAT(NodesOf("<?xml version='1.0'?><a>\u00e9</a>"), ElementsAre("a", "  '\u00e9'"));
+}
+
 TEST(XmlDeclaration, MayBeOfALaterVersion) {
   EXPECT_THAT(NodesOf("<?xml version='1.1'?><a/>"), ElementsAre("a"));
 }
@@ -138,4 +156,36 @@ TEST(XmlEncoding, Latin1TextBecomesUtf8) {
 TEST(XmlEncoding, Utf16TextBecomesUtf8) {
   using namespace std::string_literals;
   EXPECT_THAT(NodesOf("\xff\xfe<\0a\0>\0\xe9\0<\0/\0a\0>\0"s), ElementsAre("a", "  '\xc3\xa9'"));
+}
+
+TEST(XmlEncoding, IsAnyThatContainsAscii) {
+  const auto nodes_in = [](const std::string& encoding, const std::string& text) {
+    return NodesOf("<?xml version='1.0' encoding='" + encoding + "'?><a>" + text + "</a>");
+  };
+  EXPECT_THAT(nodes_in("KOI8-R", "\xc1"), ElementsAre("a", "  '\u0430'"));
+  EXPECT_THAT(nodes_in("windows-1252", "\x80"), ElementsAre("a", "  '\u20ac'"));
+  EXPECT_THAT(nodes_in("Shift_JIS", "\x83\x41"), ElementsAre("a", "  '\u30a2'"));
+  EXPECT_THAT(nodes_in("UTF8", "\u30a2"), ElementsAre("a", "  '\u30a2'"));
+}
+
+TEST(XmlEncoding, CharactersMayLieAcrossTheEndsOfPieces) {
+  for (std::size_t size = 16'310; size < 16'320; ++size) {  // pieces of 16384 bytes
+    const std::string text(size, 'x');
+    EXPECT_THAT(NodesOf("<a>" + text + "\U0001f600</a>"),
+                ElementsAre("a", "  '" + text + "\U0001f600'"));
+    std::string japanese;
+    std::string utf8;
+    for (int i = 0; i < 20'000; ++i) {
+      japanese += "\x83\x41";
+      utf8 += "\u30a2";
+    }
+    EXPECT_THAT(NodesOf("<?xml version='1.0' encoding='Shift_JIS'?><a>" + text + japanese + "</a>"),
+                ElementsAre("a", "  '" + text + utf8 + "'"));
+  }
+}
+
+// Big5-HKSCS holds a letter back, for a mark may follow that becomes one character with it.
+TEST(XmlEncoding, CharacterThatIsHeldBackIsNotLost) {
+  EXPECT_THAT(NodesOf("<?xml version='1.0' encoding='BIG5-HKSCS'?><a>\x88\x66</a>"),
+              ElementsAre("a", "  '\u00ca'"));
 }

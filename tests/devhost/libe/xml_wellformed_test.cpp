@@ -17,8 +17,10 @@ namespace {
 
 constexpr const char* kDeclaration =
     "the XML declaration is not well-formed; write <?xml version=\"1.0\"?> or remove it";
-constexpr const char* kDocumentType =
-    "the document type declaration is not well-formed; remove it, no document needs one";
+constexpr const char* kVersion =
+    "the XML declaration names no version of XML; write version=\"1.0\"";
+constexpr const char* kBadDeclaration =
+    "a declaration that is not well-formed or not allowed here; remove it";
 
 class XmlWellFormed : public testing::Test {
  protected:
@@ -26,9 +28,10 @@ class XmlWellFormed : public testing::Test {
     return ErrorOfFile(folder_.Write("document.xml", bytes));
   }
 
-  void ExpectRefused(const std::string& bytes, int line, const std::string& why) const {
-    EXPECT_EQ(ErrorOf(bytes), folder_.Path("document.xml") + ":" + std::to_string(line) +
-                                  ": cannot be read as XML: " + why)
+  void ExpectRefused(const std::string& bytes, const std::string& at,
+                     const std::string& why) const {
+    EXPECT_EQ(ErrorOf(bytes),
+              folder_.Path("document.xml") + ":" + at + ": cannot be read as XML: " + why)
         << bytes;
   }
 
@@ -54,9 +57,9 @@ std::string Declaring(const std::string& encoding) {
   return "<?xml version='1.0' encoding='" + encoding + "'?>\n<a/>";
 }
 
-std::string Contradiction(const std::string& encoding) {
-  return "the document is in " + encoding +
-         ", which contradicts its XML declaration; write encoding=\"" + encoding + "\" there";
+std::string Contradiction(const std::string& declared) {
+  return "the document is not in " + declared +
+         ", which its XML declaration names; save it as UTF-8 and write encoding=\"UTF-8\" there";
 }
 
 }  // namespace
@@ -162,30 +165,26 @@ TEST_F(XmlWellFormed, WhatIsOnlyInvalidIsRead) {
   }
 }
 
-TEST_F(XmlWellFormed, FaultBeforeTheRootIsToldWithItsLine) {
-  ExpectRefused("\n<!DOCTYPEa>\n<a/>", 2, kDocumentType);
-  ExpectRefused("<!--\n\n--><!DOCTYPE tcp-settings>[]>\n<a>1</a>", 3, kDocumentType);
-  ExpectRefused("<!DOCTYPE a [\n<!NOTATION n >]><a/>", 2, kDocumentType);
-  ExpectRefused("<?xml version='1.0' encoding='UTF-8'\nstandalone='yes'?><!DOCTYPEa><a/>", 2,
-                kDocumentType);
-  ExpectRefused("<?xml version='1.0' encoding='UTF-8'standalone='yes'?><a/>", 1, kDeclaration);
-  ExpectRefused("<?xml version='1.'?><a/>", 1,
-                "the version in the XML declaration lacks its second number; write "
-                "version=\"1.0\"");
-  ExpectRefused(BigEndian("<!--\n--><!DOCTYPEa><a/>"), 2, kDocumentType);
-  ExpectRefused(LittleEndian("<!--\n--><!DOCTYPEa><a/>"), 2, kDocumentType);
-  ExpectRefused("\xef\xbb\xbf<!--\n--><!DOCTYPEa><a/>", 2, kDocumentType);
-  ExpectRefused("<!-- -->" + std::string(50'000, '\n') + "<!DOCTYPEa><a/>", 50'001, kDocumentType);
-}
-
-TEST_F(XmlWellFormed, ParsersOwnMessageComesFirst) {
-  ExpectRefused("<!DOCTYPEa>\n<a b='1' b='2'/>", 2, "Attribute b redefined");
-  ExpectRefused("<!DOCTYPEa>\n<a", 2, "Couldn't find end of Start Tag a line 2");
-  ExpectRefused("<!DOCTYPEa>\n<a>\n</b>", 1, kDocumentType);
+TEST_F(XmlWellFormed, FaultBeforeTheRootIsToldWithItsPosition) {
+  ExpectRefused("\n<!DOCTYPEa>\n<a/>", "2:11", kBadDeclaration);
+  ExpectRefused("<!DOCTYPE a [\n<!NOTATION n >]><a/>", "2:14", kBadDeclaration);
+  ExpectRefused("<!DOCTYPE a>\n<!DOCTYPE a><a/>", "2:1", kBadDeclaration);
+  ExpectRefused("<!--\n--><![CDATA[x]]><a/>", "2:4", kBadDeclaration);
+  ExpectRefused("<!--\n\n--><!DOCTYPE tcp-settings>[]>\n<a>1</a>", "3:27",
+                "text before the root element; remove it");
+  ExpectRefused("<?xml version='1.0' encoding='UTF-8'standalone='yes'?><a/>", "1:37", kDeclaration);
+  for (const char* version : {"1.", "1", "2.0", "1.x", "1.0.1", "11.0"}) {
+    ExpectRefused("<?xml version='" + std::string(version) + "'?><a/>", "1:1", kVersion);
+  }
+  ExpectRefused(BigEndian("<!--\n--><!DOCTYPEa><a/>"), "2:14", kBadDeclaration);
+  ExpectRefused(LittleEndian("<!--\n--><!DOCTYPEa><a/>"), "2:14", kBadDeclaration);
+  ExpectRefused("\xef\xbb\xbf<!--\n--><!DOCTYPEa><a/>", "2:14", kBadDeclaration);
+  ExpectRefused("<!-- -->" + std::string(50'000, '\n') + "<!DOCTYPEa><a/>", "50001:11",
+                kBadDeclaration);
 }
 
 TEST_F(XmlWellFormed, LettersBeforeTheRootAreAsManyAsInside) {
-  for (const std::string letters : {"\u00e9", "\u1200", "\U00010000", "\ufeffa", "\u3c3e"}) {
+  for (const std::string letters : {"\u00e9", "\u4e00"}) {
     const std::string name = "n" + letters;
     EXPECT_THAT(NodesOf("<!DOCTYPE " + name + " [<!ELEMENT " + name + " ANY><!-- " + letters +
                         " -->]><?" + name + "?><" + name + " a" + letters + "='' a\u00e8=''/>"),
@@ -197,55 +196,64 @@ TEST_F(XmlWellFormed, LettersBeforeTheRootAreAsManyAsInside) {
               ElementsAre("(instruction)", "a"));
 }
 
+// The parser knows the letters of the fourth edition of XML 1.0. No name of a setting has others.
+TEST_F(XmlWellFormed, NamesHaveTheLettersOfTheFourthEdition) {
+  for (const char* letters : {"\u1200", "\U00010000", "\u3c3e", "\ufeff"}) {
+    EXPECT_NE(ErrorOf("<n" + std::string(letters) + "/>"), "") << letters;
+  }
+}
+
 TEST_F(XmlWellFormed, ByteOrderMarkMustAgreeWithTheDeclaration) {
-  for (const char* encoding : {"ISO-8859-1", "US-ASCII", "KOI8-R", "windows-1252"}) {
-    ExpectRefused("\xef\xbb\xbf" + Declaring(encoding), 1, Contradiction("UTF-8"));
+  for (const char* encoding : {"ISO-8859-1", "US-ASCII", "KOI8-R", "windows-1252", "UTF-16"}) {
+    ExpectRefused("\xef\xbb\xbf" + Declaring(encoding), "1:1", Contradiction(encoding));
   }
-  for (const char* encoding : {"UTF-8", "US-ASCII", "KOI8-R"}) {
-    ExpectRefused(LittleEndian(Declaring(encoding)), 1, Contradiction("UTF-16"));
+  for (const char* encoding : {"UTF-8", "US-ASCII", "KOI8-R", "UTF-16BE"}) {
+    ExpectRefused(LittleEndian(Declaring(encoding)), "1:1", Contradiction(encoding));
+    ExpectRefused(LittleEndian(Declaring(encoding), ""), "1:1", Contradiction(encoding));
   }
-  ExpectRefused(BigEndian(Declaring("UTF-8")), 1, Contradiction("UTF-16"));
-  ExpectRefused(BigEndian(Declaring("UTF-8"), ""), 1, Contradiction("UTF-16"));
-  ExpectRefused(LittleEndian(Declaring("UTF-8"), ""), 1, Contradiction("UTF-16"));
-  ExpectRefused(LittleEndian("<?xml version='1.0'?><a/>", ""), 1, Contradiction("UTF-16"));
-  for (const char* encoding : {"UTF-16", "UTF-16LE", "ISO-8859-1"}) {
-    EXPECT_NE(ErrorOf(BigEndian(Declaring(encoding) + "<")), "") << encoding;
+  for (const char* encoding : {"UTF-8", "UTF-16LE"}) {
+    ExpectRefused(BigEndian(Declaring(encoding)), "1:1", Contradiction(encoding));
+    ExpectRefused(BigEndian(Declaring(encoding), ""), "1:1", Contradiction(encoding));
   }
 }
 
 TEST_F(XmlWellFormed, ByteOrderMarkThatAgreesIsNoContent) {
   for (const std::string& bytes :
        {"\xef\xbb\xbf<a/>"s, "\xef\xbb\xbf" + Declaring("UTF-8"),
-        "\xef\xbb\xbf" + Declaring("utf-8"), "\xef\xbb\xbf" + Declaring("UTF8"),
-        "\xef\xbb\xbf<?xml version='1.0'?><a/>"s, BigEndian("<a/>"), BigEndian(Declaring("UTF-16")),
+        "\xef\xbb\xbf" + Declaring("utf-8"), "\xef\xbb\xbf<?xml version='1.0'?><a/>"s,
+        BigEndian("<a/>"), BigEndian("<a/>", ""), BigEndian(Declaring("UTF-16")),
         BigEndian(Declaring("UTF-16BE")), BigEndian("<?xml version='1.0'?><a/>"),
-        BigEndian(Declaring("utf-16"), ""), LittleEndian("<a/>"), LittleEndian(Declaring("UTF-16")),
-        LittleEndian(Declaring("UTF-16LE")), LittleEndian(Declaring("ISO-10646-UCS-2")),
-        LittleEndian("<?xml version='1.0'?><a/>"), LittleEndian(Declaring("UTF-16LE"), ""),
-        Declaring("ISO-8859-1"), Declaring("Shift_JIS"), Declaring("windows-1252")}) {
-    EXPECT_EQ(ErrorOf(bytes), "") << bytes;
+        BigEndian(Declaring("utf-16"), ""), LittleEndian("<a/>"), LittleEndian("<a/>", ""),
+        LittleEndian(Declaring("UTF-16")), LittleEndian(Declaring("UTF-16LE")),
+        LittleEndian("<?xml version='1.0'?><a/>"), LittleEndian("<?xml version='1.0'?><a/>", ""),
+        LittleEndian(Declaring("UTF-16LE"), "")}) {
+    EXPECT_THAT(NodesOf(bytes), ElementsAre("a")) << bytes;
   }
+  EXPECT_NE(ErrorOf("\xef\xbb\xbf\xef\xbb\xbf<a/>"), "");
 }
 
 TEST_F(XmlWellFormed, EncodingInWhichAsciiIsSomethingElseIsRefused) {
   const std::string ebcdic =  // <?xml version='1.0' encoding='IBM037'?><a/>
       "\x4c\x6f\xa7\x94\x93\x40\xa5\x85\x99\xa2\x89\x96\x95\x7e\x7d\xf1\x4b\xf0\x7d\x40\x85\x95\x83"
       "\x96\x84\x89\x95\x87\x7e\x7d\xc9\xc2\xd4\xf0\xf3\xf7\x7d\x6f\x6e\x4c\x81\x61\x6e";
-  ExpectRefused(ebcdic, 1,
-                "the document is in an encoding that is not supported; save it as UTF-8");
+  ExpectRefused(ebcdic, "1:3",
+                "a character that XML does not allow here, or bytes that are not UTF-8; save the "
+                "document as UTF-8");
+  for (const char* encoding : {"IBM037", "UTF-16", "UTF-16BE"}) {
+    ExpectRefused(Declaring(encoding), "1:1", Contradiction(encoding));
+  }
 }
 
-TEST_F(XmlWellFormed, EndOfCdataInATextIsFoundWhereverTheParserStops) {
-  for (std::size_t size = 3'980; size < 4'000; ++size) {  // it reads 4000 bytes at a time
+TEST_F(XmlWellFormed, EndOfCdataInATextIsFoundWhereverAPieceEnds) {
+  for (std::size_t size = 16'370; size < 16'384; ++size) {  // pieces of 16384 bytes
     const std::string text(size, 'x');
     EXPECT_NE(ErrorOf("<a>" + text + "]]></a>"), "") << size;
     EXPECT_NE(ErrorOf("<a>" + text + "]]]]]]]]]]]>>>>>>>></a>"), "") << size;
-    EXPECT_NE(ErrorOf(BigEndian("<a>" + text + "]]></a>")), "") << size;
-    EXPECT_NE(ErrorOf(LittleEndian("<a>" + text + "]]></a>")), "") << size;
+    EXPECT_NE(ErrorOf(BigEndian("<a>" + text.substr(size / 2) + "]]></a>")), "") << size;
     EXPECT_EQ(ErrorOf("<a>" + text + "]]]] ></a>"), "") << size;
   }
-  EXPECT_THAT(NodesOf("<a>" + std::string(20'000, ']') + "</a>"),
-              ElementsAre("a", "  '" + std::string(20'000, ']') + "'"));
+  EXPECT_THAT(NodesOf("<a>" + std::string(50'000, ']') + "</a>"),
+              ElementsAre("a", "  '" + std::string(50'000, ']') + "'"));
 }
 
 TEST_F(XmlWellFormed, DocumentThatComesByteByByteIsTheSame) {
