@@ -42,7 +42,7 @@ std::string Shown(std::string_view name) {
 }
 
 bool IsControlCharacter(char c) {
-  return c >= '\0' && c < ' ' && "\t\n\r"sv.find(c) == std::string_view::npos;
+  return static_cast<unsigned char>(c) < ' ' && "\t\n\r"sv.find(c) == std::string_view::npos;
 }
 
 // `part` begins with what the parser had not understood. `rest` is its end, from the first
