@@ -7,11 +7,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "devhost/kaehost/kernel/catalogue.h"
@@ -106,6 +108,24 @@ Tunables ReadTunables() {
     if (std::optional<Reading> reading = ReadFile(folder.get(), path.c_str() + begin)) {
       tunables[file] = std::move(*reading);
     }
+  }
+  return tunables;
+}
+
+Tunables ReadOtherTunables() {
+  Tunables tunables;
+  for (const std::string folder : {"core/", "ipv4/", "ipv6/"}) {
+    std::error_code absent;
+    for (const auto& entry : std::filesystem::directory_iterator(PathOf(folder), absent)) {
+      const std::string name = folder + entry.path().filename().string();
+      std::optional<Reading> reading = ReadFile(AT_FDCWD, entry.path().c_str());
+      if (reading && reading->error == 0 && name != "ipv4/ping_group_range") {
+        tunables[name] = std::move(*reading);
+      }
+    }
+  }
+  for (const CatalogueEntry& entry : Catalogue()) {
+    tunables.erase(entry.file);
   }
   return tunables;
 }

@@ -17,8 +17,8 @@ struct Reading {
   bool operator==(const Reading&) const = default;
 };
 
-// The catalogue's files in the kernel, by path below /proc/sys/net ("ipv4/tcp_sack"). A file that
-// the kernel does not have is left out.
+// Files of the kernel, by path below /proc/sys/net ("ipv4/tcp_sack"). A file that the kernel does
+// not have is left out.
 using Tunables = std::map<std::string, Reading>;
 
 // A tunable that differs between two readings; a text is empty where the tunable was not there.
@@ -35,11 +35,15 @@ struct Unread {
   bool is_refused;  // in both readings, if it was there
 };
 
-// Reads them as the calling thread's network namespace shows them.
+// Reads the catalogue's files as the calling thread's network namespace shows them.
 Tunables ReadTunables();
 
+// Reads the other files of the folders core, ipv4 and ipv6, as far as this user can read them.
+// Leaves out what is not the same in another namespace of users.
+Tunables ReadOtherTunables();
+
 // Writes the values of another namespace into those files that this one has and that can be
-// written; `here` is what ReadTunables returns, before and after. Returns the files that then have
+// written; `here` is what reading them returns, before and after. Returns the files that then have
 // other values.
 std::vector<std::string> StartFrom(const Tunables& machine, Tunables& here);
 

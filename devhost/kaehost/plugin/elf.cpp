@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <system_error>
 
 #include "devhost/kaehost/plugin/plugin_error.h"
@@ -88,8 +89,10 @@ bool LacksItsEnd(const std::string& path) {
   return false;
 }
 
-// A loaded plug-in exports a symbol, so a table without symbols is damaged.
+// A loaded plug-in exports a symbol, so a table without symbols is damaged, or there was no memory
+// to read it.
 SharedLibrary ReadSharedLibrary(const std::string& path) {
+  errno = 0;
   const Handle file = Open(path);
   SharedLibrary library;
   for (Elf_Scn* section = nullptr; (section = elf_nextscn(file.get(), section)) != nullptr;) {
@@ -101,6 +104,9 @@ SharedLibrary ReadSharedLibrary(const std::string& path) {
     } else if (header.sh_type == SHT_DYNAMIC) {
       ReadNeeds(file.get(), data, header, &library);
     }
+  }
+  if (library.exports.empty() && errno == ENOMEM) {
+    throw std::bad_alloc();
   }
   if (library.exports.empty()) {
     throw PluginError(path +

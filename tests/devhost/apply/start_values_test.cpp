@@ -41,7 +41,8 @@ class StartValues : public testing::Test {
   }
 
   static constexpr const char* kNames[] = {"tcp_keepalive_probes", "tcp_rmem",
-                                           "ip_local_port_range", "ip_unprivileged_port_start"};
+                                           "ip_local_port_range",  "ip_unprivileged_port_start",
+                                           "igmp_max_memberships", "ping_group_range"};
 
   std::vector<std::string> before_;
   const TempFolder folder_;
@@ -80,6 +81,33 @@ TEST_F(StartValues, ThatTheKernelRejectsAreTold) {
   EXPECT_EQ(told["not_copied"], json({"ipv4/ip_local_port_range"}));
   const json initial = json::parse(Kaehost({"apply", "--json", "--initial-values", document_}).out);
   EXPECT_EQ(initial["not_copied"], json::array());
+}
+
+// The other tunables matter to nobody but a command, or those who enter a held namespace. They come
+// first, because they can be what the catalogue's depend on.
+TEST_F(StartValues, AreTheMachinesForACommandInOtherTunablesToo) {
+  Set("igmp_max_memberships", "33");
+  Set("ip_unprivileged_port_start", "80");
+  Set("ip_local_port_range", "100 201");
+  const auto run = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(),
+                     {"--", "cat", Path("igmp_max_memberships"), Path("ip_unprivileged_port_start"),
+                      Path("ip_local_port_range")});
+    return Kaehost(arguments).out;
+  };
+  const std::string out = run({"apply", document_});
+  EXPECT_THAT(out, HasSubstr("\n33\n80\n100\t201\n"));
+  EXPECT_THAT(out, Not(HasSubstr("not as on the machine")));
+  EXPECT_THAT(run({"apply", "--initial-values", document_}),
+              HasSubstr("\n20\n1024\n32768\t60999\n"));
+}
+
+// Its numbers are those of groups, which another namespace of users does not have.
+TEST_F(StartValues, DoNotIncludeGroups) {
+  Set("ping_group_range", "0 0");
+  const std::string out = Kaehost({"apply", document_, "--", "cat", Path("ping_group_range")}).out;
+  EXPECT_THAT(out, Not(HasSubstr("\n0\t0\n")));
+  EXPECT_THAT(out, HasSubstr("\t0\n"));
 }
 
 TEST_F(StartValues, AreNotWrittenElsewhere) {
