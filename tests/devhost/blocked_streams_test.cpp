@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,27 @@ class SmallPipe {
   int ends_[2] = {-1, -1};
 };
 
+bool Sleeps(const std::string& process) {
+  std::ifstream file("/proc/" + process + "/stat");
+  std::string stat;
+  std::getline(file, stat);
+  return stat.find(") S ") != std::string::npos;
+}
+
+// Waits until both kaehost and the plug-in's process wait for something. Until then, one of them
+// works.
+bool ComesToRest(pid_t kaehost) {
+  const std::string process = std::to_string(kaehost);
+  int looks = 0;
+  for (int i = 0; i < 6000 && looks < 10; ++i) {
+    usleep(10'000);
+    std::string plugin;
+    std::ifstream("/proc/" + process + "/task/" + process + "/children") >> plugin;
+    looks = !plugin.empty() && Sleeps(plugin) && Sleeps(process) ? looks + 1 : 0;
+  }
+  return looks == 10;
+}
+
 class BlockedStreams : public testing::Test {
  protected:
   const TempFolder folder_;
@@ -123,7 +145,7 @@ TEST_F(BlockedStreams, OfErrorsDoNotKeepASignalFromEndingTheSession) {
   pipe_.Fill();
   RunningKaehost run({"apply", "--json", "--hold", "--kill-after", "1", settings},
                      [this] { dup2(pipe_.end(), STDERR_FILENO); });
-  usleep(300'000);
+  ASSERT_TRUE(ComesToRest(run.pid()));
   kill(run.pid(), SIGTERM);
   const Outcome outcome = run.Finish();
   EXPECT_EQ(outcome.status, 0);
