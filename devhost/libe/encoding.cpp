@@ -3,6 +3,7 @@
 #include <expat.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -13,6 +14,8 @@
 
 namespace devhost {
 namespace {
+
+using namespace std::string_view_literals;
 
 constexpr const char* kUtf8 = "UTF-8";
 
@@ -51,12 +54,15 @@ iconv_t Open(const std::string& encoding) {
 }  // namespace
 
 std::string EncodingOf(std::string_view beginning) {
-  const std::string_view first = beginning.substr(0, 2);
-  if (first == "\xff\xfe" || first.find('\0') == 1) {
+  if (beginning.starts_with("\xff\xfe") || beginning.starts_with("<\0?\0"sv)) {
     return "UTF-16LE";
   }
-  if (first == "\xfe\xff" || first.find('\0') == 0) {
+  if (beginning.starts_with("\xfe\xff") || beginning.starts_with("\0<\0?"sv)) {
     return "UTF-16BE";
+  }
+  const std::string_view first = beginning.substr(0, 2);
+  if (std::count(first.begin(), first.end(), '\0') == 1) {
+    return "UTF-16 without a byte order mark";  // no decoder knows it, but the parser would take it
   }
   return beginning.starts_with("<?xml")
              ? DeclaredEncoding(beginning.substr(0, beginning.find('>') + 1))

@@ -8,8 +8,8 @@
 
 namespace devhost {
 
-// Returns the encoding of a document that begins with these bytes: UTF-16LE or UTF-16BE if they
-// look like it, else what the XML declaration says, else UTF-8.
+// Returns the encoding of a document that begins with these bytes: UTF-16LE or UTF-16BE by a
+// byte order mark or the first characters of an XML declaration, else what that says, else UTF-8.
 std::string EncodingOf(std::string_view beginning);
 
 // Converts a document to UTF-8, piece by piece. It knows the encodings of iconv(3). A document in

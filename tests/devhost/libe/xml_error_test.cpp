@@ -198,7 +198,7 @@ TEST_F(XmlError, NulByteAtEachPlace) {
   for (const std::string& bytes :
        {" \n\0"s, "<a>\n\0</a>"s, "<a\n\0/>"s, "<a b='\n\0'/>"s, "<!--\n\0 --><a/>"s,
         "<a><![CDATA[\n\0]]></a>"s, "<?p\n\0?><a/>"s, "<a/>\n\0"s, "<a/>\n\0\0<b/>"s,
-        "<\0a\0>\0\n\0\0\0<\0"s}) {
+        "\xff\xfe<\0a\0>\0\n\0\0\0<\0"s}) {
     ExpectError(bytes, "2:1", "the document contains a NUL byte; remove it");
   }
 }

@@ -221,15 +221,30 @@ TEST_F(XmlWellFormed, ByteOrderMarkThatAgreesIsNoContent) {
   for (const std::string& bytes :
        {"\xef\xbb\xbf<a/>"s, "\xef\xbb\xbf" + Declaring("UTF-8"),
         "\xef\xbb\xbf" + Declaring("utf-8"), "\xef\xbb\xbf<?xml version='1.0'?><a/>"s,
-        BigEndian("<a/>"), BigEndian("<a/>", ""), BigEndian(Declaring("UTF-16")),
-        BigEndian(Declaring("UTF-16BE")), BigEndian("<?xml version='1.0'?><a/>"),
-        BigEndian(Declaring("utf-16"), ""), LittleEndian("<a/>"), LittleEndian("<a/>", ""),
-        LittleEndian(Declaring("UTF-16")), LittleEndian(Declaring("UTF-16LE")),
-        LittleEndian("<?xml version='1.0'?><a/>"), LittleEndian("<?xml version='1.0'?><a/>", ""),
-        LittleEndian(Declaring("UTF-16LE"), "")}) {
+        BigEndian("<a/>"), BigEndian(Declaring("UTF-16")), BigEndian(Declaring("UTF-16BE")),
+        BigEndian("<?xml version='1.0'?><a/>"), BigEndian(Declaring("utf-16"), ""),
+        LittleEndian("<a/>"), LittleEndian(Declaring("UTF-16")),
+        LittleEndian(Declaring("UTF-16LE")), LittleEndian("<?xml version='1.0'?><a/>"),
+        LittleEndian("<?xml version='1.0'?><a/>", ""), LittleEndian(Declaring("UTF-16LE"), "")}) {
     EXPECT_THAT(NodesOf(bytes), ElementsAre("a")) << bytes;
   }
   EXPECT_NE(ErrorOf("\xef\xbb\xbf\xef\xbb\xbf<a/>"), "");
+}
+
+TEST_F(XmlWellFormed, Utf16NeedsAByteOrderMarkOrAnXmlDeclaration) {
+  for (const std::string& bytes : {BigEndian("<a/>", ""), BigEndian(" <a/>", ""),
+                                   LittleEndian("<a/>", ""), LittleEndian(" <a/>", "")}) {
+    ExpectRefused(
+        bytes, "1:1",
+        "the encoding UTF-16 without a byte order mark is not supported; save the document "
+        "as UTF-8");
+  }
+}
+
+// A letter that an accent could follow.
+TEST_F(XmlWellFormed, LetterThatTheEncodingHoldsBackIsNotLost) {
+  ExpectRefused("<?xml version='1.0' encoding='TCVN5712-1'?>\n<a/>A", "2:5",
+                "text or a second element after the root element; a document has one root");
 }
 
 TEST_F(XmlWellFormed, EncodingInWhichAsciiIsSomethingElseIsRefused) {
