@@ -19,6 +19,9 @@ struct ApplyOptions {
   bool no_journal = false;  // keep no journal of the original values
   bool quiet = false;
   bool verbose = false;
+
+  // Whether others than the plug-in can use the namespace.
+  bool HasOthersInside() const { return hold || !command.empty(); }
 };
 
 }  // namespace devhost

@@ -31,8 +31,6 @@ class Session {
   int Run();
 
  private:
-  bool HasOthersInside() const { return options_.hold || !options_.command.empty(); }
-  void EnterTarget();
   void LeadALayersLife();
   void TellPluginLines(bool in_full);
   void NoteEndOfPlugin(const std::string& during);
@@ -62,7 +60,11 @@ int Session::Run() {
   if (!options_.target.IsPrivate()) {
     std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not prevent the restoring
   }
-  EnterTarget();
+  Entered entered = Enter(options_.target, options_.HasOthersInside());
+  machine_ = std::move(entered.machine);
+  before_ = std::move(entered.before);
+  result_.emulated = std::move(entered.emulated);
+  result_.not_copied = std::move(entered.not_copied);
   result_.where = options_.target.live            ? "live"
                   : options_.target.netns.empty() ? "private"
                                                   : options_.target.netns;
@@ -93,24 +95,6 @@ int Session::Run() {
     Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
   }
   return status;
-}
-
-// In a private namespace, what only others read is copied if there are others.
-void Session::EnterTarget() {
-  machine_ = ReadTunables();
-  const bool copies = options_.target.IsPrivate() && !options_.target.initial_values;
-  const bool copies_more = copies && HasOthersInside();
-  const Tunables others = copies_more ? ReadOtherTunables() : Tunables();
-  result_.emulated = Enter(options_.target);
-  before_ = ReadTunables();
-  if (copies_more) {
-    Tunables here = ReadOtherTunables();
-    result_.not_copied = StartFrom(others, here);
-  }
-  if (copies) {
-    const std::vector<std::string> more = StartFrom(machine_, before_);
-    result_.not_copied.insert(result_.not_copied.end(), more.begin(), more.end());
-  }
 }
 
 void Session::LeadALayersLife() {
@@ -212,7 +196,7 @@ void Session::BringLoopbackUpIfPrivate() const {
 
 // In a private namespace nobody else is, unless a command runs there or the settings are held.
 void Session::TellWhatOthersChanged() {
-  if (!options_.target.IsPrivate() || HasOthersInside()) {
+  if (!options_.target.IsPrivate() || options_.HasOthersInside()) {
     result_.changed_by_others = Compare(written_, ReadTunables());
     report_.TellWhatOthersChanged(result_);
   }

@@ -47,9 +47,8 @@ std::string Joined(const std::vector<std::string>& names) {
   return text;
 }
 
-}  // namespace
-
-std::vector<std::string> Enter(const TargetNamespace& target) {
+// Returns the emulated files.
+std::vector<std::string> Move(const TargetNamespace& target) {
   if (target.IsPrivate()) {
     EnterPrivateNamespace();
   } else if (!target.live) {
@@ -72,6 +71,28 @@ std::vector<std::string> Enter(const TargetNamespace& target) {
     }
   }
   return emulated;
+}
+
+}  // namespace
+
+// The others are written first: the kernel checks some values of the catalogue against them.
+Entered Enter(const TargetNamespace& target, bool has_others_inside) {
+  const bool copies = target.IsPrivate() && !target.initial_values;
+  const bool copies_others = copies && has_others_inside;
+  Entered entered;
+  entered.machine = ReadTunables();
+  const Tunables others = copies_others ? ReadOtherTunables() : Tunables();
+  entered.emulated = Move(target);
+  entered.before = ReadTunables();
+  if (copies_others) {
+    Tunables here = ReadOtherTunables();
+    entered.not_copied = StartFrom(others, here);
+  }
+  if (copies) {
+    const std::vector<std::string> more = StartFrom(entered.machine, entered.before);
+    entered.not_copied.insert(entered.not_copied.end(), more.begin(), more.end());
+  }
+  return entered;
 }
 
 std::vector<std::string> Description(const TargetNamespace& target,

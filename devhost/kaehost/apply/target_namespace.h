@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/kernel/tunables.h"
+
 namespace devhost {
 
 // The namespace in which documents are applied.
@@ -16,9 +18,18 @@ struct TargetNamespace {
   bool IsPrivate() const { return !live && netns.empty(); }
 };
 
-// Moves this process there. It must have one thread only. Returns the files below /proc/sys/net
-// that scratch files emulate. Throws NamespaceError, also if tunables cannot be written there.
-std::vector<std::string> Enter(const TargetNamespace& target);
+// What a session begins with.
+struct Entered {
+  Tunables machine;                     // in the namespace that was left
+  Tunables before;                      // in the one that was entered
+  std::vector<std::string> emulated;    // files below /proc/sys/net that scratch files emulate
+  std::vector<std::string> not_copied;  // to a private one from the machine, because of the kernel
+};
+
+// Moves this process there. It must have one thread only. A private namespace gets the machine's
+// values of the catalogue's files, and of the others if somebody uses them. Throws NamespaceError,
+// also if tunables cannot be written there.
+Entered Enter(const TargetNamespace& target, bool has_others_inside);
 
 // Returns the lines that describe what has been entered.
 std::vector<std::string> Description(const TargetNamespace& target,

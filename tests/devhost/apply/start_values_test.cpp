@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -100,6 +102,17 @@ TEST_F(StartValues, AreTheMachinesForACommandInOtherTunablesToo) {
   EXPECT_THAT(out, Not(HasSubstr("not as on the machine")));
   EXPECT_THAT(run({"apply", "--initial-values", document_}),
               HasSubstr("\n20\n1024\n32768\t60999\n"));
+}
+
+TEST_F(StartValues, AreTheMachinesInAHeldNamespaceInOtherTunablesToo) {
+  Set("igmp_max_memberships", "33");
+  RunningKaehost kaehost({"apply", "--hold", document_});
+  ASSERT_TRUE(kaehost.HasSaid("holding the settings"));
+  const std::string enter =
+      "nsenter --target " + std::to_string(kaehost.pid()) + " --user --net --preserve-credentials ";
+  EXPECT_EQ(std::system((enter + "grep -qx 33 " + Path("igmp_max_memberships")).c_str()), 0);
+  kill(kaehost.pid(), SIGTERM);
+  EXPECT_EQ(kaehost.Finish().status, 0);
 }
 
 // Its numbers are those of groups, which another namespace of users does not have.
