@@ -120,7 +120,7 @@ TEST_F(StartValues, DoNotIncludeGroups) {
   Set("ping_group_range", "0 0");
   const std::string out = Kaehost({"apply", document_, "--", "cat", Path("ping_group_range")}).out;
   EXPECT_THAT(out, Not(HasSubstr("\n0\t0\n")));
-  EXPECT_THAT(out, HasSubstr("\t0\n"));
+  EXPECT_THAT(out, ContainsRegex("\n[0-9]+\t[0-9]+\n"));
 }
 
 TEST_F(StartValues, AreNotWrittenElsewhere) {
