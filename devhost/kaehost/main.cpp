@@ -8,13 +8,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-#include <functional>
 #include <new>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "devhost/kaehost/command_line.h"
@@ -91,26 +89,6 @@ std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
   return std::vector<std::string>(separator + 1, end);
 }
 
-// Adds only the command that the first word names: each has many options, and to make them takes
-// its time. Without such a word, adds all.
-void AddCommands(CLI::App& app, Chosen& chosen,
-                 const std::optional<std::vector<std::string>>& program, std::string_view word) {
-  const std::vector<std::pair<std::string_view, std::function<void()>>> commands = {
-      {"apply",   [&] { AddApply(app, chosen, program); }},
-      {"check",   [&] { AddCheck(app, chosen); }         },
-      {"inspect", [&] { AddInspect(app, chosen); }       },
-      {"import",  [&] { AddImport(app, chosen); }        },
-      {"restore", [&] { AddRestore(app, chosen); }       },
-  };
-  const bool is_named = std::any_of(commands.begin(), commands.end(),
-                                    [&](const auto& command) { return command.first == word; });
-  for (const auto& [name, add] : commands) {
-    if (!is_named || name == word) {
-      add();
-    }
-  }
-}
-
 int Run(const Chosen& chosen) {
   failed = chosen.failed;
   const int status = chosen.run();
@@ -136,7 +114,11 @@ int main(int argc, char** argv) try {
                        "Show the version and exit");
   app.option_defaults()->disable_flag_override();
   app.require_subcommand(1);
-  AddCommands(app, chosen, program, argc > 1 ? argv[1] : "");
+  AddApply(app, chosen, program);
+  AddCheck(app, chosen);
+  AddInspect(app, chosen);
+  AddImport(app, chosen);
+  AddRestore(app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");
   }
