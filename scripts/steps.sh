@@ -24,6 +24,12 @@ run_tests() {
   skipped="; but some tests were SKIPPED, see above"
 }
 
+# any_of WORD...: a regular expression for any of the words.
+any_of() {
+  local IFS='|'
+  echo "($*)"
+}
+
 # Lints the shell scripts.
 lint_scripts() {
   local scripts
