@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -215,6 +216,11 @@ std::string Worker::Output(std::size_t begin, std::size_t end) const {
   text.resize(size);
   if (whole > kLongestOutput) {
     text += "\n[kaehost: the plug-in printed more than 64 MiB; the rest is not shown]\n";
+  }
+  rlimit files = {};
+  if (getrlimit(RLIMIT_FSIZE, &files) == 0 && whole > 0 && end >= files.rlim_cur) {
+    text +=
+        "\n[kaehost: failed to keep the plug-in's lines above the file size limit (ulimit -f)]\n";
   }
   return text;
 }

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,9 +12,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -225,6 +228,23 @@ TEST_F(PluginProcess, CannotFillTheMemoryOfKaehost) {
   const std::size_t found = run.out.find(sentence);
   ASSERT_NE(found, std::string::npos);
   EXPECT_EQ(run.out.find(sentence, found + 1), std::string::npos);
+}
+
+// Its lines are kept in a file.
+TEST_F(PluginProcess, CannotPrintAboveTheFileSizeLimitUnnoticed) {
+  const auto count = [&](rlim_t limit) {
+    const Outcome run = Kaehost({"apply", first_, second_}, [limit] {
+      const rlimit files = {limit, limit};
+      setrlimit(RLIMIT_FSIZE, &files);
+    });
+    EXPECT_EQ(run.status, 0) << run.err;
+    const std::regex sentence(
+        "\n\\[kaehost: failed to keep the plug-in's lines above the file size limit "
+        "\\(ulimit -f\\)\\]\n");
+    return std::distance(std::sregex_iterator(run.out.begin(), run.out.end(), sentence), {});
+  };
+  EXPECT_EQ(count(1'000), 1);
+  EXPECT_EQ(count(1'000'000), 0);
 }
 
 TEST_F(PluginProcess, OfARefusedPluginIsWaitedFor) {
