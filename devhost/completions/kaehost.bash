@@ -30,7 +30,7 @@ _kaehost() {
   fi
 
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import restore --help --version' -- "$cur")
+    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import list restore --help --version' -- "$cur")
     return
   fi
 
@@ -56,6 +56,7 @@ _kaehost() {
     check) options='--help --json --quiet' ;;
     inspect) options='--help --json --quiet' ;;
     import) options='--help --json --output --quiet' ;;
+    list) options='--document --help --json --missing' ;;
     restore) options='--help --json --live --netns --quiet' ;;
     *) return ;;
   esac
@@ -68,6 +69,11 @@ _kaehost() {
     apply | check) word='*.xml' ;;
     inspect) word='*.so' ;;
     import) word='*.conf' ;;
+    list)
+      options=$("${COMP_WORDS[0]}" list 2>/dev/null | sed '1d; s/^ *//; s/ .*//')
+      mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+      return
+      ;;
     restore) return ;;
   esac
   compopt -o filenames 2>/dev/null

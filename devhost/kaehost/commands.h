@@ -29,6 +29,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
 void AddCheck(CLI::App& app, Chosen& chosen);
 void AddInspect(CLI::App& app, Chosen& chosen);
 void AddImport(CLI::App& app, Chosen& chosen);
+void AddList(CLI::App& app, Chosen& chosen);
 void AddRestore(CLI::App& app, Chosen& chosen);
 
 }  // namespace devhost

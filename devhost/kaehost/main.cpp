@@ -118,6 +118,7 @@ int main(int argc, char** argv) try {
   AddCheck(app, chosen);
   AddInspect(app, chosen);
   AddImport(app, chosen);
+  AddList(app, chosen);
   AddRestore(app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");

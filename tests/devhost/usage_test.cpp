@@ -74,6 +74,7 @@ TEST(Usage, LinesOfHelpFitOnATerminal) {
                                                     {"check", "--help"},
                                                     {"import", "--help"},
                                                     {"inspect", "--help"},
+                                                    {"list", "--help"},
                                                     {"restore", "--help"}}) {
     std::istringstream lines(Kaehost(arguments).out);
     int count = 0;

@@ -6,17 +6,6 @@
 namespace devhost {
 namespace {
 
-std::string WordAt(int position, const std::string& text) {
-  constexpr const char* kBlanks = " \t\n";
-  std::size_t begin = text.find_first_not_of(kBlanks);
-  for (int i = 0; i < position && begin != std::string::npos; ++i) {
-    begin = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, begin));
-  }
-  return begin == std::string::npos
-             ? ""
-             : text.substr(begin, text.find_first_of(kBlanks, begin) - begin);
-}
-
 bool IsSameValue(const std::string& one, const std::string& other) {
   return ReadInteger(one) ? ReadInteger(one) == ReadInteger(other) : one == other;
 }
@@ -30,7 +19,7 @@ Value ValueOf(const CatalogueEntry& entry, const Tunables& tunables, const Tunab
   if (reading.error != 0) {
     return {.text = {}, .is_unread = true, .is_refused = reading.is_refused()};
   }
-  return {.text = WordAt(entry.position, reading.text)};
+  return {.text = ValueAt(entry.position, reading.text)};
 }
 
 Fate FateOfWhatWasAsked(const std::string& asked, const Value& before, const Value& now) {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string_view>
 
-#include "devhost/kaehost/check/spelling.h"
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/spelling.h"
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"
 
@@ -117,7 +117,7 @@ void Search::LookAtElement(const kaml_content& element) {
   const std::string name = NameOf(element);
   const CatalogueEntry* entry = FindInCatalogue(element.name);
   if (entry == nullptr) {
-    Add(element.begin, name + AboutUnknownElement(element.name));
+    Add(element.begin, name + AboutUnknownElement(element.name, "it is ignored; remove it"));
     return;
   }
   if (const std::string why = WhyIgnored(element); !why.empty()) {

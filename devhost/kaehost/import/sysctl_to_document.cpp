@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "devhost/kaehost/import/sysctl_conf.h"
+#include "devhost/kaehost/settings_document.h"
 #include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/kaehost/text/quoting.h"
@@ -89,14 +90,7 @@ std::string AboutComment(const std::string& comment) {
 
 }  // namespace
 
-std::string Imported::Document() const {
-  std::string text = "<tcp-settings>\n";
-  for (const auto& [entry, value] : values) {
-    text.append("  <").append(entry->element).append(">").append(Decimal(value));
-    text.append("</").append(entry->element).append(">\n");
-  }
-  return text + "</tcp-settings>\n";
-}
+std::string Imported::Document() const { return SettingsDocument(values); }
 
 Entries Imported::Imposed() const {
   Entries imposed;

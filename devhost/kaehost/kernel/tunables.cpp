@@ -93,6 +93,17 @@ bool HaveSameValues(const std::string& one, const std::string& other) {
 
 bool Reading::is_refused() const { return error == EACCES || error == EPERM; }
 
+std::string ValueAt(int position, const std::string& text) {
+  constexpr const char* kBlanks = " \t\n";
+  std::size_t begin = text.find_first_not_of(kBlanks);
+  for (int i = 0; i < position && begin != std::string::npos; ++i) {
+    begin = text.find_first_not_of(kBlanks, text.find_first_of(kBlanks, begin));
+  }
+  return begin == std::string::npos
+             ? ""
+             : text.substr(begin, text.find_first_of(kBlanks, begin) - begin);
+}
+
 Tunables ReadTunables() {
   Tunables tunables;
   // Nearly all files lie there: looked up from above, each takes a quarter more time.

@@ -35,6 +35,10 @@ struct Unread {
   bool is_refused;  // in both readings, if it was there
 };
 
+// Returns the value at the position, from 0, in the text of a tunable; empty if it has fewer
+// values.
+std::string ValueAt(int position, const std::string& text);
+
 // Reads the catalogue's files as the calling thread's network namespace shows them.
 Tunables ReadTunables();
 

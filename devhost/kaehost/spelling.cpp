@@ -1,4 +1,4 @@
-#include "devhost/kaehost/check/spelling.h"
+#include "devhost/kaehost/spelling.h"
 
 #include <algorithm>
 #include <cctype>
@@ -63,14 +63,14 @@ std::string Nearest(std::string_view name) {
 
 }  // namespace
 
-std::string AboutUnknownElement(std::string_view name) {
+std::string AboutUnknownElement(std::string_view name, const std::string& otherwise) {
   std::string meant;
   if (name.size() <= kLongestName) {
     const std::string plain = Plain(name);
     meant = ElementsOfFile(plain);
     meant = meant.empty() ? Nearest(plain) : meant;
   }
-  return meant.empty() ? "unknown element; it is ignored; remove it"
+  return meant.empty() ? "unknown element; " + otherwise
                        : "unknown element; did you mean " + meant + "?";
 }
 
