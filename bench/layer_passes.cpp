@@ -24,12 +24,10 @@ void MeasurePass(benchmark::State& state, const char* name, const Step& before, 
   const bench::Output output(static_cast<bench::Output::Target>(state.range(0)));
   const bench::SystemCallsAlone floor(bench::CallsOf(name));
   const bench::Streams streams(bench::CallsOf(name));
-  const bench::Streams one_buffer(bench::CallsOf(name), bench::Streams::kOfThePass);
   bench::InterleavedMeasurements turns({
-      {"pass",       pass                     },
-      {"floor",      [&] { floor.Run(); }     },
-      {"streams",    [&] { streams.Run(); }   },
-      {"one_buffer", [&] { one_buffer.Run(); }}
+      {"pass",    pass                  },
+      {"floor",   [&] { floor.Run(); }  },
+      {"streams", [&] { streams.Run(); }}
   });
   for (auto _ : state) {
     turns.Round(
@@ -47,7 +45,6 @@ void MeasurePass(benchmark::State& state, const char* name, const Step& before, 
   turns.ReportRatio(state, "ratio", "pass", "floor");
   turns.ReportRatio(state, "streams_ratio", "streams", "floor");
   turns.ReportRatio(state, "own_ratio", "pass", "streams");
-  turns.ReportRatio(state, "one_buffer_ratio", "one_buffer", "streams");
 }
 
 void Snapshot(benchmark::State& state) {

@@ -22,7 +22,7 @@ unsigned long WordsOf(const std::string& path) {
 
 }  // namespace
 
-Streams::Streams(const std::vector<SystemCall>& calls, Buffer buffer) : buffer_(buffer) {
+Streams::Streams(const std::vector<SystemCall>& calls) {
   for (const SystemCall& call : calls) {
     if (call.name == "openat") {
       Step step = {call.flags == "O_RDONLY" ? Step::kRead : Step::kWrite, call.path, "", ""};
@@ -85,10 +85,8 @@ void Streams::Run() const {
   char buffer[BUFSIZ];
   std::ifstream in;
   std::ofstream out;
-  if (buffer_ == kOfThePass) {
-    in.rdbuf()->pubsetbuf(buffer, sizeof buffer);
-    out.rdbuf()->pubsetbuf(buffer, sizeof buffer);
-  }
+  in.rdbuf()->pubsetbuf(buffer, sizeof buffer);
+  out.rdbuf()->pubsetbuf(buffer, sizeof buffer);
   for (const Step& step : steps_) {
     switch (step.kind) {
       case Step::kLine:

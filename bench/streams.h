@@ -9,14 +9,12 @@
 namespace bench {
 
 // The same system calls through the library functions that a layer must use, without any code of a
-// layer: a file stream for each direction, std::cout with a flush for each line, printf for each
-// value. All paths and texts are ready. The difference to the floor is the cost of the C and C++
-// libraries.
+// layer: a file stream for each direction with one buffer for all files, std::cout with a flush for
+// each line, printf for each value. All paths and texts are ready. The difference to the floor is
+// the cost of the C and C++ libraries.
 class Streams {
  public:
-  enum Buffer { kOfEachFile, kOfThePass };
-
-  explicit Streams(const std::vector<SystemCall>& calls, Buffer buffer = kOfEachFile);
+  explicit Streams(const std::vector<SystemCall>& calls);
 
   void Run() const;
 
@@ -34,7 +32,6 @@ class Streams {
   static void Read(std::ifstream& file, const Step& step);
   static void Write(std::ofstream& file, const Step& step);
 
-  Buffer buffer_;
   std::vector<Step> steps_;
 };
 

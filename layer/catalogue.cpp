@@ -19,13 +19,14 @@ enum Kind { kCore, kPlain, kContainer, kChild };
 enum Start { kFromKernel, kFromDefault };
 
 struct Row {
-  // The text itself and not a pointer to it: the address of a name is its setting's key, so the
-  // names have to lie in memory in the order of the rows. As literals of their own, a compiler
-  // would lay them out as it pleases, and children would be visited before their containers.
+  // The texts themselves and not pointers to them. The address of a name is its setting's key, so
+  // the names have to lie in memory in the order of the rows. As literals of their own, a compiler
+  // would lay them out as it pleases, and children would be visited before their containers. And
+  // each pointer would cost the loader a relocation.
   char name[25];
   Kind kind;
-  const char* file;
-  const char* default_value;
+  char file[25];
+  char default_value[8];
   Start start;
 };
 

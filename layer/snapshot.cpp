@@ -22,7 +22,9 @@ void PrintPreviousValue(const CTCPSetting& setting) {
 // only when the line has come to it.
 bool kaTCPLayer::GetPreviousSettings() {
   std::cout << std::endl << "reading previous config..." << std::endl;
+  char buffer[BUFSIZ];  // for all files: without it, each open allocates one of this size
   std::ifstream stream;
+  stream.rdbuf()->pubsetbuf(buffer, sizeof buffer);
   std::string path;
   for (const auto& [name, setting] : settings_) {
     if (setting->HasParent()) {

@@ -23,7 +23,9 @@ bool kaTCPLayer::WriteConfig(kaeRequest* request) {
   std::cout << std::endl << "writing config..." << std::endl;
   StandardDescriptors taken;
   std::string path;
+  char buffer[BUFSIZ];  // for all files: without it, each open allocates one of this size
   std::ofstream stream;
+  stream.rdbuf()->pubsetbuf(buffer, sizeof buffer);
   for (const auto& [name, setting] : settings_) {
     if (setting->HasParent()) {
       PrintValue(*setting);  // its container writes it

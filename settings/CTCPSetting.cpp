@@ -5,8 +5,8 @@ CTCPSetting::CTCPSetting(const char* name, const char* default_value, const char
     : name_(name),
       proc_file_name_(proc_file_name),
       default_value_(default_value),
-      value_(default_value),
-      previous_value_(default_value),
+      value_(default_value_),
+      previous_value_(default_value_),
       element_name_(element_name),
       parent_(parent) {}
 

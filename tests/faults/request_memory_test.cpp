@@ -1,6 +1,7 @@
 // Exhausted memory while a request is served.
 
 #include <algorithm>
+#include <cstdio>
 
 #include "tests/faults/memory_fixture.h"
 
@@ -123,5 +124,15 @@ TEST_P(RequestMemoryTest, PassesToTheHostOrEndsTheRequestWithAFileError) {
 
 INSTANTIATE_TEST_SUITE_P(Mode, RequestMemoryTest, testing::Values(memory::kOnce, memory::kForEver),
                          NameOfMode);
+
+// Opening a file takes memory in the C library, whatever is done here. Its buffer need not.
+TEST_F(MemoryTest, IsNotTakenForABufferForEachFile) {
+  TryNewLayer();
+  EXPECT_EQ(memory::CountOfSize(BUFSIZ), 0U);
+  TryConfigure();
+  EXPECT_EQ(memory::CountOfSize(BUFSIZ), 0U);
+  TryRelease();
+  EXPECT_EQ(memory::CountOfSize(BUFSIZ), 0U);
+}
 
 }  // namespace
