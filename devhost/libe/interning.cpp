@@ -3,38 +3,38 @@
 #include "devhost/libe/interning.h"
 
 #include <mutex>
-#include <unordered_set>
 
+#include "devhost/libe/names.h"
 #include "host/kaml.h"
 
 namespace {
 
-struct Names {
+struct Table {
   std::mutex mutex;
-  std::unordered_set<std::string> table;
+  devhost::Names names;
   std::vector<const char*> in_order;
 };
 
 // Never destroyed: a plug-in uses its names even during static destruction.
-Names& TheNames() {
-  static auto& names = *new Names;
-  return names;
+Table& TheTable() {
+  static auto& table = *new Table;
+  return table;
 }
 
 }  // namespace
 
 const char* kaml_intern(const char* text) {
-  Names& names = TheNames();
-  const std::lock_guard lock(names.mutex);
-  const auto [name, is_new] = names.table.emplace(text);
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  const auto [name, is_new] = table.names.Add(text);
   if (is_new) {
-    names.in_order.push_back(name->c_str());
+    table.in_order.push_back(name);
   }
-  return name->c_str();
+  return name;
 }
 
 std::vector<std::string> devhost::InternedNames() {
-  Names& names = TheNames();
-  const std::lock_guard lock(names.mutex);
-  return {names.in_order.begin(), names.in_order.end()};
+  Table& table = TheTable();
+  const std::lock_guard lock(table.mutex);
+  return {table.in_order.begin(), table.in_order.end()};
 }

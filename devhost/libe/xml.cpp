@@ -11,12 +11,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
 #include "devhost/libe/builder.h"
 #include "devhost/libe/document.h"
 #include "devhost/libe/encoding.h"
 #include "devhost/libe/input.h"
+#include "devhost/libe/names.h"
 #include "devhost/libe/xml_error.h"
 
 namespace devhost {
@@ -75,7 +75,7 @@ class Reading {
   bool has_mark_ = false;  // a byte order mark
   Builder builder_;
   std::size_t attributes_ = 0;
-  std::unordered_set<std::string> names_;
+  Names names_;
   XML_Index parsed_ = 0;                // bytes that the parser has
   XML_Index part_begin_ = 0;            // where the last part ended that it understood
   std::optional<Position> type_begin_;  // inside the document type declaration, which is one part
@@ -223,7 +223,7 @@ void Reading::TakeOther(const char* text, int size) {
 }
 
 void Reading::CheckNames(const char* name) {
-  names_.insert(name);
+  names_.Add(name);
   if (names_.size() > limits_.names) {
     input_.Refuse(Here(), "the document has more than " + std::to_string(limits_.names >> 10) +
                               " Ki different names; split it into several");
