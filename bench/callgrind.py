@@ -5,7 +5,7 @@ import re
 # The functions that the plug-in calls. The first pattern found in the function's name counts.
 CALLED = ((r"_filebuf<.*>::open\(", "opening file streams"),
           (r"_filebuf<.*>::close\(", "closing file streams, which writes the values"),
-          (r"^printf$", "`printf` of values"),
+          (r"^(__printf_chk|printf)$", "`printf` of values"),
           (r"__ostream_insert<", "inserting text into streams"),
           (r"ostream::(put|flush)\(", "ending and flushing lines"),
           (r"", "other library code: strings, the map, the host"))

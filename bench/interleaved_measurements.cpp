@@ -1,16 +1,36 @@
 #include "bench/interleaved_measurements.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
+
 #include "bench/statistics.h"
 
 namespace bench {
+namespace {
 
-void InterleavedMeasurements::Round(const std::function<void()>& before,
-                                    const std::function<void()>& after) {
-  for (std::size_t i = 0; i < ways_.size(); ++i) {
-    const Way& way = ways_[(rounds_ + i) % ways_.size()];
-    before();
+double ProcessorSeconds() {
+  double seconds = 0;
+  for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage = {};
+    getrusage(who, &usage);
+    for (const timeval& time : {usage.ru_utime, usage.ru_stime}) {
+      seconds += static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    }
+  }
+  return seconds;
+}
+
+}  // namespace
+
+void InterleavedMeasurements::Round(const Surrounding& before, const Surrounding& after) {
+  std::shuffle(ways_.begin(), ways_.end(), random_);
+  for (const Way& way : ways_) {
+    before(way.name);
+    const double start = ProcessorSeconds();
     times_[way.name].push_back(Seconds(way.run));
-    after();
+    processor_times_[way.name].push_back(ProcessorSeconds() - start);
+    after(way.name);
   }
   ++rounds_;
 }
@@ -18,6 +38,7 @@ void InterleavedMeasurements::Round(const std::function<void()>& before,
 void InterleavedMeasurements::ReportTimes(benchmark::State& state) const {
   for (const auto& [name, times] : times_) {
     state.counters[name + "_us"] = Quantile(times, 0.5) * 1e6;
+    state.counters[name + "_cpu_us"] = Quantile(processor_times_.at(name), 0.5) * 1e6;
   }
   state.counters["rounds"] = static_cast<double>(rounds_);
 }

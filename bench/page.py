@@ -43,6 +43,12 @@ def profile_table(found):
                  [(title, f"{share:.0%}") for title, share in found.profile()])
 
 
+def instructions_table(found):
+    counted = found.instructions()
+    return table(("Instructions in user space", "Budget", f"Counted ({counted['here']})"),
+                 [(title, str(budget), str(count)) for title, budget, count in counted["rows"]])
+
+
 def memory_table(found):
     layer = found.layer_memory()
     rows = [("a layer", f"{layer['allocations']:.0f}", f"{layer['bytes']:.0f}",
@@ -79,17 +85,29 @@ def namespaces_table(found):
 
 def peers_table(found):
     run = found.one("Peers")
-    return table(("", "Median, us", "/ sysctl -p"),
+    return table(("", "Wall time, us", "/ sysctl -p", "CPU time, us", "/ sysctl -p"),
                  [(title, f"{run[name + '_us']:.0f}",
-                   f"{run[name + '_us'] / run['sysctl_us']:.2f}") for name, title in PEERS])
+                   f"{run[name + '_us'] / run['sysctl_us']:.2f}",
+                   f"{run[name + '_cpu_us']:.0f}",
+                   f"{run[name + '_cpu_us'] / run['sysctl_cpu_us']:.2f}") for name, title in PEERS])
 
 
 def loading_table(found):
     run = found.one("Loading")
+    size, hardened_size = (found.stripped_size(hardened) for hardened in (False, True))
+    code, hardened_code = (found.code_and_data(hardened) for hardened in (False, True))
     return table(("", ""), [("dlopen to plug-in ready, us", f"{run['load_us']:.0f}"),
-                            ("dlopen to first layer, us", f"{run['real_time']:.0f}"),
-                            ("stripped size, bytes", str(found.stripped_size())),
+                            ("dlopen to first layer, us", f"{run['layer_us']:.0f}"),
+                            ("stripped file without hardening, bytes", str(size)),
+                            ("hardening adds to the file, bytes", str(hardened_size - size)),
+                            ("code and data without hardening, bytes", str(code)),
+                            ("hardening adds to code and data, bytes", str(hardened_code - code)),
                             ("relocations", str(found.relocations()))])
+
+
+def options_lines(found):
+    return [f"The compiler's options are `{found.options()}` and those of "
+            "[hardening.cmake](../hardening.cmake)."]
 
 
 def plot_documents(found, file):
@@ -120,7 +138,7 @@ def plot_peers(found, file):
     bars = axes.barh(names, times, color=colours)
     axes.bar_label(bars, [f" {time:.2f} ms" for time in times])
     axes.set_xlim(0, max(times) * 1.15)
-    axes.set_xlabel("median, ms")
+    axes.set_xlabel("median wall time, ms")
     axes.set_title("The same values, in the same namespace")
     axes.spines[["top", "right"]].set_visible(False)
     save(figure, file)
@@ -137,6 +155,7 @@ def write(found, rows, docs):
     plot_peers(found, docs / "pictures" / "peers.svg")
     parts = {"machine": [found.machine()], "budgets": budgets_table(rows),
              "passes": passes_table(found), "profile": profile_table(found),
+             "instructions": instructions_table(found), "options": options_lines(found),
              "memory": memory_table(found),
              "elements": elements_table(found), "namespaces": namespaces_table(found),
              "peers": peers_table(found), "loading": loading_table(found)}

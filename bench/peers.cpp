@@ -6,27 +6,19 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include <functional>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "bench/interleaved_measurements.h"
 #include "bench/output.h"
 #include "bench/private_kernel.h"
 #include "bench/programs.h"
-#include "bench/statistics.h"
 #include "bench/system_calls_alone.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/kernel.h"
 
 namespace {
-
-struct Way {
-  const char* name;
-  bool restores;  // like `kaehost apply` at its end
-  std::function<void()> apply;
-};
 
 // Another network namespace, where a program starts that must enter this one from outside.
 class Neighbour {
@@ -71,53 +63,44 @@ void Peers(benchmark::State& state) {
   const bench::Output output;
   const Neighbour neighbour;
   BuiltLayer layer;
-  const Way ways[] = {
-      {"request", false,
-       [&] {
-         devhost::Request request;
-         layer.Configure(request, document.contents());
-       }                                                    },
-      {"sysctl",  false,
-       [&] {
-         bench::RunProgram({"sysctl", "-p", inputs.settings});
-       }                                                    },
-      {"busybox", false,
-       [&] {
-         bench::RunProgram({"busybox", "sysctl", "-p", inputs.settings});
-       }                                                    },
-      {"systemd", false,
-       [&] {
-         bench::RunProgram({"/lib/systemd/systemd-sysctl", inputs.settings});
-       }                                                    },
-      {"kaehost", true,
+  const auto configure = [&] {
+    devhost::Request request;
+    layer.Configure(request, document.contents());
+  };
+  const auto running = [](const std::vector<std::string>& words) {
+    return [words] { bench::RunProgram(words); };
+  };
+  bench::InterleavedMeasurements turns({
+      {"request", configure                                                },
+      {"sysctl",  running({"sysctl", "-p", inputs.settings})               },
+      {"busybox", running({"busybox", "sysctl", "-p", inputs.settings})    },
+      {"systemd", running({"/lib/systemd/systemd-sysctl", inputs.settings})},
+      {"kaehost",
        [&] {
          neighbour.Run({KAEHOST, "apply", "--quiet", "--no-journal", "--netns", neighbour.path(),
                         inputs.document});
-       }                                                    },
-      {"nothing", true,  [] { bench::RunProgram({"true"}); }},
-  };
+       }                                                                   },
+      {"nothing", running({"true"})                                        },
+  });
   restore.Run();
   const KernelState found = ReadKernel();
-  ways[0].apply();
+  configure();
   const KernelState applied = ReadKernel();
-  restore.Run();
 
-  std::map<std::string, std::vector<double>> times;
+  std::string wrong;
   for (auto _ : state) {
-    for (const Way& way : ways) {
-      times[way.name].push_back(bench::Seconds(way.apply));
-      if (ReadKernel() != (way.restores ? found : applied)) {
-        state.SkipWithError((std::string(way.name) + " left other values").c_str());
-        return;
-      }
-      restore.Run();
-    }
-    state.SetIterationTime(times["request"].back());
+    turns.Round([&](const std::string&) { restore.Run(); },
+                [&](const std::string& name) {
+                  const bool restores = name == "kaehost" || name == "nothing";
+                  wrong = ReadKernel() != (restores ? found : applied) ? name : wrong;
+                });
+    state.SetIterationTime(turns.Last("request"));
   }
-  for (const auto& [name, of_one] : times) {
-    state.counters[name + "_us"] = bench::Quantile(of_one, 0.5) * 1e6;
+  if (!wrong.empty()) {
+    state.SkipWithError((wrong + " left other values").c_str());
   }
+  turns.ReportTimes(state);
 }
-BENCHMARK(Peers)->UseManualTime()->Iterations(50)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Peers)->UseManualTime()->Iterations(100)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

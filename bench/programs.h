@@ -16,8 +16,8 @@ struct Inputs {
   Inputs& operator=(const Inputs&) = delete;
 };
 
-// Finds a program in PATH, runs it with output to /dev/null, and waits for its end. Throws unless
-// it exits with status 0.
-void RunProgram(std::vector<std::string> words);
+// Finds a program in PATH, runs it with standard output to /dev/null, waits for its end, and
+// returns what it printed on standard error. Throws unless it exits with status 0.
+std::string RunProgram(std::vector<std::string> words);
 
 }  // namespace bench

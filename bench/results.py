@@ -17,20 +17,27 @@ NAMESPACES = [10**n for n in range(4)]
 
 
 class Results:
-    def __init__(self, folder, library, calls_differ):
+    def __init__(self, folder, build, plain_build, calls_differ):
         self.folder = pathlib.Path(folder)
-        self.library = library
+        self.build = pathlib.Path(build)
+        self.plain_build = pathlib.Path(plain_build)
         self.calls_differ = calls_differ
         self.runs = {}  # from a name, without measurement settings, to a list of runs
         self.load = 0.0  # the highest load average at the start of a benchmark
         for file in sorted(self.folder.glob("*.json")):
             found = json.loads(file.read_text())
+            if "benchmarks" not in found:
+                continue  # the instructions
             self.load = max(self.load, found["context"]["load_avg"][0])
             for run in found["benchmarks"]:
                 if run.get("run_type") != "aggregate":
                     name = re.sub(r"/(iterations|repeats|min_time|manual_time|real_time)[^/]*", "",
                                   run["name"])
                     self.runs.setdefault(name, []).append(run)
+
+    def instructions(self):
+        """What tests/instructions/count has counted."""
+        return json.loads((self.folder / "instructions.json").read_text())
 
     def one(self, name):
         return self.runs[name][0]
@@ -79,16 +86,28 @@ class Results:
         """Times in milliseconds."""
         return self.one(f"Namespaces/count:{count}")
 
-    def stripped_size(self):
+    def stripped_size(self, hardened):
+        library = (self.build if hardened else self.plain_build) / "libkaetcp.so"
         with tempfile.NamedTemporaryFile() as stripped:
-            shutil.copy(self.library, stripped.name)
+            shutil.copy(library, stripped.name)
             subprocess.run(["strip", stripped.name], check=True)
             return pathlib.Path(stripped.name).stat().st_size
 
+    def code_and_data(self, hardened):
+        """Their bytes, which are fewer than the file's: segments begin on pages of their own."""
+        library = (self.build if hardened else self.plain_build) / "libkaetcp.so"
+        listing = subprocess.run(["size", library], check=True, capture_output=True, text=True)
+        return int(listing.stdout.splitlines()[1].split()[3])
+
     def relocations(self):
-        listing = subprocess.run(["readelf", "-rW", self.library], check=True, capture_output=True,
-                                 text=True).stdout
+        listing = subprocess.run(["readelf", "-rW", self.build / "libkaetcp.so"], check=True,
+                                 capture_output=True, text=True).stdout
         return len(re.findall(r" R_\w+", listing))
+
+    def options(self):
+        """Of the compiler."""
+        cache = (self.build / "CMakeCache.txt").read_text()
+        return re.search(r"^CMAKE_CXX_FLAGS_RELEASE:\w+=(.*)", cache, re.M)[1]
 
     def machine(self):
         model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
@@ -96,4 +115,4 @@ class Results:
         count = len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M))
         return (f"{model[1] if model else platform.machine()}, {count} cores, "
                 f"{int(memory[1]) / 2**20:.0f} GiB; Linux {platform.release()}; "
-                f"load average at most {self.load:.1f}")
+                f"{self.instructions()['here']}; load average at most {self.load:.1f}")
