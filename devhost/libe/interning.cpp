@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "devhost/libe/names.h"
+#include "devhost/libe/observer.h"
 #include "host/kaml.h"
 
 namespace {
@@ -30,7 +31,7 @@ const char* kaml_intern(const char* text) {
   if (is_new) {
     table.in_order.push_back(name);
   }
-  return name;
+  return devhost::Observed("kaml_intern", text, name);
 }
 
 std::vector<std::string> devhost::InternedNames() {

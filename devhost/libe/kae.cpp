@@ -2,22 +2,33 @@
 
 #include "host/kae.h"
 
+#include "devhost/libe/observer.h"
 #include "devhost/libe/request.h"
 
+using devhost::observer;
 using devhost::Reply;
 using devhost::Request;
+using devhost::TextOf;
 
 kaePlugin::~kaePlugin() = default;
 
 kaeCPLayer::kaeCPLayer() = default;
 kaeCPLayer::~kaeCPLayer() = default;
 
-bool kaeRequest::SendSuccess(kaml_content* /*body*/) {
-  return static_cast<Request*>(this)->Answer(Reply::kSuccess, "", "");
+bool kaeRequest::SendSuccess(kaml_content* body) {
+  const bool is_taken = static_cast<Request*>(this)->Answer(Reply::kSuccess, "", "");
+  if (observer != nullptr) {
+    observer("SendSuccess", {TextOf(body)}, TextOf(is_taken));
+  }
+  return is_taken;
 }
 
 bool kaeRequest::SendError(const std::string& error, const std::string& detail) {
-  return static_cast<Request*>(this)->Answer(Reply::kError, error, detail);
+  const bool is_taken = static_cast<Request*>(this)->Answer(Reply::kError, error, detail);
+  if (observer != nullptr) {
+    observer("SendError", {TextOf(error.c_str()), TextOf(detail.c_str())}, TextOf(is_taken));
+  }
+  return is_taken;
 }
 
 bool Request::Answer(Reply reply, const std::string& error, const std::string& detail) {

@@ -3,13 +3,26 @@
 #include "host/kaml.h"
 
 #include "devhost/libe/document.h"
+#include "devhost/libe/observer.h"
 
-int kaml_cont_type(const kaml_content* content) { return content->type; }
+using devhost::Observed;
 
-const kaml_content* kaml_cont_next(const kaml_content* content) { return content->next; }
+int kaml_cont_type(const kaml_content* content) {
+  return Observed("kaml_cont_type", content, content->type);
+}
 
-const char* kaml_elem_name(const kaml_content* content) { return content->name; }
+const kaml_content* kaml_cont_next(const kaml_content* content) {
+  return Observed<const kaml_content*>("kaml_cont_next", content, content->next);
+}
 
-const kaml_content* kaml_elem_contents(const kaml_content* content) { return content->first_child; }
+const char* kaml_elem_name(const kaml_content* content) {
+  return Observed("kaml_elem_name", content, content->name);
+}
 
-const char* kaml_text(const kaml_content* content) { return content->text.c_str(); }
+const kaml_content* kaml_elem_contents(const kaml_content* content) {
+  return Observed<const kaml_content*>("kaml_elem_contents", content, content->first_child);
+}
+
+const char* kaml_text(const kaml_content* content) {
+  return Observed("kaml_text", content, content->text.c_str());
+}

@@ -139,6 +139,9 @@ void AddApply(CLI::App& app, Chosen& chosen,
   apply->add_flag("--verbose", options->verbose, "Show all lines that the plug-in prints")
       ->excludes(json)
       ->excludes(quiet);
+  apply->add_flag("--trace", options->trace,
+                  "Print on standard error each call between the host and the plug-in, and each "
+                  "file that the plug-in opens; with --json as JSON lines");
   const bool lacks_a_word = command && command->empty();
   apply->callback([options, lacks_a_word, &chosen] {
     RefuseSecondStandardInput(options->documents);

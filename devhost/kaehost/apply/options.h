@@ -18,6 +18,7 @@ struct ApplyOptions {
   bool json = false;
   bool no_journal = false;  // keep no journal of the original values
   bool quiet = false;
+  bool trace = false;  // print the calls between host and plug-in on standard error
   bool verbose = false;
 
   // Whether others than the plug-in can use the namespace.

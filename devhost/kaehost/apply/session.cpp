@@ -20,6 +20,10 @@
 namespace devhost {
 namespace {
 
+TraceForm FormOfTrace(const ApplyOptions& options) {
+  return !options.trace ? TraceForm::kNone : options.json ? TraceForm::kJson : TraceForm::kText;
+}
+
 class Session {
  public:
   Session(const ApplyOptions& options, const std::vector<Document>& documents)
@@ -98,7 +102,7 @@ int Session::Run() {
 }
 
 void Session::LeadALayersLife() {
-  layer_.emplace(options_.plugin, documents_, interruption_);
+  layer_.emplace(options_.plugin, documents_, FormOfTrace(options_), interruption_);
   try {
     result_.plugin = layer_->AwaitPlugin();
     if (options_.verbose) {

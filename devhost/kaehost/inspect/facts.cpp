@@ -12,6 +12,7 @@
 #include "devhost/kaehost/kernel/tunables.h"
 #include "devhost/kaehost/plugin/elf.h"
 #include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/plugin/trace.h"
 #include "devhost/kaehost/process/worker.h"
 #include "devhost/libe/interning.h"
 

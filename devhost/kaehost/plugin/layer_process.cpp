@@ -1,8 +1,12 @@
 #include "devhost/kaehost/plugin/layer_process.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/plugin/trace.h"
 
 namespace devhost {
 namespace {
@@ -13,7 +17,8 @@ Json Configured(const Layer& layer, const Document& document) {
   Request request;
   Json answer = Json::object();
   try {
-    layer.configure->do_Configure(&request, document.contents());
+    Traced("do_Configure", {"request", TextOf(document.contents())},
+           [&] { return layer.configure->do_Configure(&request, document.contents()); });
   } catch (...) {
     answer["thrown"] = Thrown();
   }
@@ -26,7 +31,7 @@ Json Configured(const Layer& layer, const Document& document) {
 
 Json Released(const Layer& layer) {
   try {
-    layer.release->do_Release();
+    Traced("do_Release", {}, [&layer] { return layer.release->do_Release(), Nothing(); });
   } catch (...) {
     return {
         {"thrown", Thrown()}
@@ -52,8 +57,9 @@ Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
 }
 
 // The last answer comes after the plug-in is unloaded.
-void Serve(const std::string& path, const std::vector<Document>& documents,
+void Serve(const std::string& path, const std::vector<Document>& documents, TraceForm trace,
            const Worker::Orders& orders) {
+  StartTrace(trace);
   Json last = Json::object();
   try {
     last = LeadLife(Plugin(path), documents, orders);
@@ -61,6 +67,9 @@ void Serve(const std::string& path, const std::vector<Document>& documents,
     last["refused"] = error.what();
   }
   orders.Answer(last);
+  if (trace != TraceForm::kNone) {
+    _exit(EXIT_SUCCESS);  // the thread that opens files needs what exit destroys
+  }
 }
 
 std::optional<std::string> Thrown(const Json& answer) {
@@ -71,10 +80,10 @@ std::optional<std::string> Thrown(const Json& answer) {
 }  // namespace
 
 LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>& documents,
-                           Interruption& interruption)
+                           TraceForm trace, Interruption& interruption)
     : path_(path),
-      worker_([&](const Worker::Orders& orders) { Serve(path, documents, orders); }, interruption) {
-}
+      worker_([&](const Worker::Orders& orders) { Serve(path, documents, trace, orders); },
+              interruption) {}
 
 // Returns what `read` makes of the next answer; none if the process ended instead. A plug-in can
 // write to any descriptor: what is not an answer counts as the end of the process.

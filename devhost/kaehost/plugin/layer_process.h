@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "devhost/kaehost/plugin/plugin_error.h"
+#include "devhost/kaehost/plugin/trace.h"
 #include "devhost/kaehost/process/worker.h"
 #include "devhost/libe/document.h"
 #include "devhost/libe/request.h"
@@ -27,7 +28,7 @@ struct LayerReply {
 class LayerProcess {
  public:
   // Begins to load the plug-in at `path`. `documents` are those that Configure can deliver.
-  LayerProcess(const std::string& path, const std::vector<Document>& documents,
+  LayerProcess(const std::string& path, const std::vector<Document>& documents, TraceForm trace,
                Interruption& interruption);
 
   // Waits until the plug-in is loaded. Returns its name and version. Throws PluginError.

@@ -2,12 +2,11 @@
 
 #include <dlfcn.h>
 
-#include <exception>
 #include <filesystem>
-#include <new>
 #include <system_error>
 
 #include "devhost/kaehost/plugin/elf.h"
+#include "devhost/kaehost/plugin/trace.h"
 #include "devhost/kaehost/text/output.h"
 
 namespace devhost {
@@ -35,25 +34,14 @@ std::string DefaultPlugin() {
   return exists(beside, unreadable) ? beside : installed.lexically_normal();
 }
 
-std::string Thrown() {
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    return "out of memory";
-  } catch (const std::exception& error) {
-    const char* text = error.what();
-    return text != nullptr ? text : "an exception without a text";
-  } catch (...) {
-    return "something that is not a std::exception";
-  }
+void Plugin::Unload::operator()(void* library) const {
+  Traced("dlclose", {}, [library] { return dlclose(library) == 0; });
 }
-
-void Plugin::Unload::operator()(void* library) const { dlclose(library); }
 
 template <class Operation>
 auto Plugin::Call(const char* name, Operation operation) const {
   try {
-    return operation();
+    return Traced(name, {}, operation);
   } catch (...) {
     throw PluginError(path_ + ": the plug-in's " + name + " threw: " + Thrown());
   }
@@ -67,7 +55,9 @@ Plugin::Plugin(const std::string& path) : path_(path) {
   if (LacksItsEnd(path)) {
     throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
   }
-  library_.reset(dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL));
+  library_.reset(Traced("dlopen", {TextOf(path.c_str())}, [&path] {
+    return dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+  }));
   if (library_ == nullptr) {
     throw PluginError(path_ + ": the plug-in does not load: " + LoaderError(path_));
   }
@@ -86,7 +76,7 @@ Plugin::Plugin(const std::string& path) : path_(path) {
 
 Plugin::~Plugin() {
   try {
-    plugin_->CleanupPlugin();
+    Traced("CleanupPlugin", {}, [this] { return plugin_->CleanupPlugin(), Nothing(); });
   } catch (...) {
     TellError(path_ + ": the plug-in's CleanupPlugin threw: " + Thrown());
   }

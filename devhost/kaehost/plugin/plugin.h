@@ -12,9 +12,6 @@ namespace devhost {
 // installed one.
 std::string DefaultPlugin();
 
-// Returns a text about the exception being handled, whatever the plug-in threw.
-std::string Thrown();
-
 // A layer with its callbacks. All pointers are to one object, which destroys itself in do_Release.
 struct Layer {
   kaeCPLayer::ConfigureCB* configure;

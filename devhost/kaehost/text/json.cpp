@@ -6,9 +6,8 @@
 
 namespace devhost {
 
-std::string JsonText(const Json& json) {
-  constexpr int kIndent = 2;
-  return Escaped(json.dump(kIndent, ' ', false, Json::error_handler_t::replace));
+std::string JsonText(const Json& json, int indent) {
+  return Escaped(json.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace devhost

@@ -7,8 +7,9 @@ namespace devhost {
 
 using Json = nlohmann::ordered_json;
 
-// Returns the text of a JSON document. Texts of documents and plug-ins can contain bytes that are
-// not UTF-8; these are replaced. Characters that terminals execute are escaped.
-std::string JsonText(const Json& json);
+// Returns the text of a JSON document, in one line if `indent` is negative. Texts of documents and
+// plug-ins can contain bytes that are not UTF-8; these are replaced. Characters that terminals
+// execute are escaped.
+std::string JsonText(const Json& json, int indent = 2);
 
 }  // namespace devhost

@@ -1,0 +1,144 @@
+#include "devhost/kaehost/plugin/trace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <nlohmann/json.hpp>
+
+#include "devhost/kaehost/plugin/open_calls.h"
+#include "devhost/kaehost/text/json.h"
+#include "devhost/kaehost/text/quoting.h"
+
+namespace devhost {
+namespace {
+
+TraceForm the_form = TraceForm::kNone;
+int depth = 0;  // of calls into the plug-in: outside of them, files are opened by this program
+
+// What cannot be written is lost.
+void Write(const std::string& line) {
+  for (std::size_t begin = 0; begin < line.size();) {
+    const ssize_t size = write(STDERR_FILENO, line.data() + begin, line.size() - begin);
+    if (size < 0 && errno != EINTR) {
+      break;
+    }
+    begin += static_cast<std::size_t>(std::max(size, ssize_t{0}));
+  }
+}
+
+void Trace(const Json& json, const std::string& text) {
+  constexpr std::size_t kLongest = 500;
+  if (the_form == TraceForm::kJson) {
+    Write(JsonText(json, -1) + '\n');
+  } else if (the_form == TraceForm::kText) {
+    Write("trace: " + Shown(text, kLongest) + '\n');
+  }
+}
+
+std::string Joined(const std::vector<std::string>& arguments) {
+  std::string text;
+  for (const std::string& argument : arguments) {
+    text += (text.empty() ? "" : ", ") + argument;
+  }
+  return '(' + text + ')';
+}
+
+void TraceHostCall(const char* call, const std::vector<std::string>& arguments,
+                   const std::string& result) {
+  Trace(
+      {
+          {"host_call", call     },
+          {"arguments", arguments},
+          {"result",    result   }
+  },
+      "  " + std::string(call) + Joined(arguments) + " = " + result);
+}
+
+int OpenTraced(const OpenCall& call) {
+  const int result = call.Run();
+  if (depth == 0) {
+    return result;
+  }
+  const bool writes = (call.flags & O_ACCMODE) != O_RDONLY;
+  const char* error = result < 0 ? std::strerror(-result) : nullptr;
+  Trace(
+      {
+          {"open",   call.path                              },
+          {"writes", writes                                 },
+          {"error",  error != nullptr ? Json(error) : Json()}
+  },
+      "  open " + call.path + (writes ? " for writing" : " for reading") +
+          (error != nullptr ? std::string(": ") + error : ""));
+  return result;
+}
+
+}  // namespace
+
+void StartTrace(TraceForm form) {
+  the_form = form;
+  if (form == TraceForm::kNone) {
+    return;
+  }
+  observer = TraceHostCall;
+  if (const int error = TakeOverOpenCalls(OpenTraced); error != 0) {
+    const std::string sentence =
+        std::string("cannot trace the files that the plug-in opens: ") + std::strerror(error);
+    Trace(
+        {
+            {"sentence", sentence}
+    },
+        sentence);
+  }
+}
+
+std::string Thrown() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return "out of memory";
+  } catch (const std::exception& error) {
+    const char* text = error.what();
+    return text != nullptr ? text : "an exception without a text";
+  } catch (...) {
+    return "something that is not a std::exception";
+  }
+}
+
+void TraceCall(const char* name, const std::vector<std::string>& arguments) {
+  ++depth;
+  Trace(
+      {
+          {"plugin_call", name     },
+          {"arguments",   arguments}
+  },
+      name + Joined(arguments));
+}
+
+void TraceReturn(const char* name, const std::string& result) {
+  --depth;
+  Trace(
+      {
+          {"plugin_return", name   },
+          {"result",        result },
+          {"thrown",        nullptr}
+  },
+      std::string(name) + (result.empty() ? " returned" : " returned " + result));
+}
+
+void TraceException(const char* name, const std::string& thrown) {
+  --depth;
+  Trace(
+      {
+          {"plugin_return", name   },
+          {"result",        nullptr},
+          {"thrown",        thrown }
+  },
+      std::string(name) + " threw: " + thrown);
+}
+
+}  // namespace devhost

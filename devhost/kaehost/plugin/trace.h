@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "devhost/libe/observer.h"
+
+// The trace of what crosses the interface between host and plug-in, in the process of the plug-in.
+// It goes to standard error line by line, so that a crash loses nothing.
+
+namespace devhost {
+
+enum class TraceForm { kNone, kText, kJson };
+
+// Traces all calls from now on, and each file that this thread opens. Call it once.
+void StartTrace(TraceForm form);
+
+// Operations of a plug-in that return nothing, return this for the trace.
+struct Nothing {};
+
+inline std::string TextOf(Nothing) { return ""; }
+inline std::string TextOf(const std::string& text) { return TextOf(text.c_str()); }
+inline std::string TextOf(const void* object) { return object != nullptr ? "(object)" : "null"; }
+
+// Trace the begin and the end of a call of the host into the plug-in.
+void TraceCall(const char* name, const std::vector<std::string>& arguments);
+void TraceReturn(const char* name, const std::string& result);
+void TraceException(const char* name, const std::string& thrown);
+
+// Returns a text about the exception being handled, whatever the plug-in threw.
+std::string Thrown();
+
+// Calls `operation` as `name` of the plug-in and returns what it returns.
+template <class Operation>
+auto Traced(const char* name, const std::vector<std::string>& arguments, Operation operation) {
+  TraceCall(name, arguments);
+  try {
+    auto result = operation();
+    TraceReturn(name, TextOf(result));
+    return result;
+  } catch (...) {
+    TraceException(name, Thrown());
+    throw;
+  }
+}
+
+}  // namespace devhost

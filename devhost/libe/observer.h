@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "host/kaml.h"
+
+namespace devhost {
+
+// Is called after each call that a plug-in makes to this library, with texts for the arguments and
+// the result, made by TextOf.
+using Observer = void (*)(const char* call, const std::vector<std::string>& arguments,
+                          const std::string& result);
+
+// The observer of all calls, null for none. Set it before a plug-in is loaded.
+extern Observer observer;
+
+// Returns what a trace shows: `"0"`, `<tcp_sack>`, `null`.
+std::string TextOf(const char* text);
+std::string TextOf(const kaml_content* content);
+inline std::string TextOf(bool result) { return result ? "true" : "false"; }
+
+// Shows a call to the observer, if there is one, and returns its result.
+template <class Result>
+Result Observed(const char* call, const auto* argument, Result result) {
+  if (observer != nullptr) [[unlikely]] {
+    if constexpr (std::is_same_v<Result, int>) {
+      observer(call, {TextOf(argument)}, std::to_string(result));
+    } else {
+      observer(call, {TextOf(argument)}, TextOf(result));
+    }
+  }
+  return result;
+}
+
+}  // namespace devhost
