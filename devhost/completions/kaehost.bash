@@ -52,7 +52,7 @@ _kaehost() {
   esac
 
   case $command in
-    apply) options='--help --as-is --hold --initial-values --json --kill-after --live --netns --no-journal --plugin --quiet --strict --trace --verbose --whole-catalogue --' ;;
+    apply) options='--help --as-is --fail --hold --initial-values --json --kill-after --live --netns --no-journal --plugin --quiet --strict --trace --verbose --whole-catalogue --' ;;
     check) options='--help --json --quiet' ;;
     inspect) options='--help --json --quiet' ;;
     import) options='--help --json --output --quiet' ;;

@@ -42,6 +42,7 @@ Examples:
       nsenter --target PROCESS --user --net --mount --preserve-credentials
   kaehost apply --whole-catalogue old-device.xml  emulate missing files
   kaehost apply --netns blue low-latency.xml      in the namespace "blue"
+  kaehost apply --fail ipv4/tcp_sack=EACCES:2 base.xml  a request that fails
 
 Exit status:
   0   all requests succeeded, the kernel has the requested values of which there
@@ -87,6 +88,23 @@ void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
       ->excludes(as_is);
 }
 
+void AddFailOption(CLI::App* apply, ApplyOptions* options) {
+  apply
+      ->add_option_function<std::vector<std::string>>(
+          "--fail",
+          [options](const std::vector<std::string>& words) {
+            for (const std::string& word : words) {
+              options->failures.push_back(ReadFailure(word));
+            }
+          },
+          "In a private namespace, let the Nth time that the plug-in opens a tunable fail, or each "
+          "time; ERROR is EACCES, EISDIR, ELOOP, EMFILE, ENOENT, ENXIO or EROFS")
+      ->type_name("FILE=ERROR[:N]")
+      ->allow_extra_args(false)
+      ->excludes("--live")
+      ->excludes("--netns");
+}
+
 int RunOrRefuse(const ApplyOptions& options) try {
   return RunSession(options);
 } catch (const std::exception& error) {
@@ -112,6 +130,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
       ->required()
       ->option_text("DOCUMENT... [-- COMMAND ARG...]");
   AddTargetOptions(apply, &options->target);
+  AddFailOption(apply, options.get());
   apply->add_flag("--hold", options->hold,
                   "Keep the settings until Ctrl-C or SIGTERM, then restore");
   apply->add_flag("--no-journal", options->no_journal,

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/apply/failures.h"
 #include "devhost/kaehost/apply/target_namespace.h"
 
 namespace devhost {
@@ -18,7 +19,8 @@ struct ApplyOptions {
   bool json = false;
   bool no_journal = false;  // keep no journal of the original values
   bool quiet = false;
-  bool trace = false;  // print the calls between host and plug-in on standard error
+  std::vector<Failure> failures;  // of files that the plug-in opens
+  bool trace = false;             // print the calls between host and plug-in on standard error
   bool verbose = false;
 
   // Whether others than the plug-in can use the namespace.

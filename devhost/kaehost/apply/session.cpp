@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <optional>
 
 #include "devhost/kaehost/apply/json_report.h"
@@ -20,8 +21,19 @@
 namespace devhost {
 namespace {
 
-TraceForm FormOfTrace(const ApplyOptions& options) {
-  return !options.trace ? TraceForm::kNone : options.json ? TraceForm::kJson : TraceForm::kText;
+Watch WatchFor(const ApplyOptions& options) {
+  Watch watch;
+  if (options.trace) {
+    watch.trace = options.json ? TraceForm::kJson : TraceForm::kText;
+  }
+  if (!options.failures.empty()) {
+    const auto files = std::make_shared<FailingFiles>(options.failures);
+    watch.open_file = [files](const auto& path, const auto& open) {
+      return files->Open(path, open);
+    };
+    watch.at_end = [files] { files->TellRest(); };
+  }
+  return watch;
 }
 
 class Session {
@@ -102,7 +114,7 @@ int Session::Run() {
 }
 
 void Session::LeadALayersLife() {
-  layer_.emplace(options_.plugin, documents_, FormOfTrace(options_), interruption_);
+  layer_.emplace(options_.plugin, documents_, WatchFor(options_), interruption_);
   try {
     result_.plugin = layer_->AwaitPlugin();
     if (options_.verbose) {

@@ -67,7 +67,8 @@ Report::Report(const ApplyOptions& options)
     : style_(options.json      ? kSilent
              : options.quiet   ? kQuiet
              : options.verbose ? kVerbose
-                               : kNormal) {}
+                               : kNormal),
+      gives_advice_(options.failures.empty()) {}
 
 void Report::Tell(const std::string& line) const {
   if (HasNews()) {
@@ -145,7 +146,7 @@ void Report::TellReply(const RequestResult& result) const {
       break;
     case Reply::kError:
       Complain("reply: error: " + reply.error + ": " + reply.detail);
-      if (const std::string advice = Advice(reply.detail); !advice.empty()) {
+      if (const std::string advice = Advice(reply.detail); gives_advice_ && !advice.empty()) {
         Complain(advice);
       }
       break;

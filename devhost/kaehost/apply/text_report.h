@@ -59,6 +59,7 @@ class Report {
   void PrintUnlessSilent(const Table& table) const;
 
   const Style style_;
+  const bool gives_advice_;  // on errors: it would be wrong for those of --fail
 };
 
 }  // namespace devhost

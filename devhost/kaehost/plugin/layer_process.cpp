@@ -57,17 +57,20 @@ Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
 }
 
 // The last answer comes after the plug-in is unloaded.
-void Serve(const std::string& path, const std::vector<Document>& documents, TraceForm trace,
+void Serve(const std::string& path, const std::vector<Document>& documents, const Watch& watch,
            const Worker::Orders& orders) {
-  StartTrace(trace);
   Json last = Json::object();
   try {
+    StartWatch(watch);
     last = LeadLife(Plugin(path), documents, orders);
   } catch (const PluginError& error) {
     last["refused"] = error.what();
   }
+  if (watch.at_end) {
+    watch.at_end();
+  }
   orders.Answer(last);
-  if (trace != TraceForm::kNone) {
+  if (watch.IsNeeded()) {
     _exit(EXIT_SUCCESS);  // the thread that opens files needs what exit destroys
   }
 }
@@ -80,9 +83,9 @@ std::optional<std::string> Thrown(const Json& answer) {
 }  // namespace
 
 LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>& documents,
-                           TraceForm trace, Interruption& interruption)
+                           const Watch& watch, Interruption& interruption)
     : path_(path),
-      worker_([&](const Worker::Orders& orders) { Serve(path, documents, trace, orders); },
+      worker_([&](const Worker::Orders& orders) { Serve(path, documents, watch, orders); },
               interruption) {}
 
 // Returns what `read` makes of the next answer; none if the process ended instead. A plug-in can

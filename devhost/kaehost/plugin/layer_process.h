@@ -28,7 +28,7 @@ struct LayerReply {
 class LayerProcess {
  public:
   // Begins to load the plug-in at `path`. `documents` are those that Configure can deliver.
-  LayerProcess(const std::string& path, const std::vector<Document>& documents, TraceForm trace,
+  LayerProcess(const std::string& path, const std::vector<Document>& documents, const Watch& watch,
                Interruption& interruption);
 
   // Waits until the plug-in is loaded. Returns its name and version. Throws PluginError.

@@ -35,7 +35,7 @@ std::string DefaultPlugin() {
 }
 
 void Plugin::Unload::operator()(void* library) const {
-  Traced("dlclose", {}, [library] { return dlclose(library) == 0; });
+  Traced("dlclose", {}, [library]() noexcept { return dlclose(library) == 0; });
 }
 
 template <class Operation>
@@ -55,7 +55,8 @@ Plugin::Plugin(const std::string& path) : path_(path) {
   if (LacksItsEnd(path)) {
     throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
   }
-  library_.reset(Traced("dlopen", {TextOf(path.c_str())}, [&path] {
+  // The loader is not written for exceptions, such as those of a library's constructors.
+  library_.reset(Traced("dlopen", {TextOf(path.c_str())}, [&path]() noexcept {
     return dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL);
   }));
   if (library_ == nullptr) {

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "devhost/kaehost/plugin/open_calls.h"
+#include "devhost/kaehost/plugin/plugin_error.h"
 #include "devhost/kaehost/text/json.h"
 #include "devhost/kaehost/text/quoting.h"
 
@@ -59,11 +60,12 @@ void TraceHostCall(const char* call, const std::vector<std::string>& arguments,
       "  " + std::string(call) + Joined(arguments) + " = " + result);
 }
 
-int OpenTraced(const OpenCall& call) {
-  const int result = call.Run();
+int OpenTraced(const Watch& watch, const OpenCall& call) {
   if (depth == 0) {
-    return result;
+    return call.Run();
   }
+  const int result =
+      watch.open_file ? watch.open_file(call.path, [&call] { return call.Run(); }) : call.Run();
   const bool writes = (call.flags & O_ACCMODE) != O_RDONLY;
   const char* error = result < 0 ? std::strerror(-result) : nullptr;
   Trace(
@@ -79,13 +81,21 @@ int OpenTraced(const OpenCall& call) {
 
 }  // namespace
 
-void StartTrace(TraceForm form) {
-  the_form = form;
-  if (form == TraceForm::kNone) {
+void StartWatch(const Watch& watch) {
+  the_form = watch.trace;
+  if (!watch.IsNeeded()) {
     return;
   }
-  observer = TraceHostCall;
-  if (const int error = TakeOverOpenCalls(OpenTraced); error != 0) {
+  if (watch.trace != TraceForm::kNone) {
+    observer = TraceHostCall;
+  }
+  const auto open = [watch](const OpenCall& call) { return OpenTraced(watch, call); };
+  const int error = TakeOverOpenCalls(open);
+  if (error != 0 && watch.open_file) {
+    throw PluginError(std::string("cannot let files fail to open: ") + std::strerror(error) +
+                      "; leave out --fail");
+  }
+  if (error != 0) {
     const std::string sentence =
         std::string("cannot trace the files that the plug-in opens: ") + std::strerror(error);
     Trace(

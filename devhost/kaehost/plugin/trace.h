@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,22 @@ namespace devhost {
 
 enum class TraceForm { kNone, kText, kJson };
 
-// Traces all calls from now on, and each file that this thread opens. Call it once.
-void StartTrace(TraceForm form);
+// What happens beside the calls into a plug-in.
+struct Watch {
+  TraceForm trace = TraceForm::kNone;
+
+  // If there is one, it is called instead of each call that opens a file. It calls `open`.
+  std::function<int(const std::string& path, const std::function<int()>& open)> open_file;
+
+  // Is called at the end of a life with such calls.
+  std::function<void()> at_end;
+
+  bool IsNeeded() const { return trace != TraceForm::kNone || open_file; }
+};
+
+// Watches all calls from now on, and each file that this thread opens. Call it once. Throws
+// PluginError if `open_file` cannot be called.
+void StartWatch(const Watch& watch);
 
 // Operations of a plug-in that return nothing, return this for the trace.
 struct Nothing {};
