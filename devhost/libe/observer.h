@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include "host/kaml.h"
@@ -21,15 +20,19 @@ std::string TextOf(const char* text);
 std::string TextOf(const kaml_content* content);
 inline std::string TextOf(bool result) { return result ? "true" : "false"; }
 
+inline std::string TextOf(int result) { return std::to_string(result); }
+
+// Shows a call to the observer. Not inline: a host has none, and must not pay for it.
+template <class Argument, class Result>
+[[gnu::noinline, gnu::cold]] void Show(const char* call, Argument argument, Result result) {
+  observer(call, {TextOf(argument)}, TextOf(result));
+}
+
 // Shows a call to the observer, if there is one, and returns its result.
-template <class Result>
-Result Observed(const char* call, const auto* argument, Result result) {
+template <class Argument, class Result>
+Result Observed(const char* call, Argument argument, Result result) {
   if (observer != nullptr) [[unlikely]] {
-    if constexpr (std::is_same_v<Result, int>) {
-      observer(call, {TextOf(argument)}, std::to_string(result));
-    } else {
-      observer(call, {TextOf(argument)}, TextOf(result));
-    }
+    Show(call, argument, result);
   }
   return result;
 }
