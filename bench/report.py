@@ -28,9 +28,10 @@ def budgets(found):
     counted = found.instructions()
     if counted["here"] == counted["made_for"]:
         for title, budget, count in counted["rows"]:
-            within = f" (within the margin of {counted['margin']:.0%})" if count > budget else ""
-            yield row(f"Instructions: {title}", budget, count / (1 + counted["margin"]),
-                      f"{count}{within}")
+            margin = counted["margin"]
+            within = budget < count <= budget * (1 + margin)
+            yield row(f"Instructions: {title}", budget, count / (1 + margin),
+                      f"{count} (within the margin of {margin:.0%})" if within else f"{count}")
     else:
         print(f"The budgets of instructions are for {counted['made_for']}.")
     yield row("Relocations", 185, found.relocations(), str(found.relocations()))
