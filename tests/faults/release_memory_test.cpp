@@ -35,7 +35,8 @@ memory::Attempt ReleaseMemoryTest::Disturb(std::size_t n) {
     ExpectLayerToStand(lines);
   } else {
     const Values not_opened = NotOpenedForWantOfMemory(lines);
-    EXPECT_EQ(not_opened.size(), attempt.failed);
+    // For the text of the error, some C libraries ask for memory too, and do without it.
+    EXPECT_EQ(not_opened.size(), attempt.failed > 0 ? 1U : 0U);
     EXPECT_EQ(lines, kToPreviousLines + WriteLines(KernelValues(), not_opened));
     ExpectFilesBut(not_opened, KernelValues());
     ExpectFilesOldNewOrEmpty();
