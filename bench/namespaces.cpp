@@ -6,6 +6,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <exception>
@@ -14,68 +15,98 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bench/output.h"
 #include "bench/private_kernel.h"
 #include "bench/programs.h"
 #include "bench/statistics.h"
-#include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/libe/request.h"
 #include "tests/kernel/built_layer.h"
 #include "tests/kernel/kernel.h"
 
 namespace {
 
-void Enter(int network) {
-  if (setns(network, CLONE_NEWNET) != 0) {
-    throw std::system_error(errno, std::generic_category(), "entering a network namespace");
-  }
+int Current(const char* kind) {
+  return open((std::string("/proc/self/ns/") + kind).c_str(), O_RDONLY | O_CLOEXEC);
 }
 
+// A network namespace, and the mount namespace with the /proc that shows its tunables.
+struct Place {
+  int network;
+  int mounts;
+};
+
+bool Enter(const Place& place) {
+  return setns(place.mounts, CLONE_NEWNS) == 0 && setns(place.network, CLONE_NEWNET) == 0;
+}
+
+// All places in one mount namespace, or groups of so many, each with a proc file system of its own.
+enum Groups : int64_t { kNone = 0, kOfTen = 10 };
+
 // New network namespaces, each with writable core files. The destructor returns the process to its
-// previous namespace.
+// previous namespaces.
 class Networks {
  public:
-  explicit Networks(int64_t count) : home_(Current()) {
+  Networks(int64_t count, Groups groups) {
     // The kernel destroys earlier namespaces in the background; wait for it.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    int mounts = home_.mounts;
     for (int64_t i = 0; i < count; ++i) {
+      if (groups != kNone && i % groups == 0) {
+        seconds_of_mounts_ += bench::Seconds([&] { mounts = NewMounts(); });
+        mounts_.push_back(mounts);
+      }
       if (unshare(CLONE_NEWNET) != 0) {
         throw std::system_error(errno, std::generic_category(), "making a network namespace");
       }
-      devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
-      networks_.push_back(Current());
+      bench::MakeCoreFilesWritable();
+      places_.push_back({Current("net"), mounts});
     }
   }
   ~Networks() {
-    for (const int network : networks_) {
-      close(network);
+    for (const Place& place : places_) {
+      close(place.network);
     }
-    if (setns(home_, CLONE_NEWNET) != 0) {
+    std::for_each(mounts_.begin(), mounts_.end(), close);
+    if (!Enter(home_)) {
       std::terminate();  // else later measurements would run in the wrong namespace
     }
-    close(home_);
+    close(home_.network);
+    close(home_.mounts);
   }
   Networks(const Networks&) = delete;
   Networks& operator=(const Networks&) = delete;
 
-  auto begin() const { return networks_.begin(); }
-  auto end() const { return networks_.end(); }
+  auto begin() const { return places_.begin(); }
+  auto end() const { return places_.end(); }
+  double seconds_of_mounts() const { return seconds_of_mounts_; }
 
   // Runs `act` in each of them.
   void InEach(const auto& act) const {
-    for (const int network : networks_) {
-      Enter(network);
+    for (const Place& place : places_) {
+      if (!Enter(place)) {
+        throw std::system_error(errno, std::generic_category(), "entering a network namespace");
+      }
       act();
     }
   }
 
  private:
-  static int Current() { return open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC); }
+  // Without the mounts of other groups.
+  int NewMounts() const {
+    if (setns(home_.mounts, CLONE_NEWNS) != 0 || unshare(CLONE_NEWNS) != 0) {
+      throw std::system_error(errno, std::generic_category(), "making a mount namespace");
+    }
+    bench::MountProc();
+    return Current("mnt");
+  }
 
-  const int home_;
-  std::vector<int> networks_;
+  const Place home_ = {Current("net"), Current("mnt")};
+  std::vector<int> mounts_;
+  std::vector<Place> places_;
+  double seconds_of_mounts_ = 0;
 };
 
 void Configure(BuiltLayer& layer, const devhost::Document& document) {
@@ -97,11 +128,13 @@ void ExpectTheValues() {
 struct Times {
   std::vector<double> layers;
   std::vector<double> again;
+  std::vector<double> mounts;
   std::vector<double> shell;
 };
 
-void AddLayers(Times& times, int64_t count, const devhost::Document& document) {
-  const Networks networks(count);
+void AddLayers(Times& times, int64_t count, Groups groups, const devhost::Document& document) {
+  const Networks networks(count, groups);
+  times.mounts.push_back(networks.seconds_of_mounts());
   std::vector<std::unique_ptr<BuiltLayer>> layers;
   times.layers.push_back(bench::Seconds([&] {
     networks.InEach([&] {
@@ -116,15 +149,19 @@ void AddLayers(Times& times, int64_t count, const devhost::Document& document) {
 }
 
 void AddShell(Times& times, int64_t count, const bench::Inputs& inputs) {
-  const Networks networks(count);
+  const Networks networks(count, kNone);
   std::string paths;
-  for (const int network : networks) {
-    paths += " /proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(network);
+  for (const Place& place : networks) {
+    paths += " /proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(place.network);
   }
   const std::string loop =
       "for net in" + paths + "; do nsenter --net=$net sysctl -q -p " + inputs.settings + "; done";
   times.shell.push_back(bench::Seconds([&] { bench::RunProgram({"sh", "-e", "-c", loop}); }));
   networks.InEach(ExpectTheValues);
+}
+
+double Milliseconds(std::vector<double> times) {
+  return bench::Quantile(std::move(times), 0.5) * 1e3;
 }
 
 // Each round and each way gets new namespaces.
@@ -134,17 +171,35 @@ void Namespaces(benchmark::State& state) {
   const bench::Output output;
   Times times;
   for (auto _ : state) {
-    AddLayers(times, state.range(0), document);
+    AddLayers(times, state.range(0), kNone, document);
     AddShell(times, state.range(0), inputs);
     state.SetIterationTime(times.layers.back());
   }
-  state.counters["layers_ms"] = bench::Quantile(times.layers, 0.5) * 1e3;
-  state.counters["again_ms"] = bench::Quantile(times.again, 0.5) * 1e3;
-  state.counters["shell_ms"] = bench::Quantile(times.shell, 0.5) * 1e3;
+  state.counters["layers_ms"] = Milliseconds(times.layers);
+  state.counters["again_ms"] = Milliseconds(times.again);
+  state.counters["shell_ms"] = Milliseconds(times.shell);
 }
 BENCHMARK(Namespaces)->ArgName("count")->Arg(1)->Iterations(21)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(10)->Iterations(11)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(100)->Iterations(5)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(1000)->Iterations(1)->UseManualTime();
+
+void NamespacesInGroups(benchmark::State& state) {
+  const devhost::Document document = bench::TracedDocument();
+  const bench::Output output;
+  Times times;
+  for (auto _ : state) {
+    AddLayers(times, state.range(0), kOfTen, document);
+    state.SetIterationTime(times.layers.back());
+  }
+  state.counters["layers_ms"] = Milliseconds(times.layers);
+  state.counters["again_ms"] = Milliseconds(times.again);
+  state.counters["mounts_ms"] = Milliseconds(times.mounts);
+}
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(1)->Iterations(21)->UseManualTime();
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(10)->Iterations(11)->UseManualTime();
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(100)->Iterations(5)->UseManualTime();
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(1000)->Iterations(1)->UseManualTime();
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(5000)->Iterations(1)->UseManualTime();
 
 }  // namespace

@@ -1,6 +1,16 @@
 #include "bench/private_kernel.h"
 
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <map>
+#include <system_error>
 
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
@@ -13,11 +23,38 @@ std::map<std::string, std::vector<SystemCall>>& Traces() {
   return traces;
 }
 
+// Goes on in a child with a process namespace of its own, without which it could mount no proc file
+// system. This process waits for it.
+void ContinueInPrivateProcesses() {
+  if (unshare(CLONE_NEWPID) != 0) {
+    throw std::system_error(errno, std::generic_category(), "making a process namespace");
+  }
+  const pid_t child = fork();
+  if (child != 0) {
+    int status = EXIT_FAILURE;
+    waitpid(child, &status, 0);
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE);
+  }
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
 }  // namespace
 
 void EnterPrivateKernel() {
   Traces() = TraceLife("kernel");
   devhost::EnterPrivateNamespace();
+  ContinueInPrivateProcesses();
+  MountProc();
+  MakeCoreFilesWritable();
+}
+
+void MountProc() {
+  if (mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
+    throw std::system_error(errno, std::generic_category(), "mounting a proc file system");
+  }
+}
+
+void MakeCoreFilesWritable() {
   devhost::MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
 }
 

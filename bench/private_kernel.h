@@ -8,13 +8,18 @@
 #include "tests/kernel/built_layer.h"
 #include "tests/system_calls/trace.h"
 
-// The environment of the benchmarks: a private namespace on this machine's kernel, with scratch
-// files mounted over core/rmem_max and core/wmem_max.
+// The environment of the benchmarks: a private namespace on this machine's kernel.
 namespace bench {
 
-// Moves this process into that namespace. Traces a layer's life first, because a tracer needs its
-// own namespace.
+// Goes on in a child in that namespace, with a process namespace of its own. Traces a layer's life
+// first, because a tracer needs its own namespace.
 void EnterPrivateKernel();
+
+// Mounts a new proc file system on /proc.
+void MountProc();
+
+// Mounts scratch files over core/rmem_max and core/wmem_max of the current network namespace.
+void MakeCoreFilesWritable();
 
 // The traced system calls of each step of a layer's life.
 const std::vector<SystemCall>& CallsOf(const std::string& step);
