@@ -83,6 +83,17 @@ def namespaces_table(found):
                   "Second requests, ms"), rows)
 
 
+def grouped_namespaces_table(found):
+    rows = []
+    for count in results.GROUPED_NAMESPACES:
+        run = found.grouped_namespaces(count)
+        rows.append((str(count), str(run["iterations"]), f"{run['mounts_ms']:.1f}",
+                     f"{run['layers_ms']:.1f}", f"{run['again_ms']:.1f}",
+                     f"{run['again_ms'] / count:.2f}"))
+    return table(("N", "Rounds", "Mounts, ms", "Layers, ms", "Second requests, ms",
+                  "One second request, ms"), rows)
+
+
 def peers_table(found):
     run = found.one("Peers")
     return table(("", "Wall time, us", "/ sysctl -p", "CPU time, us", "/ sysctl -p"),
@@ -158,6 +169,7 @@ def write(found, rows, docs):
              "instructions": instructions_table(found), "options": options_lines(found),
              "memory": memory_table(found),
              "elements": elements_table(found), "namespaces": namespaces_table(found),
+             "grouped-namespaces": grouped_namespaces_table(found),
              "peers": peers_table(found), "loading": loading_table(found)}
     file = docs / "performance.md"
     text = file.read_text()

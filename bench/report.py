@@ -51,6 +51,9 @@ def budgets(found):
         flat = found.flatness(kind)
         yield row(f"Time per {kind.lower()} element, document of 10^6 / of 10^4", 1.25, flat,
                   f"{flat:.2f}")
+    one, thousand = (found.grouped_namespaces(count)["again_ms"] / count for count in (1, 1000))
+    yield row("A request to each of 1,000 namespaces / to one", 1.3, thousand / one,
+              f"{thousand / one:.2f}")
     peers = found.one("Peers")
     ratio = peers["kaehost_us"] / peers["sysctl_us"]
     yield row("kaehost apply / sysctl -p", 2.2, ratio, f"{ratio:.2f}")

@@ -14,6 +14,7 @@ import callgrind
 OUTPUTS = ("/dev/null", "pipe", "file")  # as bench/output.h numbers them
 SIZES = [10**n for n in range(7)]
 NAMESPACES = [10**n for n in range(4)]
+GROUPED_NAMESPACES = NAMESPACES + [5000]
 
 
 class Results:
@@ -85,6 +86,10 @@ class Results:
     def namespaces(self, count):
         """Times in milliseconds."""
         return self.one(f"Namespaces/count:{count}")
+
+    def grouped_namespaces(self, count):
+        """With a proc file system for each group. Times in milliseconds."""
+        return self.one(f"NamespacesInGroups/count:{count}")
 
     def stripped_size(self, hardened):
         library = (self.build if hardened else self.plain_build) / "libkaetcp.so"
