@@ -30,7 +30,7 @@ _kaehost() {
   fi
 
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import list restore --help --version' -- "$cur")
+    mapfile -t COMPREPLY < <(compgen -W 'apply check inspect import list restore validate --help --version' -- "$cur")
     return
   fi
 
@@ -44,7 +44,7 @@ _kaehost() {
       mapfile -t COMPREPLY < <(compgen -f -X '!*.so' -- "$cur"; compgen -d -- "$cur")
       return
       ;;
-    --output)
+    --junit | --output)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$cur")
       return
@@ -58,6 +58,7 @@ _kaehost() {
     import) options='--help --json --output --quiet' ;;
     list) options='--document --help --json --missing' ;;
     restore) options='--help --json --live --netns --quiet' ;;
+    validate) options='--help --exclude --include --json --junit --list --only-failed --seed --timeout' ;;
     *) return ;;
   esac
   if [[ $cur == -* ]]; then
@@ -67,7 +68,7 @@ _kaehost() {
 
   case $command in
     apply | check) word='*.xml' ;;
-    inspect) word='*.so' ;;
+    inspect | validate) word='*.so' ;;
     import) word='*.conf' ;;
     list)
       options=$("${COMP_WORDS[0]}" list 2>/dev/null | sed '1d; s/^ *//; s/ .*//')

@@ -31,5 +31,6 @@ void AddInspect(CLI::App& app, Chosen& chosen);
 void AddImport(CLI::App& app, Chosen& chosen);
 void AddList(CLI::App& app, Chosen& chosen);
 void AddRestore(CLI::App& app, Chosen& chosen);
+void AddValidate(CLI::App& app, Chosen& chosen);
 
 }  // namespace devhost

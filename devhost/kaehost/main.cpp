@@ -120,6 +120,7 @@ int main(int argc, char** argv) try {
   AddImport(app, chosen);
   AddList(app, chosen);
   AddRestore(app, chosen);
+  AddValidate(app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");
   }

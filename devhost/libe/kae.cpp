@@ -16,7 +16,9 @@ kaeCPLayer::kaeCPLayer() = default;
 kaeCPLayer::~kaeCPLayer() = default;
 
 bool kaeRequest::SendSuccess(kaml_content* body) {
-  const bool is_taken = static_cast<Request*>(this)->Answer(Reply::kSuccess, "", "");
+  auto* const request = static_cast<Request*>(this);
+  request->has_body_ = body != nullptr;
+  const bool is_taken = request->Answer(Reply::kSuccess, "", "");
   if (observer != nullptr) {
     observer("SendSuccess", {TextOf(body)}, TextOf(is_taken));
   }
@@ -32,6 +34,9 @@ bool kaeRequest::SendError(const std::string& error, const std::string& detail) 
 }
 
 bool Request::Answer(Reply reply, const std::string& error, const std::string& detail) {
+  if (at_reply_) {
+    at_reply_();
+  }
   if (reply_ != Reply::kNone) {
     answered_again_ = true;
     return false;

@@ -75,7 +75,8 @@ TEST(Usage, LinesOfHelpFitOnATerminal) {
                                                     {"import", "--help"},
                                                     {"inspect", "--help"},
                                                     {"list", "--help"},
-                                                    {"restore", "--help"}}) {
+                                                    {"restore", "--help"},
+                                                    {"validate", "--help"}}) {
     std::istringstream lines(Kaehost(arguments).out);
     int count = 0;
     for (std::string line; std::getline(lines, line); ++count) {

@@ -11,10 +11,10 @@
 #include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
-#include "devhost/kaehost/import/output_file.h"
 #include "devhost/kaehost/import/report.h"
 #include "devhost/kaehost/import/sysctl_to_document.h"
 #include "devhost/kaehost/json_failure.h"
+#include "devhost/kaehost/kernel/output_file.h"
 #include "devhost/kaehost/text/json.h"
 #include "devhost/kaehost/text/output.h"
 

@@ -34,8 +34,32 @@ std::string DefaultPlugin() {
   return exists(beside, unreadable) ? beside : installed.lexically_normal();
 }
 
-void Plugin::Unload::operator()(void* library) const {
-  Traced("dlclose", {}, [library]() noexcept { return dlclose(library) == 0; });
+void PluginLibrary::Unload::operator()(void* handle) const {
+  Traced("dlclose", {}, [handle]() noexcept { return dlclose(handle) == 0; });
+}
+
+PluginLibrary::PluginLibrary(const std::string& path) {
+  std::error_code unreadable;
+  if (std::filesystem::is_fifo(path, unreadable)) {
+    throw PluginError(path + ": the plug-in does not load: not a regular file");
+  }
+  if (LacksItsEnd(path)) {
+    throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
+  }
+  // The loader is not written for exceptions, such as those of a library's constructors.
+  handle_.reset(Traced("dlopen", {TextOf(path.c_str())}, [&path]() noexcept {
+    return dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+  }));
+  if (handle_ == nullptr) {
+    throw PluginError(path + ": the plug-in does not load: " + LoaderError(path));
+  }
+  pointer_ = static_cast<kaePlugin**>(dlsym(handle_.get(), "this_kae_plugin"));
+  if (pointer_ == nullptr) {
+    throw PluginError(path + ": not a plug-in: it does not export the symbol this_kae_plugin");
+  }
+  if (*pointer_ == nullptr) {
+    throw PluginError(path + ": not a plug-in: its this_kae_plugin is null");
+  }
 }
 
 template <class Operation>
@@ -47,29 +71,7 @@ auto Plugin::Call(const char* name, Operation operation) const {
   }
 }
 
-Plugin::Plugin(const std::string& path) : path_(path) {
-  std::error_code unreadable;
-  if (std::filesystem::is_fifo(path, unreadable)) {
-    throw PluginError(path + ": the plug-in does not load: not a regular file");
-  }
-  if (LacksItsEnd(path)) {
-    throw PluginError(path + ": the plug-in does not load: the file is truncated; copy it again");
-  }
-  // The loader is not written for exceptions, such as those of a library's constructors.
-  library_.reset(Traced("dlopen", {TextOf(path.c_str())}, [&path]() noexcept {
-    return dlopen(WithSlash(path).c_str(), RTLD_NOW | RTLD_LOCAL);
-  }));
-  if (library_ == nullptr) {
-    throw PluginError(path_ + ": the plug-in does not load: " + LoaderError(path_));
-  }
-  void* symbol = dlsym(library_.get(), "this_kae_plugin");
-  if (symbol == nullptr) {
-    throw PluginError(path_ + ": not a plug-in: it does not export the symbol this_kae_plugin");
-  }
-  plugin_ = *static_cast<kaePlugin**>(symbol);
-  if (plugin_ == nullptr) {
-    throw PluginError(path_ + ": not a plug-in: its this_kae_plugin is null");
-  }
+Plugin::Plugin(const std::string& path) : path_(path), library_(path), plugin_(library_.object()) {
   if (!Call("InitPlugin", [this] { return plugin_->InitPlugin(); })) {
     throw PluginError(path_ + ": the plug-in is not ready: its InitPlugin returned false");
   }

@@ -20,6 +20,28 @@ struct Layer {
   kaeCPLayer::StopCB* stop;
 };
 
+// A plug-in's library, which is unloaded with this object.
+class PluginLibrary {
+ public:
+  // Loads the library at `path` and finds the plug-in's object. Throws PluginError.
+  explicit PluginLibrary(const std::string& path);
+
+  // What dlopen returned.
+  void* handle() const { return handle_.get(); }
+
+  // The exported pointer, and the object to which it points.
+  kaePlugin** pointer() const { return pointer_; }
+  kaePlugin* object() const { return *pointer_; }
+
+ private:
+  struct Unload {
+    void operator()(void* handle) const;
+  };
+
+  std::unique_ptr<void, Unload> handle_;
+  kaePlugin** pointer_ = nullptr;
+};
+
 // A loaded plug-in. It is cleaned up and unloaded with this object, which must outlive its layers
 // and whatever the plug-in throws.
 class Plugin {
@@ -30,6 +52,8 @@ class Plugin {
   Plugin(const Plugin&) = delete;
   Plugin& operator=(const Plugin&) = delete;
 
+  const PluginLibrary& library() const { return library_; }
+
   // The texts of the plug-in. They throw PluginError.
   std::string name() const;
   std::string version() const;
@@ -38,17 +62,13 @@ class Plugin {
   Layer NewLayer() const;
 
  private:
-  struct Unload {
-    void operator()(void* library) const;
-  };
-
   // Returns what `operation` returns. Whatever it throws becomes a PluginError with its name.
   template <class Operation>
   auto Call(const char* name, Operation operation) const;
 
   std::string path_;
-  std::unique_ptr<void, Unload> library_;
-  kaePlugin* plugin_ = nullptr;
+  PluginLibrary library_;
+  kaePlugin* const plugin_;
 };
 
 }  // namespace devhost

@@ -168,6 +168,12 @@ std::string Worker::Receive(std::size_t size) {
 
 void Worker::EndOrders() const { shutdown(socket_, SHUT_WR); }
 
+void Worker::Kill() const {
+  if (!status_) {
+    kill(process_, SIGKILL);
+  }
+}
+
 bool Worker::HasEndedWell() {
   if (!status_) {
     EndOrders();

@@ -56,6 +56,9 @@ class Worker {
   // Waits for the next answer. Returns none if the worker ended without it or sent something else.
   std::optional<Json> Answer();
 
+  // Kills the worker, if its end was not awaited yet.
+  void Kill() const;
+
   // Waits for the end of the worker. Returns whether its work was done.
   bool HasEndedWell();
 

@@ -1,4 +1,4 @@
-#include "devhost/kaehost/import/output_file.h"
+#include "devhost/kaehost/kernel/output_file.h"
 
 #include <fcntl.h>
 #include <linux/magic.h>

@@ -1,0 +1,185 @@
+// kaehost validate: the options and the help.
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <random>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "devhost/kaehost/commands.h"
+#include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/json_failure.h"
+#include "devhost/kaehost/kernel/output_file.h"
+#include "devhost/kaehost/plugin/plugin.h"
+#include "devhost/kaehost/process/interruption.h"
+#include "devhost/kaehost/text/characters.h"
+#include "devhost/kaehost/text/output.h"
+#include "devhost/kaehost/validate/report.h"
+#include "devhost/kaehost/validate/runner.h"
+
+namespace devhost {
+namespace {
+
+constexpr const char* kFooter =
+    R"(Each test runs in a process and a private namespace of its own, where it cannot
+change the machine's own tunables. A test is passed, failed, skipped, crashed or
+timed out. Tests of what "tcp-settings" documents do are skipped for a plug-in
+of another kind.
+
+Examples:
+  kaehost validate                         the default plug-in of kaehost apply
+  kaehost validate --junit report.xml ./libkaetcp.so
+  kaehost validate --include fails-at --only-failed
+
+Exit status:
+  0   all tests passed, except those that were skipped
+  1   a test failed, crashed or timed out
+  2   the command line is bad, or no test has such a name
+  3   the plug-in does not load or makes no layer
+  77  cannot create a private namespace)";
+
+struct Options {
+  std::string plugin = DefaultPlugin();
+  std::string include;
+  std::string exclude;
+  std::string junit;
+  int timeout = 30;
+  std::optional<unsigned> seed;
+  bool list = false;
+  bool only_failed = false;
+  bool json = false;
+};
+
+int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
+  if (options.json) {
+    const Json about = {
+        {"plugin", options.plugin}
+    };
+    return PrintJsonFailure(sentence, status, about);
+  }
+  TellError(sentence);
+  return status;
+}
+
+std::vector<const Test*> Selected(const Options& options) {
+  std::vector<const Test*> selected = AllTests();
+  std::erase_if(selected, [&](const Test* test) {
+    return !std::regex_search(test->name, std::regex(options.include)) ||
+           (!options.exclude.empty() && std::regex_search(test->name, std::regex(options.exclude)));
+  });
+  return selected;
+}
+
+ExitStatus StatusOf(const Validation& validation) {
+  if (!validation.is_loaded) {
+    return kNoPlugin;
+  }
+  bool is_well = !validation.interrupted_by;
+  for (const TestResult& result : validation.results) {
+    is_well = is_well && !IsBad(result.result);
+  }
+  return is_well ? kDone : kFailed;
+}
+
+int Run(const Options& options, const Plan& plan) {
+  constexpr std::chrono::seconds kPatience(1);
+  if (!options.json) {
+    Out() << "kaehost: " << Visible(plan.plugin) << " on " << ThisKernel() << ", seed " << plan.seed
+          << std::endl;
+  }
+  Interruption interruption(kPatience);
+  const auto tell = [&options](const TestResult& result) {
+    if (!options.json && (!options.only_failed || IsBad(result.result))) {
+      Tell(result);
+    }
+  };
+  const Validation validation = RunTests(plan, interruption, tell);
+  const ExitStatus status = StatusOf(validation);
+  if (!options.junit.empty()) {
+    WriteWhole(options.junit, JUnitReport(plan, validation));
+  }
+  if (options.json) {
+    Out() << JsonReport(plan, validation, status) << '\n';
+  } else {
+    Out() << "kaehost: " << AboutCounts(validation) << '\n';
+  }
+  if (validation.interrupted_by) {
+    TellError("interrupted by signal " + std::to_string(*validation.interrupted_by) +
+              "; the other tests were not run");
+  }
+  return status;
+}
+
+int Validate(const Options& options) try {
+  const std::vector<const Test*> selected = Selected(options);
+  if (selected.empty()) {
+    return Fail(options, kBadInput,
+                "no test has such a name; 'kaehost validate --list' shows the names");
+  }
+  if (options.list) {
+    TellTests(selected);
+    return kDone;
+  }
+  const unsigned seed = options.seed ? *options.seed : std::random_device()();
+  return Run(options, {options.plugin, selected, std::chrono::seconds(options.timeout), seed});
+} catch (const std::exception& error) {
+  return Fail(options, StatusFor(error), SentenceOf(error));
+}
+
+std::string AboutExpression(const std::string& text) {
+  try {
+    const std::regex valid(text);
+    return "";
+  } catch (const std::regex_error&) {
+    return "\"" + Visible(text) + "\" is not a regular expression; quote special characters by \\";
+  }
+}
+
+}  // namespace
+
+void AddValidate(CLI::App& app, Chosen& chosen) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* validate =
+      app.add_subcommand("validate", "Test whether a plug-in is what it should be, on this kernel");
+  validate->footer(kFooter);
+  validate->add_option(
+      "PLUGIN", options->plugin,
+      "Test this plug-in; default: libkaetcp.so in the folder of this program, or else the "
+      "installed one");
+  validate->add_option("--exclude", options->exclude, "Leave out tests whose name matches this")
+      ->type_name("RE")
+      ->take_last()
+      ->check(AboutExpression);
+  validate->add_option("--include", options->include, "Run only tests whose name matches this")
+      ->type_name("RE")
+      ->take_last()
+      ->check(AboutExpression);
+  CLI::Option* list =
+      validate->add_flag("--list", options->list, "Print the names of the tests, and run none");
+  validate->add_flag("--json", options->json, "Print one JSON document instead")->excludes(list);
+  validate
+      ->add_option("--junit", options->junit,
+                   "Also write the report to this file, as JUnit XML, whole or not at all")
+      ->type_name("FILE")
+      ->take_last()
+      ->excludes(list);
+  validate->add_flag("--only-failed", options->only_failed,
+                     "Print only tests that failed, crashed or timed out, and the counts");
+  validate
+      ->add_option("--seed", options->seed,
+                   "Start the random values of the tests from this number, as an earlier run did")
+      ->type_name("N")
+      ->take_last();
+  validate->add_option("--timeout", options->timeout, "Kill a test after this time; default: 30")
+      ->type_name("SECONDS")
+      ->take_last()
+      ->check(CLI::Range(1, 3600));
+  validate->callback([options, &chosen] { chosen.run = [options] { return Validate(*options); }; });
+}
+
+}  // namespace devhost
