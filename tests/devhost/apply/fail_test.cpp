@@ -99,7 +99,7 @@ TEST_F(Fail, ReachesACoreFileAndEveryTime) {
 }
 
 TEST_F(Fail, CanMeetTheSecondRequest) {
-  const json session = Apply({document_, "--fail", "ipv4/tcp_wmem=EISDIR:3"});
+  const json session = Apply({"--fail", "ipv4/tcp_wmem=EISDIR:3", document_});
   EXPECT_EQ(session["requests"][0]["reply"], "success");
   EXPECT_EQ(session["requests"][1]["reply"], "error");
   EXPECT_EQ(session["restored"], true);

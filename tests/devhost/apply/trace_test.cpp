@@ -24,6 +24,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -50,8 +51,8 @@ class Trace : public testing::Test {
   }
 
   const TempFolder folder_;
-  const std::string document_ =
-      folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack><x/>\n</tcp-settings>");
+  const std::string document_ = folder_.Write(
+      "document.xml", "<tcp-settings><tcp_sack>0</tcp_sack><x/>\n<!-- --></tcp-settings>");
 };
 
 std::vector<json> Objects(const std::string& text) {
@@ -136,7 +137,8 @@ TEST_F(Trace, HasTheCallsToTheHostWithArgumentsAndResults) {
                                "kaml_text \"0\" = \"0\"",
                                "kaml_cont_next <x> = \"\n\"",
                                "kaml_elem_name \"\n\" = null",
-                               "kaml_cont_next \"\n\" = null",
+                               "kaml_cont_next \"\n\" = content of type 2",
+                               "kaml_cont_next content of type 2 = null",
                            }),
                            testing::Contains("SendSuccess null = true").Times(1)));
   EXPECT_EQ(calls.back(), "SendSuccess null = true");
@@ -156,6 +158,13 @@ TEST_F(Trace, HasTheFilesOfEachPass) {
                           HasSubstr("\ntrace:   open /proc/sys/net/ipv4/tcp_sack for writing\n"),
                           HasSubstr("\ntrace:   open /proc/sys/net/ipv4/tcp_bic for writing: No "
                                     "such file or directory\n")));
+}
+
+TEST_F(Trace, HasNoFilesThatKaehostOpens) {
+  const std::string path = TestPlugin("working");
+  EXPECT_THAT(Apply({"--plugin", path}).err,
+              StartsWith("trace: dlopen(\"" + path + "\")\ntrace:   open " + path +
+                         " for reading\ntrace: dlopen returned (object)\n"));
 }
 
 TEST_F(Trace, ChangesNothingElse) {
