@@ -106,7 +106,8 @@ class Layer : public kaTCPLayer {
     }
     const bool is_done = Serve(request, content);
     BreakValues(ValuesIn(content));
-    const bool is_repeated = is_served_ && request == last_request_ && IsSettings(content);
+    const bool is_repeated = is_served_ && request == last_request_ && IsSettings(content) &&
+                             ErrorOfOpening(kVictim) == 0;
     last_request_ = request;
     is_served_ = is_served_ || is_done;
     has_failed_ = has_failed_ || (!is_done && IsSettings(content));
