@@ -52,7 +52,7 @@ std::string Attribute(const std::string& text) {
 
 void Append(std::ostream& xml, const TestResult& result) {
   const std::string about = Attribute(AboutResult(result));
-  xml << "    <testcase classname=\"kaehost.validate\" name=\"" << result.test->name << "\" time=\""
+  xml << R"(    <testcase classname="kaehost.validate" name=")" << result.test->name << "\" time=\""
       << Seconds(result.time).count() << '"';
   switch (result.result) {
     case Result::kPassed:

@@ -257,6 +257,7 @@ void WorksOnThreads(Trial& trial) {
   trial.Step("layers on four threads");
   {
     std::vector<std::thread> threads;
+    threads.reserve(problems.size());
     for (std::string& problem : problems) {
       threads.emplace_back([&plugin, &problem] {
         try {

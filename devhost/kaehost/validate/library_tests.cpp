@@ -219,7 +219,7 @@ constexpr Test kTests[] = {
      Needs::kReply,                                                                                                                   LeavesTheHostsWords            },
     {"has-one-name",                        "name and version are the same each time and through each base class",
      Needs::kPlugin,                                                                                                                  HasOneName                     },
-    {"is-called-tcp",                       "the name is \"TCP\" and the version \"001.000\"",                     Needs::kCatalogue,
+    {"is-called-tcp",                       R"(the name is "TCP" and the version "001.000")",                      Needs::kCatalogue,
      IsCalledTcp                                                                                                                                                     },
     {"initialises-again",                   "InitPlugin returns true again, also after CleanupPlugin",
      Needs::kRelease,                                                                                                                 InitialisesAgain               },
