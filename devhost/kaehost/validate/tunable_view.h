@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace devhost {
@@ -27,6 +28,9 @@ class TunableView {
 
   // Puts the kernel's file there again.
   void PutBack(const std::string& name);
+
+ private:
+  const std::filesystem::path view_ = "/proc/fs/view";
 };
 
 }  // namespace devhost

@@ -193,13 +193,12 @@ class Layer : public kaTCPLayer {
       }
     } else if (Breaks("replies-once: throws")) {
       throw std::string("no luck");
-    } else if (Breaks("works-on-threads") && std::this_thread::get_id() != loader) {
+    } else if ((Breaks("works-on-threads") && std::this_thread::get_id() != loader) ||
+               (Breaks("works-with-full-output") && write(STDOUT_FILENO, "\n", 1) < 0 &&
+                errno == ENOSPC)) {
       return Fail(request);
     } else if (Breaks("works-with-closed-output") && fcntl(STDOUT_FILENO, F_GETFD) < 0) {
       return false;
-    } else if (Breaks("works-with-full-output") && write(STDOUT_FILENO, "\n", 1) < 0 &&
-               errno == ENOSPC) {
-      return Fail(request);
     } else if (Breaks("prints-no-errors")) {
       std::fputs("an error\n", stderr);
     } else if (Breaks("closes-its-files")) {
