@@ -13,10 +13,10 @@ namespace {
 
 // A container stands for the first value of its file; the child rows right after it are the further
 // values, in the file's order.
-enum Kind { kCore, kPlain, kContainer, kChild };
+enum Kind : char { kCore, kPlain, kContainer, kChild };
 
 // What the value of a new layer's setting is: the kernel's own or the default.
-enum Start { kFromKernel, kFromDefault };
+enum Start : char { kFromKernel, kFromDefault };
 
 struct Row {
   // The texts themselves and not pointers to them. The address of a name is its setting's key, so

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 namespace devhost {
 namespace {
@@ -28,7 +29,7 @@ std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind
 // Removes the mount at the path at its end.
 class Unmount {
  public:
-  explicit Unmount(const std::string& path) : path_(path) {}
+  explicit Unmount(std::string path) : path_(std::move(path)) {}
   ~Unmount() { umount2(path_.c_str(), MNT_DETACH); }
   Unmount(const Unmount&) = delete;
   Unmount& operator=(const Unmount&) = delete;

@@ -53,7 +53,7 @@ OpenCall CallFrom(const seccomp_data& data) {
   const int path = data.nr == SYS_openat ? 1 : 0;
   OpenCall call = {
       path == 1 ? static_cast<int>(data.args[0]) : AT_FDCWD,
-      reinterpret_cast<const char*>(at(path)), "",
+      reinterpret_cast<const char*>(at(path)), "",  // NOLINT(performance-no-int-to-ptr)
       data.nr == kCreat ? O_CREAT | O_WRONLY | O_TRUNC : static_cast<int>(data.args[path + 1]),
       static_cast<mode_t>(data.args[data.nr == kCreat ? 1 : path + 2])};
   if (faccessat(call.folder, call.address, F_OK, 0) == 0 || errno != EFAULT) {

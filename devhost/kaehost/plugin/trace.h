@@ -33,7 +33,7 @@ void StartWatch(const Watch& watch);
 // Operations of a plug-in that return nothing, return this for the trace.
 struct Nothing {};
 
-inline std::string TextOf(Nothing) { return ""; }
+inline std::string TextOf(Nothing /*none*/) { return ""; }
 inline std::string TextOf(const std::string& text) { return TextOf(text.c_str()); }
 inline std::string TextOf(const void* object) { return object != nullptr ? "(object)" : "null"; }
 
