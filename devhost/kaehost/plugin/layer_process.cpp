@@ -42,8 +42,10 @@ Json Released(const Layer& layer) {
 
 Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
               const Worker::Orders& orders) {
+  std::string name = plugin.name();
+  name += ", version " + plugin.version();  // after the name with each compiler
   orders.Answer({
-      {"plugin", plugin.name() + ", version " + plugin.version()}
+      {"plugin", name}
   });
   if (!orders.Next()) {
     return Json::object();

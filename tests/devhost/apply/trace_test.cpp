@@ -111,14 +111,15 @@ void ForbidFilters() {
 
 TEST_F(Trace, HasTheCallsIntoThePluginInTheirOrder) {
   const std::string path = '"' + TestPlugin("working") + '"';
-  EXPECT_THAT(Calls("working"),
-              ElementsAre("dlopen(" + path + ")", "dlopen returned (object)", "InitPlugin()",
-                          "InitPlugin returned true", "GetVersion()", "GetVersion returned \"1.0\"",
-                          "GetName()", "GetName returned \"test plug-in\"", "GetNewLayer()",
-                          "GetNewLayer returned (object)", "do_Configure(request, <tcp-settings>)",
-                          "  SendSuccess(null) = true", "do_Configure returned true",
-                          "do_Release()", "do_Release returned", "CleanupPlugin()",
-                          "CleanupPlugin returned", "dlclose()", "dlclose returned true"));
+  EXPECT_THAT(
+      Calls("working"),
+      ElementsAre("dlopen(" + path + ")", "dlopen returned (object)", "InitPlugin()",
+                  "InitPlugin returned true", "GetName()", "GetName returned \"test plug-in\"",
+                  "GetVersion()", "GetVersion returned \"1.0\"", "GetNewLayer()",
+                  "GetNewLayer returned (object)", "do_Configure(request, <tcp-settings>)",
+                  "  SendSuccess(null) = true", "do_Configure returned true", "do_Release()",
+                  "do_Release returned", "CleanupPlugin()", "CleanupPlugin returned", "dlclose()",
+                  "dlclose returned true"));
 }
 
 TEST_F(Trace, HasTheCallsToTheHostWithArgumentsAndResults) {
