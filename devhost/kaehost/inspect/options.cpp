@@ -44,17 +44,6 @@ struct Options {
   bool quiet = false;
 };
 
-int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
-  if (options.json) {
-    const Json about = {
-        {"plugin", options.plugin}
-    };
-    return PrintJsonFailure(sentence, status, about);
-  }
-  TellError(sentence);
-  return status;
-}
-
 int Inspect(const Options& options) try {
   EnterPrivateNamespace();
   constexpr std::chrono::seconds kPatience(5);
@@ -67,7 +56,7 @@ int Inspect(const Options& options) try {
   }
   return kDone;
 } catch (const std::exception& error) {
-  return Fail(options, StatusFor(error), SentenceOf(error));
+  return TellPluginFailure(options.plugin, options.json, SentenceOf(error), StatusFor(error));
 }
 
 }  // namespace

@@ -33,9 +33,7 @@ void ExpectLifeWithOutput(Trial& trial, int output) {
   dup2(former, STDOUT_FILENO);
   std::cout.clear();
   ExpectSuccess(answer);
-  const std::vector<Change> changes = Compare(expected, after);
-  Expect(changes.empty(), "the tunables get their values",
-         changes.empty() ? "" : changes.front().tunable + " = " + changes.front().after);
+  ExpectTunables("after a request", expected, after);
   ExpectTunables("after do_Release", before);
 }
 
@@ -53,11 +51,7 @@ void PrintsItsProgress(Trial& trial) {
   std::string text;
   {
     const PrintedText printed;
-    const Layer layer = trial.NewLayer();
-    trial.Configure(layer, {
-                               {"tcp_sack", "0"}
-    });
-    trial.Release(layer);
+    trial.LeadALife();
     text = printed.Output();
   }
   std::size_t at = 0;
@@ -77,11 +71,7 @@ void PrintsNoErrors(Trial& trial) {
   std::string text;
   {
     const PrintedText printed;
-    const Layer layer = trial.NewLayer();
-    trial.Configure(layer, {
-                               {"tcp_sack", "0"}
-    });
-    trial.Release(layer);
+    trial.LeadALife();
     text = printed.Errors();
   }
   ExpectText("on standard error, the plug-in prints", "", text);
@@ -138,11 +128,7 @@ std::string StateOfProcess() {
 
 void LeavesTheProcessAsItIs(Trial& trial) {
   const std::string before = StateOfProcess();
-  const Layer layer = trial.NewLayer();
-  trial.Configure(layer, {
-                             {"tcp_sack", "0"}
-  });
-  trial.Release(layer);
+  trial.LeadALife();
   ExpectText("after a life, the state of the process is", before, StateOfProcess());
 }
 

@@ -111,9 +111,7 @@ void RollsBackBeforeTheReply(Trial& trial) {
                       {"tcp_keepalive_time", "60"}
   }),
                   "a document", [&at_reply] { at_reply = ReadTunables(); });
-  const std::vector<Change> changes = Compare(before, at_reply);
-  Expect(changes.empty(), "all tunables are restored when SendError is called",
-         changes.empty() ? "" : changes.front().tunable + " = " + changes.front().after);
+  ExpectTunables("when SendError is called, all are restored", before, at_reply);
   view.PutBack(kVictim);
   trial.Release(layer);
 }
@@ -165,9 +163,7 @@ void ReleasesBehindAnObstacle(Trial& trial) {
   Tunables found = ReadTunables();
   expected.erase("ipv4/tcp_fin_timeout");
   found.erase("ipv4/tcp_fin_timeout");
-  const std::vector<Change> changes = Compare(expected, found);
-  Expect(changes.empty(), "do_Release restores all tunables except the one that is read-only",
-         changes.empty() ? "" : changes.front().tunable + " = " + changes.front().after);
+  ExpectTunables("do_Release restores all except the read-only one", expected, found);
 }
 
 constexpr Test kTests[] = {

@@ -55,17 +55,6 @@ struct Options {
   bool json = false;
 };
 
-int Fail(const Options& options, ExitStatus status, const std::string& sentence) {
-  if (options.json) {
-    const Json about = {
-        {"plugin", options.plugin}
-    };
-    return PrintJsonFailure(sentence, status, about);
-  }
-  TellError(sentence);
-  return status;
-}
-
 std::vector<const Test*> Selected(const Options& options) {
   std::vector<const Test*> selected = AllTests();
   std::erase_if(selected, [&](const Test* test) {
@@ -118,8 +107,9 @@ int Run(const Options& options, const Plan& plan) {
 int Validate(const Options& options) try {
   const std::vector<const Test*> selected = Selected(options);
   if (selected.empty()) {
-    return Fail(options, kBadInput,
-                "no test has such a name; 'kaehost validate --list' shows the names");
+    return TellPluginFailure(options.plugin, options.json,
+                             "no test has such a name; 'kaehost validate --list' shows the names",
+                             kBadInput);
   }
   if (options.list) {
     TellTests(selected);
@@ -128,7 +118,7 @@ int Validate(const Options& options) try {
   const unsigned seed = options.seed ? *options.seed : std::random_device()();
   return Run(options, {options.plugin, selected, std::chrono::seconds(options.timeout), seed});
 } catch (const std::exception& error) {
-  return Fail(options, StatusFor(error), SentenceOf(error));
+  return TellPluginFailure(options.plugin, options.json, SentenceOf(error), StatusFor(error));
 }
 
 std::string AboutExpression(const std::string& text) {

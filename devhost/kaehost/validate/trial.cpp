@@ -123,10 +123,18 @@ bool KnowsTcpSettings() {
   return std::find(names.begin(), names.end(), "tcp-settings") != names.end();
 }
 
-void ExpectTunables(const std::string& when, const Tunables& expected) {
+void Trial::LeadALife() {
+  const Layer layer = NewLayer();
+  Configure(layer, {
+                       {"tcp_sack", "0"}
+  });
+  Release(layer);
+}
+
+void ExpectTunables(const std::string& when, const Tunables& expected, const Tunables& seen) {
   std::string wanted;
   std::string found;
-  for (const Change& change : Compare(expected, ReadTunables())) {
+  for (const Change& change : Compare(expected, seen)) {
     wanted += (wanted.empty() ? "" : ", ") + change.tunable + " = " + change.before;
     found += (found.empty() ? "" : ", ") + change.tunable + " = " + change.after;
   }

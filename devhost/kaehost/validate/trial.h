@@ -71,6 +71,9 @@ class Trial {
 
   void Release(const Layer& layer);
 
+  // Makes a layer, sends it a request and releases it.
+  void LeadALife();
+
   // What the plug-in calls itself, if the test has asked.
   std::string name;
   std::string version;
@@ -85,8 +88,9 @@ class Trial {
 // Whether the plug-in has asked for the name of "tcp-settings" documents.
 bool KnowsTcpSettings();
 
-// Fails if the tunables differ from these.
-void ExpectTunables(const std::string& when, const Tunables& expected);
+// Fails if the tunables differ from those expected. `seen` are those of now.
+void ExpectTunables(const std::string& when, const Tunables& expected,
+                    const Tunables& seen = ReadTunables());
 
 // What this process prints.
 class PrintedText {
@@ -96,8 +100,7 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // What was printed on standard output and on standard error since the construction. Only before
-  // Stop.
+  // What was printed on standard output and on standard error since the construction.
   std::string Output() const;
   std::string Errors() const;
 
