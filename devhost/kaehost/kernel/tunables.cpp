@@ -115,7 +115,8 @@ Tunables ReadTunables() {
       continue;  // the values of a file follow one another
     }
     const std::string path = PathOf(file);
-    const std::size_t begin = path.starts_with(kFolder) ? kFolder.size() : 0;
+    const bool is_below = folder.get() >= 0 && path.starts_with(kFolder);
+    const std::size_t begin = is_below ? kFolder.size() : 0;
     if (std::optional<Reading> reading = ReadFile(folder.get(), path.c_str() + begin)) {
       tunables[file] = std::move(*reading);
     }

@@ -24,7 +24,8 @@ constexpr const char* kFooter =
     R"(Lists the elements that a document can name, with the value that the kernel has
 in this network namespace. No plug-in is loaded, and nothing is written. Without
 ELEMENT it prints a table, else all that is known of each element:
-  now        the value; "missing" if the kernel does not have the file
+  now        the value; "missing" if this network namespace does not have the
+             file, "unread" if it cannot be read
   default    the plug-in's own default
   imposed    whether the plug-in's first request writes the default if no
              document names the element
@@ -117,7 +118,7 @@ void AddList(CLI::App& app, Chosen& chosen) {
                                          "values of now");
   list->add_flag("--json", options->json, "Print one JSON document instead")->excludes(document);
   list->add_flag("--missing", options->missing,
-                 "List only the elements whose file the kernel does not have")
+                 "List only the elements whose file this network namespace does not have")
       ->excludes(document);
   list->callback([options, &chosen] {
     if (options->document && !options->elements.empty()) {

@@ -56,6 +56,14 @@ void MakeATunableWriteOnly() {
   }
 }
 
+void HideTunables() {
+  if (unshare(CLONE_NEWNS) != 0 ||
+      mount("none", "/proc/sys/net", "tmpfs", MS_RDONLY, "mode=0") != 0) {
+    _exit(99);
+  }
+  BecomeOrdinaryUser();
+}
+
 }  // namespace
 
 TEST_F(List, ShowsEachElementInALine) {
@@ -163,4 +171,14 @@ TEST_F(List, TellsWhatCannotBeRead) {
   const json in_json = json::parse(Kaehost({"list", "--json"}, MakeATunableWriteOnly).out);
   EXPECT_EQ(in_json["status"], 1);
   EXPECT_NE(in_json["elements"][10]["unread"], nullptr) << in_json["elements"][10];
+}
+
+TEST_F(List, TellsWhyNothingCanBeRead) {
+  const Outcome run = Kaehost({"list"}, HideTunables);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(Lines(run.err), 57);
+  EXPECT_THAT(run.err,
+              HasSubstr("\nkaehost: tcp_sack: /proc/sys/net/ipv4/tcp_sack: cannot be read: "
+                        "Permission denied\n"));
+  EXPECT_THAT(run.err, Not(HasSubstr("Bad file descriptor")));
 }
