@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <optional>
+#include <system_error>
 
 #include "devhost/kaehost/kernel/catalogue.h"
 #include "devhost/kaehost/kernel/obstacles.h"
@@ -61,7 +62,7 @@ Failure ReadFailure(const std::string& option) {
 
 FailingFiles::FailingFiles(const std::vector<Failure>& failures) {
   for (const Failure& failure : failures) {
-    files_.push_back({failure});
+    files_.emplace_back().failure = failure;
   }
 }
 
@@ -78,16 +79,24 @@ int FailingFiles::Open(const std::string& path, const std::function<int()>& open
   if (failing == nullptr) {
     return open();
   }
-  const int result = OpenBehindObstacle(failing->failure.error, path, open);
-  failing->has_happened = failing->has_happened || result == -failing->failure.error;
-  return result;
+  try {
+    const int result = OpenBehindObstacle(failing->failure.error, path, open);
+    failing->has_happened = failing->has_happened || result == -failing->failure.error;
+    return result;
+  } catch (const std::system_error& error) {
+    failing->refusal = error.what();
+    return open();
+  }
 }
 
 void FailingFiles::TellRest() const {
   for (const Counted& file : files_) {
     if (!file.has_happened) {
-      TellError("--fail " + file.failure.option + ": did not happen; the plug-in opened the file " +
-                std::to_string(file.openings) + (file.openings == 1 ? " time" : " times"));
+      TellError("--fail " + file.failure.option + ": did not happen; " +
+                (!file.refusal.empty() ? file.refusal
+                                       : "the plug-in opened " + (kFolder + file.failure.file) +
+                                             ' ' + std::to_string(file.openings) +
+                                             (file.openings == 1 ? " time" : " times")));
     }
   }
 }

@@ -34,6 +34,7 @@ class FailingFiles {
     Failure failure;
     int openings = 0;
     bool has_happened = false;
+    std::string refusal;  // why there could be no obstacle, empty if there could
   };
 
   std::vector<Counted> files_;

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace devhost {
@@ -25,6 +26,10 @@ constexpr OpenError kErrors[] = {
 };
 
 std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
+
+[[noreturn]] void Refuse() {
+  throw std::system_error(errno, std::generic_category(), "cannot put an obstacle there");
+}
 
 // Removes the mount at the path at its end.
 class Unmount {
@@ -65,8 +70,8 @@ int WithoutDescriptors(const std::function<int()>& open) {
 // it.
 int WithoutFile(const std::string& path, const std::function<int()>& open) {
   const std::string folder = FolderOf(path);
-  if (mount("/proc/sys/kernel", folder.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-    return -errno;
+  if (mount("/proc/sys/kernel", folder.c_str(), nullptr, MS_BIND | MS_REC, nullptr) != 0) {
+    Refuse();
   }
   const Unmount at_end(folder);
   return open();
@@ -77,19 +82,22 @@ int ReadOnly(const std::string& path, const std::function<int()>& open) {
   struct statvfs status = {};
   if (statvfs(path.c_str(), &status) != 0 ||
       mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
-    return -errno;
+    Refuse();
   }
   const Unmount at_end(path);
   const auto kept = status.f_flag & (ST_NOSUID | ST_NODEV | ST_NOEXEC);
   const unsigned long flags = MS_BIND | MS_REMOUNT | MS_RDONLY | kept;
-  return mount(nullptr, path.c_str(), nullptr, flags, nullptr) == 0 ? open() : -errno;
+  if (mount(nullptr, path.c_str(), nullptr, flags, nullptr) != 0) {
+    Refuse();
+  }
+  return open();
 }
 
 // Instead of the file, there is something that cannot be opened.
 int OpenOther(int error, const std::string& path, const std::function<int()>& open) {
   const std::string folder = FolderOf(path);
   if (mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) != 0) {
-    return -errno;
+    Refuse();
   }
   const Unmount at_end(folder);
   const char* name = path.c_str();
@@ -98,7 +106,7 @@ int OpenOther(int error, const std::string& path, const std::function<int()>& op
                      : error == ENXIO ? mknod(name, S_IFSOCK | 0600, 0)
                                       : mknod(name, S_IFREG, 0);
   if (result != 0) {
-    return -errno;
+    Refuse();
   }
   return error == EACCES ? WithoutOverride(open) : open();
 }

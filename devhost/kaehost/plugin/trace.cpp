@@ -1,14 +1,16 @@
 #include "devhost/kaehost/plugin/trace.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <exception>
 #include <new>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "devhost/kaehost/plugin/open_calls.h"
 #include "devhost/kaehost/plugin/plugin_error.h"
@@ -19,7 +21,9 @@ namespace devhost {
 namespace {
 
 TraceForm the_form = TraceForm::kNone;
-int depth = 0;  // of calls into the plug-in: outside of them, files are opened by this program
+
+// Of calls into the plug-in: outside of them, the main thread opens files for this program.
+std::atomic<int> depth = 0;
 
 // What cannot be written is lost.
 void Write(const std::string& line) {
@@ -60,21 +64,24 @@ void TraceHostCall(const char* call, const std::vector<std::string>& arguments,
       "  " + std::string(call) + Joined(arguments) + " = " + result);
 }
 
-int OpenTraced(const Watch& watch, const OpenCall& call) {
-  if (depth == 0) {
-    return call.Run();
+// Only a call for a tunable is done by another thread: others can wait for each other.
+std::optional<int> OpenTraced(const Watch& watch, const OpenCall& call) {
+  if (depth == 0 && call.thread == getpid()) {
+    return std::nullopt;
   }
-  const int result =
-      watch.open_file ? watch.open_file(call.path, [&call] { return call.Run(); }) : call.Run();
-  const bool writes = (call.flags & O_ACCMODE) != O_RDONLY;
-  const char* error = result < 0 ? std::strerror(-result) : nullptr;
+  std::optional<int> result;
+  if (call.path.starts_with("/proc/sys/net/") && call.CanRunHere()) {
+    result =
+        watch.open_file ? watch.open_file(call.path, [&call] { return call.Run(); }) : call.Run();
+  }
+  const char* error = result.value_or(0) < 0 ? std::strerror(-*result) : nullptr;
   Trace(
       {
           {"open",   call.path                              },
-          {"writes", writes                                 },
+          {"writes", call.writes                            },
           {"error",  error != nullptr ? Json(error) : Json()}
   },
-      "  open " + call.path + (writes ? " for writing" : " for reading") +
+      "  open " + call.path + (call.writes ? " for writing" : " for reading") +
           (error != nullptr ? std::string(": ") + error : ""));
   return result;
 }
@@ -88,6 +95,7 @@ void StartWatch(const Watch& watch) {
   }
   if (watch.trace != TraceForm::kNone) {
     observer = TraceHostCall;
+    std::signal(SIGPIPE, SIG_IGN);  // if nobody reads the trace, the plug-in goes on
   }
   const auto open = [watch](const OpenCall& call) { return OpenTraced(watch, call); };
   const int error = TakeOverOpenCalls(open);
@@ -119,18 +127,26 @@ std::string Thrown() {
   }
 }
 
-void TraceCall(const char* name, const std::vector<std::string>& arguments) {
+bool IsTracing() { return the_form != TraceForm::kNone; }
+
+void TraceCall(const char* name, std::initializer_list<std::string> arguments) {
   ++depth;
+  if (!IsTracing()) {
+    return;
+  }
   Trace(
       {
-          {"plugin_call", name     },
-          {"arguments",   arguments}
+          {"plugin_call", name                  },
+          {"arguments",   std::vector(arguments)}
   },
       name + Joined(arguments));
 }
 
 void TraceReturn(const char* name, const std::string& result) {
   --depth;
+  if (!IsTracing()) {
+    return;
+  }
   Trace(
       {
           {"plugin_return", name   },
@@ -142,6 +158,9 @@ void TraceReturn(const char* name, const std::string& result) {
 
 void TraceException(const char* name, const std::string& thrown) {
   --depth;
+  if (!IsTracing()) {
+    return;
+  }
   Trace(
       {
           {"plugin_return", name   },

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "devhost/libe/observer.h"
 
@@ -37,8 +37,11 @@ inline std::string TextOf(Nothing /*none*/) { return ""; }
 inline std::string TextOf(const std::string& text) { return TextOf(text.c_str()); }
 inline std::string TextOf(const void* object) { return object != nullptr ? "(object)" : "null"; }
 
+// Whether calls are traced. If not, no texts are made for them, which need memory.
+bool IsTracing();
+
 // Trace the begin and the end of a call of the host into the plug-in.
-void TraceCall(const char* name, const std::vector<std::string>& arguments);
+void TraceCall(const char* name, std::initializer_list<std::string> arguments);
 void TraceReturn(const char* name, const std::string& result);
 void TraceException(const char* name, const std::string& thrown);
 
@@ -47,16 +50,18 @@ std::string Thrown();
 
 // Calls `operation` as `name` of the plug-in and returns what it returns.
 template <class Operation>
-auto Traced(const char* name, const std::vector<std::string>& arguments, Operation operation) {
+auto Traced(const char* name, std::initializer_list<std::string> arguments, Operation operation) {
   TraceCall(name, arguments);
-  try {
-    auto result = operation();
-    TraceReturn(name, TextOf(result));
-    return result;
-  } catch (...) {
-    TraceException(name, Thrown());
-    throw;
-  }
+  auto result = [&] {
+    try {
+      return operation();
+    } catch (...) {
+      TraceException(name, IsTracing() ? Thrown() : "");
+      throw;
+    }
+  }();
+  TraceReturn(name, IsTracing() ? TextOf(result) : "");
+  return result;
 }
 
 }  // namespace devhost

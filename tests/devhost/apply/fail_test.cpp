@@ -2,10 +2,20 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -57,6 +67,34 @@ class Fail : public testing::Test {
   const std::string document_ =
       folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
 };
+
+// A user namespace cannot uncover what the mount covers.
+void CoverAFileBesideTheObstacle() {
+  constexpr const char* kFile = "/proc/sys/kernel/random/boot_id";
+  if (unshare(CLONE_NEWNS) != 0 || mount("/dev/null", kFile, nullptr, MS_BIND, nullptr) != 0) {
+    _exit(126);
+  }
+}
+
+// Kaehost mounts only obstacles without any flag.
+void ForbidObstacles() {
+  constexpr auto kFlags =
+      static_cast<unsigned>(offsetof(seccomp_data, args) + 3 * sizeof(seccomp_data::args[0]) +
+                            (std::endian::native == std::endian::big ? sizeof(unsigned) : 0));
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_mount, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlags),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOMEM),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+    _exit(126);
+  }
+}
 
 void ExpectBadOption(const std::string& option, const std::string& sentence) {
   const Outcome run = Kaehost({"apply", "--fail", option, "/nowhere.xml"});
@@ -127,10 +165,39 @@ TEST_F(Fail, TellsWhatDidNotHappen) {
       Kaehost({"apply", "--quiet", "--fail", "ipv4/tcp_sack=EACCES:9", "--fail",
                "ipv4/tcp_fack=EACCES:3", "--fail", "ipv4/tcp_ecn=EROFS:1", document_});
   EXPECT_EQ(run.err,
-            "kaehost: --fail ipv4/tcp_sack=EACCES:9: did not happen; the plug-in opened the file "
-            "3 times\n"
-            "kaehost: --fail ipv4/tcp_ecn=EROFS:1: did not happen; the plug-in opened the file "
-            "3 times\n");
+            "kaehost: --fail ipv4/tcp_sack=EACCES:9: did not happen; the plug-in opened "
+            "/proc/sys/net/ipv4/tcp_sack 3 times\n"
+            "kaehost: --fail ipv4/tcp_ecn=EROFS:1: did not happen; the plug-in opened "
+            "/proc/sys/net/ipv4/tcp_ecn 3 times\n");
+}
+
+TEST_F(Fail, WorksBesideMountsOfOthers) {
+  const Outcome run = Kaehost({"apply", "--quiet", "--fail", "ipv4/tcp_sack=ENOENT:2", document_},
+                              CoverAFileBesideTheObstacle);
+  EXPECT_EQ(run.err, "");
+  EXPECT_THAT(run.out, HasSubstr("1 rejected"));
+}
+
+TEST_F(Fail, OpensTheFileIfThereCanBeNoObstacle) {
+  const Outcome run =
+      Kaehost({"apply", "--as-is", "--fail", "ipv4/tcp_sack=ELOOP:1", document_}, ForbidObstacles);
+  EXPECT_THAT(run.err, HasSubstr("kaehost: --fail ipv4/tcp_sack=ELOOP:1: did not happen; cannot "
+                                 "put an obstacle there: Cannot allocate memory\n"));
+  EXPECT_THAT(run.out, HasSubstr("tcp_sack"));
+}
+
+TEST_F(Fail, LeavesAThreadInItsOwnNamespaceAlone) {
+  const Outcome run = Kaehost({"apply", "--quiet", "--plugin", TestPlugin("opens"), "--fail",
+                               "ipv4/tcp_sack=EACCES", document_},
+                              [] { setenv("OPENS", "in a namespace of a thread", 1); });
+  EXPECT_THAT(run.err, HasSubstr("opened /proc/sys/net/ipv4/tcp_sack 0 times\n"));
+}
+
+TEST_F(Fail, MeetsOpenat2) {
+  const Outcome run = Kaehost({"apply", "--verbose", "--plugin", TestPlugin("opens"), "--fail",
+                               "ipv4/tcp_sack=EACCES", document_},
+                              [] { setenv("OPENS", "with openat2", 1); });
+  EXPECT_THAT(run.out, HasSubstr("[result " + std::to_string(EACCES) + "]\n"));
 }
 
 TEST_F(Fail, IsForOrdinaryUsersToo) {

@@ -1,21 +1,35 @@
 // kaehost apply --trace: each call between host and plug-in, and each file that the plug-in opens.
 
 #include <gmock/gmock.h>
+#include <linux/capability.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <sched.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/utsname.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <future>
+#include <limits>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/plugin/open_calls.h"
+#include "devhost/kaehost/plugin/trace.h"
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -29,6 +43,18 @@ using testing::StartsWith;
 namespace {
 
 using Lines = std::vector<std::string>;
+
+// Its lines that are JSON objects.
+std::vector<json> Objects(const std::string& text) {
+  std::istringstream lines(text);
+  std::vector<json> objects;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with('{')) {
+      objects.push_back(json::parse(line));
+    }
+  }
+  return objects;
+}
 
 class Trace : public testing::Test {
  protected:
@@ -50,19 +76,23 @@ class Trace : public testing::Test {
     return lines;
   }
 
+  // With a plug-in that opens files in a certain way.
+  json Opens(const std::string& way, const Lines& options = {}) const {
+    Lines arguments = {"apply", "--json", "--trace", "--plugin", TestPlugin("opens"), document_};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Outcome run = Kaehost(arguments, [&] {
+      setenv("OPENS", way.c_str(), 1);
+      setenv("HOME", folder_.Path("").c_str(), 1);
+    });
+    json report = json::parse(run.out);
+    report["trace"] = Objects(run.err);
+    return report;
+  }
+
   const TempFolder folder_;
   const std::string document_ = folder_.Write(
       "document.xml", "<tcp-settings><tcp_sack>0</tcp_sack><x/>\n<!-- --></tcp-settings>");
 };
-
-std::vector<json> Objects(const std::string& text) {
-  std::istringstream lines(text);
-  std::vector<json> objects;
-  for (std::string line; std::getline(lines, line);) {
-    objects.push_back(json::parse(line));
-  }
-  return objects;
-}
 
 // The files that the plug-in opens in each pass, with the errors.
 json FilesOfAPass(bool writes) {
@@ -93,6 +123,53 @@ json During(const std::vector<json>& trace, const std::string& call, const std::
     }
   }
   return found;
+}
+
+// What a call returns that is never shown.
+struct Unseen {};
+
+std::string TextOf(Unseen /*none*/) { throw std::bad_alloc(); }
+
+bool IsKernelSince(int major, int minor) {
+  utsname kernel = {};
+  std::pair<int, int> version;
+  return uname(&kernel) == 0 &&
+         std::sscanf(kernel.release, "%d.%d", &version.first, &version.second) == 2 &&
+         version >= std::pair(major, minor);
+}
+
+// Whether the main thread can open files for a thread that has done `change`.
+bool CanOpenFor(const std::function<void()>& change) {
+  std::promise<pid_t> is_changed;
+  std::promise<void> is_asked;
+  std::thread thread([&] {
+    change();
+    is_changed.set_value(gettid());
+    is_asked.get_future().wait();
+  });
+  const pid_t id = is_changed.get_future().get();
+  const bool can = devhost::OpenCall{id, 0, {}, "", false}.CanRunHere();
+  is_asked.set_value();
+  thread.join();
+  return can;
+}
+
+void DropARight() {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct rights[_LINUX_CAPABILITY_U32S_3] = {};
+  syscall(SYS_capget, &header, rights);
+  rights[0].effective &= ~(1U << CAP_CHOWN);
+  syscall(SYS_capset, &header, rights);
+}
+
+// As much stack as a thread is given here, there is not.
+void ForbidThreads() {
+  rlimit stack = {};
+  getrlimit(RLIMIT_STACK, &stack);
+  stack.rlim_cur = std::numeric_limits<unsigned long>::max() / 4 * 3;
+  if (setrlimit(RLIMIT_STACK, &stack) != 0) {
+    _exit(126);
+  }
 }
 
 void ForbidFilters() {
@@ -218,4 +295,109 @@ TEST_F(Trace, TellsIfFilesCannotBeSeen) {
                                        "Device or resource busy\n"),
                              HasSubstr("\ntrace: do_Configure returned true\n"),
                              Not(HasSubstr("trace:   open "))));
+}
+
+TEST_F(Trace, MakesNoTextsIfThereIsNone) {
+  EXPECT_NO_THROW(devhost::Traced("do_Configure", {}, [] { return Unseen(); }));
+}
+
+TEST_F(Trace, IsLostIfNobodyReadsIt) {
+  const auto prepare = [] {
+    int ends[2];
+    if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) < 0 || close(ends[0]) != 0) {
+      _exit(126);
+    }
+  };
+  const Outcome run = Apply({}, prepare);
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr(": 1 applied"));
+}
+
+// For a few signals, the kernel forgets that there was a result.
+TEST_F(Trace, HasEachOpeningOnceUnderSignals) {
+  const json report = Opens("under signals");
+  const std::size_t openings = During(report["trace"], "do_Configure", "open").size();
+  EXPECT_GE(openings, 500U);
+  EXPECT_LE(openings, IsKernelSince(5, 19) ? 525U : 10'000U);
+  int leaked = -1;
+  for (const std::string line : report["progress"]) {
+    std::sscanf(line.c_str(), "[leaked %d]", &leaked);
+  }
+  EXPECT_GE(leaked, 0);
+  EXPECT_LE(leaked, 25);
+}
+
+TEST_F(Trace, LetsAThreadOpenFilesInItsOwnNamespace) {
+  const json report = Opens("in a namespace of a thread");
+  EXPECT_THAT(report["progress"], Not(testing::Contains("[no namespace]")));
+  EXPECT_EQ(report["restored_by_kaehost"], json::array());
+  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), json::parse(R"([
+      {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null}])"));
+}
+
+TEST_F(Trace, LetsAThreadWithOtherSurroundingsOpenItsFiles) {
+  EXPECT_TRUE(CanOpenFor([] {}));
+  EXPECT_FALSE(CanOpenFor(DropARight));
+  for (const int share : {CLONE_FILES, CLONE_FS, CLONE_NEWNET}) {
+    EXPECT_FALSE(CanOpenFor([share] { EXPECT_EQ(unshare(share), 0); })) << share;
+  }
+}
+
+TEST_F(Trace, LetsFilesWaitForEachOther) {
+  const json report = Opens("beside a pipe");
+  EXPECT_EQ(During(report["trace"], "do_Configure", "open").size(), 3U);
+}
+
+TEST_F(Trace, HasFilesThatAreOpenedByOpenat2) {
+  const json report = Opens("with openat2");
+  EXPECT_THAT(report["progress"], testing::Contains("[result 0]"));
+  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), json::parse(R"([
+      {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null},
+      {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null}])"));
+}
+
+TEST_F(Trace, HasFilesThatAThreadOpensBetweenCalls) {
+  const json report = Opens("between calls", {"--", "sleep", "0.1"});
+  EXPECT_THAT(report["trace"], testing::Contains(json::parse(R"(
+      {"open": "/proc/sys/net/ipv4/tcp_fin_timeout", "writes": false, "error": null})")));
+}
+
+TEST_F(Trace, TakesNoRightsFromPrograms) {
+  EXPECT_THAT(Opens("")["progress"], testing::Contains("[no_new_privs 0]"));
+}
+
+TEST_F(Trace, HasFilesWithoutTheRightToWatchAllPrograms) {
+  const PrivateRun run;
+  const auto prepare = [] {
+    setenv("OPENS", "with openat2", 1);
+    prctl(PR_CAPBSET_DROP, CAP_SYS_ADMIN, 0, 0, 0);
+  };
+  EXPECT_THAT(Apply({"--live", "--plugin", TestPlugin("opens"), "--", "true"}, prepare).err,
+              HasSubstr("trace:   open /proc/sys/net/ipv4/tcp_sack for writing\n"));
+}
+
+// Older kernels do not tell.
+TEST_F(Trace, EndsWithThePluginThatEndsItsMainThread) {
+  if (!IsKernelSince(6, 11)) {
+    return;
+  }
+  EXPECT_THAT(Opens("without a main thread")["plugin_ended"].get<std::string>(),
+              StartsWith("ended with status 0 during request 1 of 1: "));
+}
+
+TEST_F(Trace, EndsThePluginThatClosesItsDescriptor) {
+  const Outcome run =
+      Apply({"--plugin", TestPlugin("opens")}, [] { setenv("OPENS", "without listener", 1); });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("kaehost: cannot watch the files that the plug-in opens any more: "
+                                 "Bad file descriptor; leave out --trace and --fail\n"));
+  EXPECT_THAT(run.out, HasSubstr("ended with status 1"));
+}
+
+TEST_F(Trace, TellsIfThereIsNoThreadForFiles) {
+  const Outcome run = Apply({}, ForbidThreads);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.err, AllOf(HasSubstr("trace: cannot trace the files that the plug-in opens: "
+                                       "Resource temporarily unavailable\n"),
+                             HasSubstr("\ntrace: do_Configure returned true\n")));
 }
