@@ -51,7 +51,7 @@ documents without a device, install kaehost.")
 
 set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_NAME kaetcp-dev)
 set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SECTION "libdevel${multi_arch}")
-set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SUGGESTS "cmake, pkg-config")
+set(CPACK_DEBIAN_KAETCP-DEV_PACKAGE_SUGGESTS "cmake, kaehost, pkg-config")
 set(CPACK_COMPONENT_KAETCP-DEV_DEPENDS kaetcp)
 set(CPACK_DEBIAN_KAETCP-DEV_DESCRIPTION
 "development files for hosts of the kaetcp plug-in
