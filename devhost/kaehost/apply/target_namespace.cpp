@@ -17,26 +17,14 @@ namespace {
 constexpr const char* kTunables = "/proc/sys/net/";
 constexpr const char* kCoreFiles[] = {"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"};
 
-// Opening alone changes no tunable.
-void RefuseWhereNothingCanBeWritten(const TargetNamespace& target) {
-  const std::string path = std::string(kTunables) + "ipv4/tcp_sack";
-  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  const int error = errno;
-  close(fd);
-  if (fd >= 0) {
-    return;
+// Scratch files, or a sentence that also says which option needs none.
+template <class Lay>
+std::vector<std::string> OrAdvise(Lay lay, const char* advice) {
+  try {
+    return lay();
+  } catch (const NamespaceError& error) {
+    throw NamespaceError(error.what() + std::string("; ") + advice);
   }
-  std::string advice = "; check that /proc/sys shows the tunables of this network namespace";
-  if (error == EROFS) {
-    advice =
-        "; /proc/sys is mounted read-only, as in most containers; start the container with a "
-        "writable /proc/sys";
-  } else if (error == EACCES || error == EPERM) {
-    advice = target.live
-                 ? "; run as root, or leave out --live to try the documents in a private namespace"
-                 : "; run as root of the network namespace";
-  }
-  throw NamespaceError(path + ": cannot open for writing: " + std::strerror(error) + advice);
 }
 
 std::string Joined(const std::vector<std::string>& names) {
@@ -54,7 +42,9 @@ std::vector<std::string> Move(const TargetNamespace& target) {
   } else if (!target.live) {
     EnterNetworkNamespace(target.netns);
   }
-  RefuseWhereNothingCanBeWritten(target);
+  RefuseWhereNothingCanBeWritten(
+      target.live ? "run as root, or leave out --live to try the documents in a private namespace"
+                  : "run as root of the network namespace");
   const bool needs_scratch_files =
       !target.live && !target.as_is &&
       std::any_of(std::begin(kCoreFiles), std::end(kCoreFiles), RefusesToBeWritten);
@@ -63,10 +53,13 @@ std::vector<std::string> Move(const TargetNamespace& target) {
   }
   std::vector<std::string> emulated;
   if (target.whole_catalogue) {
-    emulated = ShowWholeCatalogue();
+    emulated = OrAdvise(ShowWholeCatalogue, "leave out --whole-catalogue");
   }
   if (needs_scratch_files || target.whole_catalogue) {
-    for (const std::string& path : MakeWritable({std::begin(kCoreFiles), std::end(kCoreFiles)})) {
+    const auto make_writable = [] {
+      return MakeWritable({std::begin(kCoreFiles), std::end(kCoreFiles)});
+    };
+    for (const std::string& path : OrAdvise(make_writable, "use --as-is to leave it read-only")) {
       emulated.push_back(path.substr(std::strlen(kTunables)));
     }
   }

@@ -29,7 +29,7 @@ constexpr const char* kTunables = "/proc/sys/net";
 void Mount(const char* type, const fs::path& source, const fs::path& target, unsigned long flags) {
   if (mount(source.c_str(), target.c_str(), type, flags, nullptr) != 0) {
     throw NamespaceError("cannot show the whole catalogue: " + target.string() + ": " +
-                         std::strerror(errno) + "; leave out --whole-catalogue");
+                         std::strerror(errno));
   }
 }
 
@@ -67,6 +67,25 @@ bool LayScratchFileOver(const std::string& path) {
 
 }  // namespace
 
+void RefuseWhereNothingCanBeWritten(const std::string& if_denied) {
+  const std::string path = std::string(kTunables) + "/ipv4/tcp_sack";
+  const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  const int error = errno;
+  close(fd);
+  if (fd >= 0) {
+    return;
+  }
+  std::string advice = "check that /proc/sys shows the tunables of this network namespace";
+  if (error == EROFS) {
+    advice =
+        "/proc/sys is mounted read-only, as in most containers; start the container with a "
+        "writable /proc/sys";
+  } else if (error == EACCES || error == EPERM) {
+    advice = if_denied;
+  }
+  throw NamespaceError(path + ": cannot open for writing: " + std::strerror(error) + "; " + advice);
+}
+
 bool RefusesToBeWritten(const std::string& path) {
   const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
   const int error = errno;
@@ -87,9 +106,9 @@ std::vector<std::string> MakeWritable(const std::vector<std::string>& paths) {
   const int error = errno;
   umount2(kScratchFolder, MNT_DETACH);
   if (!laid) {
-    throw NamespaceError(emulated.front() +
-                         ": read-only, and cannot mount a scratch file over it: " +
-                         std::strerror(error) + "; use --as-is to leave it read-only");
+    throw NamespaceError(
+        emulated.front() +
+        ": read-only, and cannot mount a scratch file over it: " + std::strerror(error));
   }
   return emulated;
 }

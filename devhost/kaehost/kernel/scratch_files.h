@@ -5,6 +5,10 @@
 
 namespace devhost {
 
+// Throws NamespaceError if the tunables of this network namespace cannot be written, as in a
+// container. Opening alone changes no tunable. `if_denied` says what to do without the right to.
+void RefuseWhereNothingCanBeWritten(const std::string& if_denied);
+
 // Returns whether the file exists but cannot be opened for writing.
 bool RefusesToBeWritten(const std::string& path);
 

@@ -62,7 +62,9 @@ Protection ReadProtection(const std::string& path) {
   for (const GElf_Phdr& segment : SegmentsOf(file.get())) {
     const bool is_executable = (segment.p_flags & PF_X) != 0;
     protection.has_relro |= segment.p_type == PT_GNU_RELRO;
-    protection.has_executable_stack |= segment.p_type == PT_GNU_STACK && is_executable;
+    if (segment.p_type == PT_GNU_STACK) {
+      protection.has_executable_stack = is_executable;
+    }
     protection.has_writable_code |=
         segment.p_type == PT_LOAD && is_executable && (segment.p_flags & PF_W) != 0;
     if (segment.p_type == PT_DYNAMIC) {

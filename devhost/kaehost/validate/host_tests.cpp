@@ -111,7 +111,8 @@ void StartsNoThread(Trial& trial) {
 
 // Signals, working folder, locale, file mode mask.
 std::string StateOfProcess() {
-  std::string state = "working folder " + fs::current_path().string();
+  std::error_code deleted;
+  std::string state = "working folder " + fs::current_path(deleted).string();
   const mode_t mask = umask(0);
   umask(mask);
   state += ", file mode mask " + std::to_string(mask);

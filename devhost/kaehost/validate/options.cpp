@@ -1,6 +1,7 @@
 // kaehost validate: the options and the help.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <memory>
@@ -38,10 +39,11 @@ Examples:
 
 Exit status:
   0   all tests passed, except those that were skipped
-  1   a test failed, crashed or timed out
+  1   a test failed, crashed or timed out, a signal interrupted the run, or the
+      report cannot be written
   2   the command line is bad, or no test has such a name
   3   the plug-in does not load or makes no layer
-  77  cannot create a private namespace)";
+  77  cannot create a private namespace, or cannot write its tunables)";
 
 struct Options {
   std::string plugin = DefaultPlugin();
@@ -75,6 +77,16 @@ ExitStatus StatusOf(const Validation& validation) {
   return is_well ? kDone : kFailed;
 }
 
+// Returns why the file cannot be written, empty if it is.
+std::string WriteJUnit(const std::string& path, const Plan& plan, const Validation& validation) {
+  try {
+    WriteWhole(path, JUnitReport(plan, validation));
+    return "";
+  } catch (const std::exception& error) {
+    return SentenceOf(error);
+  }
+}
+
 int Run(const Options& options, const Plan& plan) {
   constexpr std::chrono::seconds kPatience(1);
   if (!options.json) {
@@ -88,14 +100,17 @@ int Run(const Options& options, const Plan& plan) {
     }
   };
   const Validation validation = RunTests(plan, interruption, tell);
-  const ExitStatus status = StatusOf(validation);
-  if (!options.junit.empty()) {
-    WriteWhole(options.junit, JUnitReport(plan, validation));
-  }
+  const std::string unwritten =
+      options.junit.empty() ? "" : WriteJUnit(options.junit, plan, validation);
+  const ExitStatus status =
+      unwritten.empty() ? StatusOf(validation) : std::max(StatusOf(validation), kFailed);
   if (options.json) {
     Out() << JsonReport(plan, validation, status) << '\n';
   } else {
-    Out() << "kaehost: " << AboutCounts(validation) << '\n';
+    Out() << "kaehost: " << AboutCounts(validation) << std::endl;
+  }
+  if (!unwritten.empty()) {
+    TellError(unwritten);
   }
   if (validation.interrupted_by) {
     TellError("interrupted by signal " + std::to_string(*validation.interrupted_by) +
@@ -126,7 +141,8 @@ std::string AboutExpression(const std::string& text) {
     const std::regex valid(text);
     return "";
   } catch (const std::regex_error&) {
-    return "\"" + Visible(text) + "\" is not a regular expression; quote special characters by \\";
+    return "\"" + Visible(text) +
+           "\" is not a regular expression; escape special characters with \\";
   }
 }
 

@@ -45,8 +45,7 @@ Prediction& Prediction::Set(const Settings& settings) {
   return *this;
 }
 
-Tunables Prediction::AfterWriting() const {
-  const Tunables before = ReadTunables();
+void Prediction::Write() const {
   std::vector<std::pair<std::string, std::string>> files;  // in the order of the catalogue
   for (const CatalogueEntry& entry : Catalogue()) {
     if (files.empty() || files.back().first != entry.file) {
@@ -58,6 +57,11 @@ Tunables Prediction::AfterWriting() const {
   for (const auto& [name, text] : files) {
     WriteTunable(name, text);
   }
+}
+
+Tunables Prediction::AfterWriting() const {
+  const Tunables before = ReadTunables();
+  Write();
   Tunables after = ReadTunables();
   Restore(before);
   return after;

@@ -17,6 +17,9 @@ class Prediction {
 
   Prediction& Set(const Settings& settings);
 
+  // Writes these values, as a layer does.
+  void Write() const;
+
   // Returns what the tunables are after a layer has written these values. It finds out: it writes
   // them, reads the tunables and restores them. Kernels differ in the values that they accept.
   Tunables AfterWriting() const;

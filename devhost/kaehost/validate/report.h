@@ -21,7 +21,7 @@ std::string AboutCounts(const Validation& validation);
 // Prints a result for people.
 void Tell(const TestResult& result);
 
-// Prints the tests, and what each needs.
+// Prints the tests, and what each tests.
 void TellTests(const std::vector<const Test*>& tests);
 
 // Returns the fields of `kaehost validate --json`.

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/validate/prediction.h"
 #include "devhost/kaehost/validate/trial.h"
 #include "devhost/kaehost/validate/tunable_view.h"
@@ -11,14 +14,16 @@
 namespace devhost {
 namespace {
 
-// Delivers the document to a new layer and expects success and the predicted tunables.
-void ExpectEffect(Trial& trial, const Document& document, const std::string& what,
-                  const Settings& effect) {
+// Delivers the document to a new layer and expects success and the predicted tunables. Returns
+// these.
+Tunables ExpectEffect(Trial& trial, const Document& document, const std::string& what,
+                      const Settings& effect) {
   const Layer layer = trial.NewLayer();
-  const Tunables expected = Prediction(ReadTunables()).Set(effect).AfterWriting();
+  Tunables expected = Prediction(ReadTunables()).Set(effect).AfterWriting();
   ExpectSuccess(trial.Configure(layer, document, what));
   ExpectTunables("after " + what, expected);
   trial.Release(layer);
+  return expected;
 }
 
 void ExpectNoEffect(Trial& trial, const kaml_content* contents, const std::string& what) {
@@ -80,30 +85,63 @@ void StopsAtAForeignElement(Trial& trial) {
   trial.Release(layer);
 }
 
+// A value beside this one, so that most kernels accept it.
+std::string ValueBeside(const std::string& value, bool is_above) {
+  const long now = std::strtol(value.c_str(), nullptr, 10);
+  return std::to_string(now > 0 && !is_above ? now - 1 : now + 1);
+}
+
+// A new namespace already has most of the defaults, so it gets other values first.
 void ImposesItsDefaults(Trial& trial) {
+  Settings others;
+  for (const CatalogueEntry& entry : Catalogue()) {
+    if (entry.imposed) {
+      others.emplace_back(entry.element, ValueBeside(entry.default_value, true));
+    }
+  }
+  Prediction(ReadTunables()).Set(others).Write();
   ExpectEffect(trial, SettingsDocument(Settings{}), "an empty tcp-settings", {});
 }
 
-// A value beside the one that the kernel has, so that most kernels accept it.
-std::string ValueBeside(const std::string& value, std::mt19937& random) {
-  const long now = std::strtol(value.c_str(), nullptr, 10);
-  return std::to_string(now > 0 && random() % 2 == 0 ? now - 1 : now + 1);
+// In a private namespace some files are missing.
+void ShowAllTunables() {
+  try {
+    ShowWholeCatalogue();
+  } catch (const NamespaceError& error) {
+    throw Skipped{error.what()};
+  }
 }
 
+// The kernel may refuse one of the two values. A value that no request changed has shown nothing.
 void SetsEachElement(Trial& trial) {
-  Settings settings;
-  const Tunables before = ReadTunables();
+  ShowAllTunables();
+  Tunables without = Prediction(ReadTunables()).AfterWriting();
+  std::set<std::string> unchanged;
   for (const CatalogueEntry& entry : Catalogue()) {
-    const auto found = before.find(entry.file);
-    const std::vector<std::string> words =
-        found != before.end() ? WordsOf(found->second.text) : std::vector<std::string>();
-    const auto position = static_cast<std::size_t>(entry.position);
-    settings.emplace_back(
-        entry.element, ValueBeside(position < words.size() ? words[position] : entry.default_value,
-                                   trial.random()));
+    unchanged.insert(entry.element);
   }
-  std::shuffle(settings.begin(), settings.end(), trial.random());
-  ExpectEffect(trial, SettingsDocument(settings), "a document with all elements", settings);
+  for (const bool is_above : {false, true}) {
+    Settings settings;
+    for (const CatalogueEntry& entry : Catalogue()) {
+      settings.emplace_back(
+          entry.element, ValueBeside(ValueAt(entry.position, without[entry.file].text), is_above));
+    }
+    std::shuffle(settings.begin(), settings.end(), trial.random());
+    Tunables with = ExpectEffect(trial, SettingsDocument(settings),
+                                 std::string("a document with all elements, each with a ") +
+                                     (is_above ? "higher value" : "lower value"),
+                                 settings);
+    for (const CatalogueEntry& entry : Catalogue()) {
+      if (ValueAt(entry.position, with[entry.file].text) !=
+          ValueAt(entry.position, without[entry.file].text)) {
+        unchanged.erase(entry.element);
+      }
+    }
+  }
+  if (!unchanged.empty()) {
+    throw Skipped{"all others are set, but this kernel accepts no other value of " +
+                  *unchanged.begin()};
+  }
 }
 
 void TakesTheLastOfRepeatedElements(Trial& trial) {

@@ -7,6 +7,8 @@
 #include <map>
 #include <thread>
 
+#include "devhost/kaehost/kernel/namespaces.h"
+#include "devhost/kaehost/validate/report.h"
 #include "devhost/kaehost/validate/trial_process.h"
 
 namespace devhost {
@@ -26,8 +28,14 @@ class Run {
       : plan_(plan), interruption_(interruption), tell_(tell) {}
 
   Validation All() {
-    RunFirstTests();
-    RunOthers();
+    try {
+      RunFirstTests();
+      RunOthers();
+    } catch (const NamespaceError&) {
+      TellRest();
+      throw;
+    }
+    TellRest();
     validation_.interrupted_by = interruption_.Came();
     return std::move(validation_);
   }
@@ -154,22 +162,27 @@ class Run {
     return std::find(plan_.selected.begin(), plan_.selected.end(), test) != plan_.selected.end();
   }
 
-  // A test that was not selected is told if it does not pass.
+  // Until one is missing.
   void TellInOrder() {
-    for (const std::vector<const Test*> all = AllTests(); told_ < all.size(); ++told_) {
-      const auto found = results_.find(all[told_]);
-      if (found == results_.end()) {
-        if (IsSelected(all[told_])) {
-          return;
-        }
-        continue;
-      }
-      const TestResult& result = found->second;
-      if (IsSelected(result.test) || result.result == Result::kFailed ||
-          result.result == Result::kCrashed || result.result == Result::kTimedOut) {
-        tell_(result);
-        validation_.results.push_back(result);
-      }
+    const std::vector<const Test*> all = AllTests();
+    while (told_ < all.size() && (results_.contains(all[told_]) || !IsSelected(all[told_]))) {
+      TellNext(all);
+    }
+  }
+
+  // After a run that ended early, also those behind one that is missing.
+  void TellRest() {
+    for (const std::vector<const Test*> all = AllTests(); told_ < all.size();) {
+      TellNext(all);
+    }
+  }
+
+  // A test that was not selected is told if it does not pass.
+  void TellNext(const std::vector<const Test*>& all) {
+    const auto found = results_.find(all[told_++]);
+    if (found != results_.end() && (IsSelected(found->first) || IsBad(found->second.result))) {
+      tell_(found->second);
+      validation_.results.push_back(found->second);
     }
   }
 

@@ -47,7 +47,7 @@ std::vector<const Test*> AllTests();
 
 // Runs the selected tests, several at a time. Tests that they need are run too, and reported if
 // they do not pass. Calls `tell` with each result, in the order of the tests. Throws NamespaceError
-// if there is no private namespace.
+// if there is no private namespace, after those that have ended.
 Validation RunTests(const Plan& plan, Interruption& interruption,
                     const std::function<void(const TestResult&)>& tell);
 

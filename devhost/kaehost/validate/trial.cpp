@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,6 +39,11 @@ std::string ContentOf(int file) {
   FlushAll();
   struct stat status = {};
   fstat(file, &status);
+  rlimit limit = {};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  if (static_cast<rlim_t>(status.st_size) >= limit.rlim_cur) {
+    throw Skipped{"the plug-in prints more than the limit for a file (ulimit -f)"};
+  }
   std::string text(static_cast<std::size_t>(status.st_size), '\0');
   const ssize_t size = pread(file, text.data(), text.size(), 0);
   text.resize(static_cast<std::size_t>(std::max(size, ssize_t{0})));

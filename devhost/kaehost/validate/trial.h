@@ -100,7 +100,8 @@ class PrintedText {
   PrintedText(const PrintedText&) = delete;
   PrintedText& operator=(const PrintedText&) = delete;
 
-  // What was printed on standard output and on standard error since the construction.
+  // What was printed on standard output and on standard error since the construction. Throws
+  // Skipped if a limit may have cut it off.
   std::string Output() const;
   std::string Errors() const;
 

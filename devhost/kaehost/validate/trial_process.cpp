@@ -20,6 +20,7 @@ constexpr std::size_t kLongest = 2000;  // bytes of a text about a failure
 // Since Linux 6.11 a private namespace has them, read-only.
 void EnterNamespace() {
   EnterPrivateNamespace();
+  RefuseWhereNothingCanBeWritten("allow this user to write /proc/sys in a private namespace");
   MakeWritable({"/proc/sys/net/core/rmem_max", "/proc/sys/net/core/wmem_max"});
 }
 
@@ -108,7 +109,7 @@ TestResult TrialProcess::Finish() {
       knows_tcp_settings_ = answer->value("knows_tcp_settings", false);
     }
   }
-  if (!worker_.HasEndedWell() && result.result != Result::kFailed) {
+  if ((!worker_.HasEndedWell() && result.result != Result::kFailed) || !has_result) {
     result.result = is_stopped_ ? Result::kTimedOut : Result::kCrashed;
     result.end = is_stopped_ ? "" : worker_.AboutEnd();
     result.step = has_result ? later : result.step;

@@ -209,4 +209,10 @@ void ForbidUserNamespacesToRoot() {
 
 void ForbidNamespacesToRoot() { ForbidNamespacesTo(0); }
 
+void LeaveOneNamespaceToRoot() {
+  if (EnterUserNamespace(0)) {
+    Write("/proc/sys/user/max_net_namespaces", "1");
+  }
+}
+
 void ForbidNamespacesToOrdinaryUser() { ForbidNamespacesTo(kNobody); }

@@ -88,3 +88,7 @@ void BecomeOrdinaryUser();
 void ForbidUserNamespacesToRoot();
 void ForbidNamespacesToRoot();
 void ForbidNamespacesToOrdinaryUser();
+
+// For `prepare`: lets the process, which is root's, have one network namespace at a time. Without
+// user namespaces it does nothing.
+void LeaveOneNamespaceToRoot();

@@ -33,7 +33,7 @@ constexpr int kText = 0;
 constexpr int kElement = 1;
 
 // Where the tests put an obstacle.
-constexpr const char* kVictim = "tcp_syncookies";
+constexpr const char* kVictim = "tcp_timestamps";
 
 bool Breaks(const char* what) {
   const char* found = std::getenv("BREAK");
@@ -251,6 +251,9 @@ class Layer : public kaTCPLayer {
     if (Breaks("imposes-its-defaults") && IsSettings(content) &&
         kaml_elem_contents(content) == nullptr) {
       SetToPrevious();
+    } else if (Breaks("imposes-its-defaults: one") && IsSettings(content) &&
+               kaml_elem_contents(content) == nullptr) {
+      Find("tcp_timestamps")->SetPrev();
     } else if (Breaks("keeps-earlier-values")) {
       SetToPrevious();
       SetDefaults();
@@ -310,7 +313,10 @@ class Layer : public kaTCPLayer {
     constexpr std::size_t kFew = 10;
     for (std::size_t i = 0; i < values.size(); ++i) {
       const auto& [name, value] = values[i];
-      if (Breaks("sets-each-element") && std::strcmp(name, "tcp_syn_retries") == 0) {
+      if ((Breaks("sets-each-element") && std::strcmp(name, "tcp_syn_retries") == 0) ||
+          (Breaks("sets-each-element: with two values") &&
+           std::strcmp(name, "tcp_tw_reuse") == 0) ||
+          (Breaks("sets-each-element: without a file") && std::strcmp(name, "tcp_westwood") == 0)) {
         Find(name)->SetPrev();
         WriteConfig(nullptr);
       }

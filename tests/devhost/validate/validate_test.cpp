@@ -1,9 +1,13 @@
 // kaehost validate: the plug-in passes, and what is reported, in each form.
 
 #include <gmock/gmock.h>
+#include <link.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -23,6 +27,16 @@ using testing::Not;
 using testing::StartsWith;
 
 namespace {
+
+// Makes a copy of one of the broken plug-ins whose file header or program headers are changed.
+void ChangedLibrary(const char* plugin, const std::string& copy,
+                    void (*change)(ElfW(Ehdr) * header, ElfW(Phdr) * segments)) {
+  std::ifstream file(TestPlugin(plugin), std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(file)), {});
+  auto* header = reinterpret_cast<ElfW(Ehdr)*>(bytes.data());
+  change(header, reinterpret_cast<ElfW(Phdr)*>(bytes.data() + header->e_phoff));
+  std::ofstream(copy, std::ios::binary) << bytes;
+}
 
 void Break(const char* what) { setenv("BREAK", what, 1); }
 
@@ -76,6 +90,14 @@ TEST_F(Validate, SkipsWhatIsNotForAPluginOfAnotherKind) {
                                  "kaehost: 3 tests: 2 passed, 1 skipped\n"));
 }
 
+// Only the plug-in for these documents promises what they test.
+TEST_F(Validate, AsksOfAPluginOfAnotherKindOnlyWhatAHostNeeds) {
+  const Outcome run = Kaehost(
+      {"validate", "--include=initialises-again|hosts-words|unloads-with", TestPlugin("starts")});
+  EXPECT_EQ(run.status, 0) << run.out;
+  EXPECT_THAT(run.out, EndsWith("kaehost: 3 tests: 3 skipped\n"));
+}
+
 TEST_F(Validate, TellsWhatWasExpectedAndSeen) {
   const Outcome run = Kaehost({"validate", "--include=is-called-tcp", TestPlugin("tcp")},
                               [] { Break("is-called-tcp"); });
@@ -95,6 +117,15 @@ TEST_F(Validate, TellsHowAndDuringWhatAProcessEnded) {
                                 "  the process was killed by signal 11 (Segmentation fault)\n"
                                 "  last step: do_Configure with a hostile document\n"
                                 "kaehost: 1 test: 1 crashed\n"));
+}
+
+TEST_F(Validate, TellsThatAPluginEndedTheProcessThoughWithoutAnError) {
+  const Outcome run =
+      Kaehost({"validate", "--json", "--include=^makes-a-layer$", TestPlugin("exits_when_asked")});
+  EXPECT_EQ(run.status, 3);
+  const json test = json::parse(run.out)["tests"][0];
+  EXPECT_EQ(test["result"], "crashed");
+  EXPECT_EQ(test["end"], "ended with status 0");
 }
 
 // Also if it was not selected: without it, those that were cannot be run.
@@ -118,13 +149,92 @@ TEST_F(Validate, RefusesWhatDoesNotLoad) {
   EXPECT_EQ(run.status, 3);
   EXPECT_THAT(run.out, AllOf(HasSubstr("\nfailed     loads\n"),
                              HasSubstr(path + ": the plug-in does not load: cannot open"),
-                             ContainsRegex("kaehost: [0-9]+ tests: 1 failed, [0-9]+ skipped\n$")));
+                             ContainsRegex("kaehost: [0-9]+ tests: 2 failed, [0-9]+ skipped\n$")));
+}
+
+TEST_F(Validate, RefusesWhatItCannotReadWhicheverTestIsSelected) {
+  const Outcome run = Kaehost({"validate", "--include=run-path", folder_.Path("nowhere.so")});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.out, EndsWith("skipped    has-no-run-path\n"
+                                "  because    the test loads did not pass\n"
+                                "kaehost: 2 tests: 1 failed, 1 skipped\n"));
+}
+
+TEST_F(Validate, RefusesALibraryWhoseSectionsItCannotRead) {
+  const std::string path = folder_.Path("no_sections.so");
+  ChangedLibrary("tcp_run_path", path, [](ElfW(Ehdr) * header, ElfW(Phdr) * /*segments*/) {
+    header->e_shoff = header->e_shnum = header->e_shstrndx = 0;
+  });
+  const Outcome run = Kaehost({"validate", "--include=run-path", path});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, HasSubstr("failed     has-no-run-path\n"
+                                 "  expected:  the library has no run path\n"
+                                 "  seen:      " +
+                                 path + ": the plug-in's section table is missing or damaged"));
+}
+
+// Most loaders then make the stack executable.
+TEST_F(Validate, RefusesALibraryThatSaysNothingAboutItsStack) {
+  const std::string path = folder_.Path("no_stack.so");
+  ChangedLibrary("tcp", path, [](ElfW(Ehdr) * header, ElfW(Phdr) * segments) {
+    std::for_each_n(segments, header->e_phnum, [](ElfW(Phdr) & segment) {
+      segment.p_type = segment.p_type == PT_GNU_STACK ? PT_NULL : segment.p_type;
+    });
+  });
+  const Outcome run =
+      Kaehost({"validate", "--include=executable|bound|exports|run-path", "--only-failed", path});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.out, EndsWith("failed     has-no-executable-data\n"
+                                "  expected:  no executable stack\n"
+                                "  seen:      the file requests one, or says nothing about it\n"
+                                "  last step: starting the test\n"
+                                "kaehost: 4 tests: 3 passed, 1 failed\n"));
 }
 
 TEST_F(Validate, NeedsAPrivateNamespace) {
   const Outcome run = Kaehost({"validate"}, ForbidNamespacesToRoot);
   EXPECT_EQ(run.status, 77);
   EXPECT_THAT(run.err, StartsWith("kaehost: cannot create a private network namespace: "));
+}
+
+TEST_F(Validate, NeedsTunablesThatCanBeWritten) {
+  const Outcome run = Kaehost({"validate"}, [] { MountReadOnly("/proc/sys/net"); });
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.err,
+            "kaehost: /proc/sys/net/ipv4/tcp_sack: cannot open for writing: Read-only file system; "
+            "/proc/sys is mounted read-only, as in most containers; start the container with a "
+            "writable /proc/sys\n");
+}
+
+// If one namespace is all there is, some test does not get one. What ended before is told.
+TEST_F(Validate, TellsWhatItHasFoundOutBeforeNamespacesRanOut) {
+  const Outcome run = Kaehost({"validate"}, LeaveOneNamespaceToRoot);
+  if (!HasUserNamespaces()) {
+    EXPECT_EQ(run.status, 0) << "nothing can limit the namespaces";
+    return;
+  }
+  EXPECT_EQ(run.status, 77);
+  EXPECT_THAT(run.out, HasSubstr("\npassed     loads\n"));
+  EXPECT_THAT(run.err, StartsWith("kaehost: cannot create a private network namespace: "));
+}
+
+TEST_F(Validate, WorksInAFolderThatWasDeleted) {
+  const Outcome run = Kaehost({"validate", "--include=leaves-the-process"}, [this] {
+    std::filesystem::create_directory(folder_.Path("deleted"));
+    std::filesystem::current_path(folder_.Path("deleted"));
+    std::filesystem::remove(folder_.Path("deleted"));
+  });
+  EXPECT_EQ(run.status, 0) << run.out;
+}
+
+TEST_F(Validate, BlamesNoPluginForALimitOfFiles) {
+  const Outcome run = Kaehost({"validate", "--include=prints-its-progress"}, [] {
+    const rlimit limit = {4096, RLIM_INFINITY};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  });
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.out, HasSubstr("skipped    prints-its-progress\n  because    the plug-in prints "
+                                 "more than the limit for a file (ulimit -f)\n"));
 }
 
 TEST_F(Validate, ListsItsTests) {
@@ -141,7 +251,7 @@ TEST_F(Validate, ReportsNamesThatNoTestHas) {
   EXPECT_EQ(run.err,
             "kaehost: no test has such a name; 'kaehost validate --list' shows the names\n");
   EXPECT_EQ(Kaehost({"validate", "--exclude=("}).err,
-            "kaehost: --exclude: \"(\" is not a regular expression; quote special characters by "
+            "kaehost: --exclude: \"(\" is not a regular expression; escape special characters with "
             "\\\nTry 'kaehost validate --help' for more information.\n");
 }
 
@@ -177,9 +287,32 @@ TEST_F(Validate, WritesAJUnitReport) {
 
 TEST_F(Validate, WritesTheReportWholeOrNotAtAll) {
   const std::string report = folder_.Path("nowhere/report.xml");
-  const Outcome run = Kaehost({"validate", "--include=loads", "--junit", report});
+  const Outcome run = Kaehost({"validate", "--include=^loads$", "--junit", report});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "kaehost: " + report + ": cannot write: No such file or directory\n");
+  EXPECT_THAT(run.out, EndsWith("passed     loads\nkaehost: 1 test: 1 passed\n"));
+}
+
+TEST_F(Validate, PrintsItsResultsWithoutTheReportToo) {
+  const std::string report = folder_.Path("nowhere/report.xml");
+  const Outcome run = Kaehost(
+      {"validate", "--json", "--include=loads", "--junit", report, folder_.Path("nowhere.so")});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "kaehost: " + report + ": cannot write: No such file or directory\n");
+  const json told = json::parse(run.out);
+  EXPECT_EQ(told["status"], 3);
+  EXPECT_EQ(told["tests"][0]["result"], "failed");
+}
+
+// Also those behind one that has no result.
+TEST_F(Validate, TellsAfterASignalWhatItHasFoundOut) {
+  const Outcome run = Kaehost({"validate", "--include=^makes-many-layers|^accepts-no-content",
+                               TestPlugin("interrupts_at_a_layer")});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "kaehost: interrupted by signal 15; the other tests were not run\n");
+  EXPECT_THAT(run.out, EndsWith("\nskipped    accepts-no-content\n"
+                                "  because    the plug-in is not for tcp-settings documents\n"
+                                "kaehost: 1 test: 1 skipped\n"));
 }
 
 TEST_F(Validate, EndsAfterASignal) {
