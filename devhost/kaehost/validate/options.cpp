@@ -89,11 +89,11 @@ std::string WriteJUnit(const std::string& path, const Plan& plan, const Validati
 
 int Run(const Options& options, const Plan& plan) {
   constexpr std::chrono::seconds kPatience(1);
+  Interruption interruption(kPatience);  // before the first line, after which signals are expected
   if (!options.json) {
     Out() << "kaehost: " << Visible(plan.plugin) << " on " << ThisKernel() << ", seed " << plan.seed
           << std::endl;
   }
-  Interruption interruption(kPatience);
   const auto tell = [&options](const TestResult& result) {
     if (!options.json && (!options.only_failed || IsBad(result.result))) {
       Tell(result);
