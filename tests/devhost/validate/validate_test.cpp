@@ -322,5 +322,6 @@ TEST_F(Validate, EndsAfterASignal) {
   kill(run.pid(), SIGTERM);
   const Outcome outcome = run.Finish();
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.err, "kaehost: interrupted by signal 15; the other tests were not run\n");
+  EXPECT_THAT(outcome.err,
+              EndsWith("kaehost: interrupted by signal 15; the other tests were not run\n"));
 }
