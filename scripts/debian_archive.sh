@@ -4,7 +4,7 @@
 # debian_mirror LABEL: the mirror of the first of apt's sources that has this label; nothing if none
 # has.
 debian_mirror() {
-  apt-get indextargets --format "\$(LABEL) \$(REPO_URI)" | sed -n "s/^$1 //p" | sed -n 1p
+  apt-get indextargets --format "\$(LABEL)|\$(REPO_URI)" | sed -n "s/^$1|//p" | sed -n 1p
 }
 
 # make_own_apt FOLDER MIRROR SUITE: makes a folder for own_apt, with this one source.

@@ -1,7 +1,9 @@
 // A thread with little stack, as hosts on devices have them.
 
+#include <limits.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 
@@ -9,8 +11,9 @@
 
 namespace {
 
-// What docs/integrating.md says that a call needs.
-constexpr std::size_t kStack = std::size_t{64} << 10;
+// What docs/integrating.md says that a call needs. On some processors a thread cannot have so
+// little.
+const std::size_t kStack = std::max(std::size_t{64} << 10, std::size_t{PTHREAD_STACK_MIN});
 
 void OnASmallStack(std::function<void()> work) {
   pthread_attr_t attributes;
