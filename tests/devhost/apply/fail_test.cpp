@@ -179,11 +179,15 @@ TEST_F(Fail, WorksBesideMountsOfOthers) {
 }
 
 TEST_F(Fail, OpensTheFileIfThereCanBeNoObstacle) {
-  const Outcome run =
-      Kaehost({"apply", "--as-is", "--fail", "ipv4/tcp_sack=ELOOP:1", document_}, ForbidObstacles);
-  EXPECT_THAT(run.err, HasSubstr("kaehost: --fail ipv4/tcp_sack=ELOOP:1: did not happen; cannot "
+  const Outcome run = Kaehost({"apply", "--as-is", "--verbose", "--plugin", TestPlugin("opens"),
+                               "--fail", "ipv4/tcp_sack=ELOOP", document_},
+                              [] {
+                                setenv("OPENS", "with openat2", 1);
+                                ForbidObstacles();
+                              });
+  EXPECT_THAT(run.err, HasSubstr("kaehost: --fail ipv4/tcp_sack=ELOOP: did not happen; cannot "
                                  "put an obstacle there: Cannot allocate memory\n"));
-  EXPECT_THAT(run.out, HasSubstr("tcp_sack"));
+  EXPECT_THAT(run.out, HasSubstr("[result 0]\n"));
 }
 
 TEST_F(Fail, LeavesAThreadInItsOwnNamespaceAlone) {
