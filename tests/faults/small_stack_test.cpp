@@ -13,7 +13,8 @@ namespace {
 
 // What docs/integrating.md says that a call needs. On some processors a thread cannot have so
 // little.
-const std::size_t kStack = std::max(std::size_t{64} << 10, std::size_t{PTHREAD_STACK_MIN});
+const std::size_t kStack =
+    std::max(std::size_t{64} << 10, static_cast<std::size_t>(PTHREAD_STACK_MIN));
 
 void OnASmallStack(std::function<void()> work) {
   pthread_attr_t attributes;
