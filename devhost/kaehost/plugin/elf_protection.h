@@ -10,8 +10,7 @@ struct Protection {
   bool is_bound_at_load = false;      // all symbols are resolved when it is loaded
   bool has_relro = false;             // some data is read-only after that
   bool has_text_relocations = false;  // code is changed when it is loaded
-  // The file requests it, or says nothing: then the loader decides, and on most processors makes
-  // the stack executable.
+  // The file requests it, or says nothing: then the loader decides, and can make it executable.
   bool has_executable_stack = true;
   bool has_writable_code = false;  // a segment is both writable and executable
 };

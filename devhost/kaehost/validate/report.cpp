@@ -58,8 +58,6 @@ const char* WordFor(Result result) {
   return "";
 }
 
-bool IsBad(Result result) { return result != Result::kPassed && result != Result::kSkipped; }
-
 std::string AboutResult(const TestResult& result) {
   switch (result.result) {
     case Result::kPassed:

@@ -9,9 +9,6 @@ namespace devhost {
 // The result as one word, or two.
 const char* WordFor(Result result);
 
-// Whether the plug-in is not what the test expects.
-bool IsBad(Result result);
-
 // What is wrong, or why the test was skipped, in one sentence; empty for a test that passed.
 std::string AboutResult(const TestResult& result);
 

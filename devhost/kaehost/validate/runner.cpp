@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "devhost/kaehost/kernel/namespaces.h"
-#include "devhost/kaehost/validate/report.h"
 #include "devhost/kaehost/validate/trial_process.h"
 
 namespace devhost {
@@ -198,6 +197,8 @@ class Run {
 };
 
 }  // namespace
+
+bool IsBad(Result result) { return result != Result::kPassed && result != Result::kSkipped; }
 
 std::vector<const Test*> AllTests() {
   std::vector<const Test*> all;

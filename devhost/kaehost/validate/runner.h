@@ -13,6 +13,9 @@ namespace devhost {
 
 enum class Result { kPassed, kFailed, kSkipped, kCrashed, kTimedOut };
 
+// Whether the plug-in is not what the test expects.
+bool IsBad(Result result);
+
 // What became of a test.
 struct TestResult {
   const Test* test;

@@ -2,24 +2,17 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
 #include <linux/net.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <bit>
-#include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -64,27 +57,6 @@ void CloseTheReadersEnd() {
     close(ends[1]);
   }
 }
-
-// Refuses a system call where the low half of the argument has this value.
-void Forbid(unsigned call, std::size_t argument, unsigned value) {
-  constexpr std::size_t kLowHalf = std::endian::native == std::endian::big ? 4 : 0;
-  const auto place = offsetof(seccomp_data, args) + argument * sizeof(std::uint64_t) + kLowHalf;
-  sock_filter program[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 3),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<unsigned>(place)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog filter = {std::size(program), program};
-  prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-  prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
-}
-
-// As container run-times do: a call of mount without flags is neither a bind nor a change of a
-// mount.
-void ForbidNewFileSystems() { Forbid(SYS_mount, 3, 0); }
 
 void ForbidSockets() {
   Forbid(SYS_socket, 0, AF_INET);

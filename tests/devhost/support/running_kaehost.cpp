@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
@@ -80,6 +81,27 @@ void ForbidNamespacesTo(unsigned user) {
   }
   Write("/proc/sys/user/max_user_namespaces", "0");
   Write("/proc/sys/user/max_net_namespaces", "0");
+}
+
+// Refuses a system call with this error where the comparison of the low half of the argument with
+// the value holds: BPF_JEQ equal, BPF_JSET a bit in common.
+void Refuse(unsigned call, std::size_t argument, unsigned comparison, unsigned value,
+            unsigned error) {
+  constexpr std::size_t kLowHalf = std::endian::native == std::endian::big ? 4 : 0;
+  const auto place = offsetof(seccomp_data, args) + argument * sizeof(std::uint64_t) + kLowHalf;
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<unsigned>(place)),
+      BPF_JUMP(BPF_JMP | comparison | BPF_K, value, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
+    _exit(126);
+  }
 }
 
 }  // namespace
@@ -163,24 +185,14 @@ void TakeASmallStack() {
   }
 }
 
+void Forbid(unsigned call, std::size_t argument, unsigned value) {
+  Refuse(call, argument, BPF_JEQ, value, EPERM);
+}
+
+void ForbidNewFileSystems() { Forbid(SYS_mount, 3, 0); }
+
 void ForbidFilesWithoutAName() {
-  constexpr auto kFlags =
-      static_cast<unsigned>(offsetof(seccomp_data, args) + 2 * sizeof(seccomp_data::args[0]) +
-                            (std::endian::native == std::endian::big ? sizeof(unsigned) : 0));
-  constexpr unsigned kOnlyTmpfile = O_TMPFILE & ~O_DIRECTORY;
-  sock_filter steps[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlags),
-      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kOnlyTmpfile, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program = {static_cast<unsigned short>(std::size(steps)), steps};
-  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-      prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
-    _exit(126);
-  }
+  Refuse(SYS_openat, 2, BPF_JSET, O_TMPFILE & ~O_DIRECTORY, EOPNOTSUPP);
 }
 
 // Flags that /proc may have are locked in a user namespace: a remount has to keep them.

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -74,6 +75,13 @@ void TakeASmallStack();
 
 // For `prepare`: open with O_TMPFILE fails, as in a file system that has no such files.
 void ForbidFilesWithoutAName();
+
+// For `prepare`: refuses a system call where the low half of the argument has this value.
+void Forbid(unsigned call, std::size_t argument, unsigned value);
+
+// For `prepare`: refuses new file systems, as container run-times do: a call of mount without flags
+// is neither a bind nor a change of a mount.
+void ForbidNewFileSystems();
 
 // For `prepare`: mounts the file or folder read-only, for this process alone; ends it where it
 // cannot.
