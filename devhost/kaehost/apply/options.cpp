@@ -98,7 +98,7 @@ void AddFailOption(CLI::App* apply, ApplyOptions* options) {
             }
           },
           "In a private namespace, let the Nth time that the plug-in opens a tunable fail, or each "
-          "time; ERROR is EACCES, EISDIR, ELOOP, EMFILE, ENOENT, ENXIO or EROFS")
+          "time; ERROR is EACCES, EIO, EISDIR, ELOOP, EMFILE, ENOENT, ENOTDIR, ENXIO or EROFS")
       ->type_name("FILE=ERROR[:N]")
       ->allow_extra_args(false)
       ->excludes("--live")

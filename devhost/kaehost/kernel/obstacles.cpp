@@ -1,5 +1,6 @@
 #include "devhost/kaehost/kernel/obstacles.h"
 
+#include <fcntl.h>
 #include <linux/capability.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -12,17 +13,21 @@
 #include <system_error>
 #include <utility>
 
+#include "devhost/kaehost/kernel/file_descriptor.h"
+
 namespace devhost {
 namespace {
 
 constexpr OpenError kErrors[] = {
-    {"EACCES", EACCES},
-    {"EISDIR", EISDIR},
-    {"ELOOP",  ELOOP },
-    {"EMFILE", EMFILE},
-    {"ENOENT", ENOENT},
-    {"ENXIO",  ENXIO },
-    {"EROFS",  EROFS },
+    {"EACCES",  EACCES },
+    {"EIO",     EIO    },
+    {"EISDIR",  EISDIR },
+    {"ELOOP",   ELOOP  },
+    {"EMFILE",  EMFILE },
+    {"ENOENT",  ENOENT },
+    {"ENOTDIR", ENOTDIR},
+    {"ENXIO",   ENXIO  },
+    {"EROFS",   EROFS  },
 };
 
 std::string FolderOf(const std::string& path) { return path.substr(0, path.rfind('/')); }
@@ -93,18 +98,34 @@ int ReadOnly(const std::string& path, const std::function<int()>& open) {
   return open();
 }
 
+// Makes a pseudoterminal and closes its controlling side, so that the other side, which is at
+// `path` then, cannot be opened.
+int MakeDeadTerminal(const std::string& path) {
+  const std::string terminals = FolderOf(path) + "/terminals";
+  if (mkdir(terminals.c_str(), 0700) != 0 ||
+      mount("devpts", terminals.c_str(), "devpts", 0, "newinstance,ptmxmode=0600") != 0) {
+    return -1;
+  }
+  const FileDescriptor terminal(open((terminals + "/ptmx").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  return terminal.get() < 0 || mknod(path.c_str(), S_IFREG, 0) != 0
+             ? -1
+             : mount((terminals + "/0").c_str(), path.c_str(), nullptr, MS_BIND, nullptr);
+}
+
 // Instead of the file, there is something that cannot be opened.
 int OpenOther(int error, const std::string& path, const std::function<int()>& open) {
-  const std::string folder = FolderOf(path);
+  const std::string place = error == ENOTDIR ? FolderOf(path) : path;
+  const std::string folder = FolderOf(place);
   if (mount("tmpfs", folder.c_str(), "tmpfs", 0, nullptr) != 0) {
     Refuse();
   }
   const Unmount at_end(folder);
-  const char* name = path.c_str();
-  const int result = error == EISDIR  ? mkdir(name, 0700)
-                     : error == ELOOP ? symlink(name, name)
-                     : error == ENXIO ? mknod(name, S_IFSOCK | 0600, 0)
-                                      : mknod(name, S_IFREG, 0);
+  const char* name = place.c_str();
+  const int result = error == EIO      ? MakeDeadTerminal(place)
+                     : error == EISDIR ? mkdir(name, 0700)
+                     : error == ELOOP  ? symlink(name, name)
+                     : error == ENXIO  ? mknod(name, S_IFSOCK | 0600, 0)
+                                       : mknod(name, S_IFREG, 0);
   if (result != 0) {
     Refuse();
   }

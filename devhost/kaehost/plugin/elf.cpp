@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <new>
 #include <system_error>
@@ -87,6 +88,22 @@ bool LacksItsEnd(const std::string& path) {
     }
   }
   return false;
+}
+
+bool IsForAnotherProcessor(const std::string& path) {
+  // The beginning of a header has the same form for all processors.
+  constexpr std::size_t kProcessor = offsetof(Elf32_Ehdr, e_machine);
+  const auto read = [](const std::string& file) {
+    Elf32_Ehdr header = {};
+    std::ifstream(file, std::ios::binary)
+        .read(reinterpret_cast<char*>(&header), kProcessor + sizeof header.e_machine);
+    return header;
+  };
+  const Elf32_Ehdr here = read("/proc/self/exe");
+  const Elf32_Ehdr there = read(path);
+  return std::memcmp(there.e_ident, here.e_ident, SELFMAG) == 0 &&
+         (std::memcmp(there.e_ident, here.e_ident, EI_VERSION) != 0 ||
+          there.e_machine != here.e_machine);
 }
 
 // A loaded plug-in exports a symbol, so a table without symbols is damaged, or there was no memory

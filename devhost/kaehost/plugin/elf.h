@@ -17,6 +17,10 @@ struct SharedLibrary {
 // SIGBUS.
 bool LacksItsEnd(const std::string& path);
 
+// Returns whether the file at `path` is for another processor than this program. The loader says of
+// most such files that they do not exist.
+bool IsForAnotherProcessor(const std::string& path);
+
 // Reads the file at `path`, which must have been loaded as a plug-in. Throws PluginError.
 SharedLibrary ReadSharedLibrary(const std::string& path);
 

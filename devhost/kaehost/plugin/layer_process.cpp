@@ -68,7 +68,7 @@ void Serve(const std::string& path, const std::vector<Document>& documents, cons
   } catch (const PluginError& error) {
     last["refused"] = error.what();
   }
-  if (watch.at_end) {
+  if (watch.at_end && !last.contains("refused")) {
     watch.at_end();
   }
   orders.Answer(last);

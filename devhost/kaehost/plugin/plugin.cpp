@@ -20,6 +20,9 @@ std::string WithSlash(const std::string& path) {
 // Returns the loader's error without the path with which it usually begins.
 std::string LoaderError(const std::string& path) {
   const std::string text = dlerror();
+  if (IsForAnotherProcessor(path)) {
+    return "the file is for another processor than this kaehost";
+  }
   const std::string prefix = WithSlash(path) + ": ";
   return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
 }

@@ -2,17 +2,19 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/devhost/support/private_run.h"
@@ -27,11 +29,10 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr const char* kErrors[] = {"EACCES", "EISDIR", "ELOOP", "EMFILE",
-                                   "ENOENT", "ENXIO",  "EROFS"};
-const std::map<std::string, int> kNumbers = {
-    {"EACCES", EACCES}, {"EISDIR", EISDIR}, {"ELOOP", ELOOP}, {"EMFILE", EMFILE},
-    {"ENOENT", ENOENT}, {"ENXIO", ENXIO},   {"EROFS", EROFS}};
+constexpr std::pair<const char*, int> kErrors[] = {
+    {"EACCES", EACCES},   {"EIO", EIO},       {"EISDIR", EISDIR},
+    {"ELOOP", ELOOP},     {"EMFILE", EMFILE}, {"ENOENT", ENOENT},
+    {"ENOTDIR", ENOTDIR}, {"ENXIO", ENXIO},   {"EROFS", EROFS}};
 
 class Fail : public testing::Test {
  protected:
@@ -78,12 +79,12 @@ void ExpectBadOption(const std::string& option, const std::string& sentence) {
 }  // namespace
 
 TEST_F(Fail, HasEachErrorAtTheRequestedTimeOnly) {
-  for (const char* error : kErrors) {
-    const std::string text = std::strerror(kNumbers.at(error));
+  for (const auto& [error, number] : kErrors) {
+    const std::string text = std::strerror(number);
     const std::string option = std::string("ipv4/tcp_sack=") + error + ":2";
     const json session = Apply({"--fail", option});
     const json& request = session["requests"][0];
-    if (kNumbers.at(error) == ENOENT) {  // a missing file is skipped
+    if (number == ENOENT) {  // a missing file is skipped
       EXPECT_EQ(request["reply"], "success");
       EXPECT_EQ(request["counts"]["rejected"], 1) << request;
     } else {
@@ -142,6 +143,15 @@ TEST_F(Fail, TellsWhatDidNotHappen) {
             "/proc/sys/net/ipv4/tcp_sack 3 times\n"
             "kaehost: --fail ipv4/tcp_ecn=EROFS:1: did not happen; the plug-in opened "
             "/proc/sys/net/ipv4/tcp_ecn 3 times\n");
+}
+
+TEST_F(Fail, SaysOnlyWhyItIsRefusedIfNoFileCanBeWatched) {
+  const Outcome run = Kaehost({"apply", "--quiet", "--fail", "ipv4/tcp_sack=EACCES:2", document_},
+                              [] { Forbid(SYS_seccomp, 0, SECCOMP_SET_MODE_FILTER); });
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err,
+            "kaehost: cannot let files fail to open: Operation not permitted; leave out --fail; "
+            "nothing was delivered\n");
 }
 
 TEST_F(Fail, WorksBesideMountsOfOthers) {
@@ -205,8 +215,9 @@ TEST_F(Fail, RefusesOptionsThatItDoesNotUnderstand) {
   }
   ExpectBadOption("tcp_sack=EACCES",
                   "not a file of the catalogue; 'kaehost list ELEMENT' shows an element's file\n");
-  ExpectBadOption("ipv4/tcp_sack=EIO",
-                  "the error must be one of EACCES, EISDIR, ELOOP, EMFILE, ENOENT, ENXIO, EROFS\n");
+  ExpectBadOption("ipv4/tcp_sack=ETXTBSY",
+                  "the error must be one of EACCES, EIO, EISDIR, ELOOP, EMFILE, ENOENT, ENOTDIR, "
+                  "ENXIO, EROFS\n");
   for (const std::string time : {"0", "-1", "x", "", "1000001"}) {
     ExpectBadOption("ipv4/tcp_sack=EACCES:" + time,
                     "the number after ':' must be from 1 to 1000000\n");

@@ -5,6 +5,7 @@
 #include <link.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
@@ -22,6 +23,7 @@ using testing::Contains;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -214,6 +216,20 @@ TEST(Inspect, RefusesAPlugInOfWhichAPartIsMissing) {
   }
   const std::string enough = folder.Write("enough.so", whole.substr(0, needed));
   EXPECT_EQ(Kaehost({"apply", "--plugin", enough, folder.Write("a.xml", "<a/>")}).status, 0);
+}
+
+TEST(Inspect, RefusesAPlugInForAnotherProcessor) {
+  const TempFolder folder;
+  constexpr std::size_t kMachine = offsetof(ElfW(Ehdr), e_machine);
+  std::string header = Content(TestPlugin("working")).substr(0, kMachine + 2);
+  header.resize(sizeof(ElfW(Ehdr)));
+  const std::string sentence = "the file is for another processor than this kaehost";
+  for (const std::size_t part : {std::size_t{EI_CLASS}, std::size_t{EI_DATA}, kMachine}) {
+    std::string other = header;
+    other[part] = static_cast<char>(other[part] ^ 3);
+    ExpectRefused(folder.Write("other.so", other), "the plug-in does not load: " + sentence);
+  }
+  EXPECT_THAT(Kaehost({"inspect", folder.Write("short.so", header)}).err, Not(HasSubstr(sentence)));
 }
 
 TEST(Inspect, NeedsNoPartThatTheLoaderDoesNotMap) {
