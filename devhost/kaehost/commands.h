@@ -17,15 +17,13 @@ namespace devhost {
 struct Chosen {
   std::function<int()> run;
   ExitStatus failed = kFailed;  // the exit status after a failure, if its kind has none
+  // What follows "--" on the command line of `kaehost apply`, if there is a "--".
+  std::optional<std::vector<std::string>> program = std::nullopt;
 };
 
 // Each function adds its command to `app`. If the command line has the command, `chosen` runs it.
 // `chosen` must outlive `app`. A command throws only std::exceptions with a sentence for the user.
-
-// `command` is what follows "--" on the command line, if there is a "--".
-void AddApply(CLI::App& app, Chosen& chosen,
-              const std::optional<std::vector<std::string>>& command);
-
+void AddApply(CLI::App& app, Chosen& chosen);
 void AddCheck(CLI::App& app, Chosen& chosen);
 void AddInspect(CLI::App& app, Chosen& chosen);
 void AddImport(CLI::App& app, Chosen& chosen);

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <optional>
 #include <ostream>
@@ -91,6 +92,33 @@ std::optional<std::vector<std::string>> TakeProgram(int* argc, char** argv) {
   return std::vector<std::string>(separator + 1, end);
 }
 
+struct Command {
+  std::string_view name;
+  void (*add)(CLI::App& app, Chosen& chosen);
+};
+
+constexpr Command kCommands[] = {
+    {"apply",    AddApply   },
+    {"check",    AddCheck   },
+    {"inspect",  AddInspect },
+    {"import",   AddImport  },
+    {"list",     AddList    },
+    {"restore",  AddRestore },
+    {"validate", AddValidate},
+};
+
+// Adds the command that the first word names. If it names none, adds all, for the help and for what
+// is said about the word: to add them all takes longer than to parse the command line.
+void AddCommands(std::string_view word, CLI::App& app, Chosen& chosen) {
+  const bool is_named = std::any_of(std::begin(kCommands), std::end(kCommands),
+                                    [word](const Command& c) { return c.name == word; });
+  for (const Command& command : kCommands) {
+    if (!is_named || command.name == word) {
+      command.add(app, chosen);
+    }
+  }
+}
+
 int Run(const Chosen& chosen) {
   failed = chosen.failed;
   const int status = chosen.run();
@@ -106,8 +134,8 @@ int Run(const Chosen& chosen) {
 int main(int argc, char** argv) try {
   FillClosedStandardStreams();
   std::signal(SIGXFSZ, SIG_IGN);  // a write that fails for its size is reported instead
-  const auto program = TakeProgram(&argc, argv);
   Chosen chosen;
+  chosen.program = TakeProgram(&argc, argv);
   CLI::App app("Tries TCP/IP settings documents on a real kernel, without risk to the machine.",
                "kaehost");
   app.formatter(HelpFormatter());
@@ -116,13 +144,7 @@ int main(int argc, char** argv) try {
                        "Show the version and exit");
   app.option_defaults()->disable_flag_override();
   app.require_subcommand(1);
-  AddApply(app, chosen, program);
-  AddCheck(app, chosen);
-  AddInspect(app, chosen);
-  AddImport(app, chosen);
-  AddList(app, chosen);
-  AddRestore(app, chosen);
-  AddValidate(app, chosen);
+  AddCommands(argc > 1 ? argv[1] : "", app, chosen);
   for (CLI::App* command : app.get_subcommands({})) {
     command->group("Commands");
   }

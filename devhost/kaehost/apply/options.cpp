@@ -116,10 +116,9 @@ int RunOrRefuse(const ApplyOptions& options) try {
 
 }  // namespace
 
-void AddApply(CLI::App& app, Chosen& chosen,
-              const std::optional<std::vector<std::string>>& command) {
+void AddApply(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<ApplyOptions>();
-  options->command = command.value_or(std::vector<std::string>());
+  options->command = chosen.program.value_or(std::vector<std::string>());
   options->plugin = DefaultPlugin();
   CLI::App* apply = app.add_subcommand(
       "apply", "Try documents in a private namespace, then restore all tunables");
@@ -161,7 +160,7 @@ void AddApply(CLI::App& app, Chosen& chosen,
   apply->add_flag("--trace", options->trace,
                   "Print on standard error each call between the host and the plug-in, and each "
                   "file that the plug-in opens; with --json as JSON lines");
-  const bool lacks_a_word = command && command->empty();
+  const bool lacks_a_word = chosen.program && chosen.program->empty();
   apply->callback([options, lacks_a_word, &chosen] {
     RefuseSecondStandardInput(options->documents);
     if (lacks_a_word) {
