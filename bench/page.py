@@ -7,8 +7,9 @@ import matplotlib.pyplot as plt
 
 import results
 
-PEERS = (("request", "a request in a running host"), ("kaehost", "kaehost apply, whole process"),
-         ("sysctl", "sysctl -p (procps)"), ("busybox", "busybox sysctl -p"),
+PEERS = (("request", "a request in a running host"), ("life", "a layer's life alone"),
+         ("kaehost", "kaehost apply, whole process"), ("sysctl", "sysctl -p (procps)"),
+         ("busybox", "busybox sysctl -p"),
          ("systemd", "systemd-sysctl"), ("nothing", "a process that does nothing"))
 LAYER, TOOL, GREY = "#1f77b4", "#ff7f0e", "#999999"
 
@@ -143,7 +144,7 @@ def plot_peers(found, file):
     run = found.one("Peers")
     names = [title for _, title in reversed(PEERS)]
     times = [run[name + "_us"] / 1e3 for name, _ in reversed(PEERS)]
-    colours = [LAYER if name in ("request", "kaehost") else GREY if name == "nothing" else TOOL
+    colours = [LAYER if name in ("request", "life", "kaehost") else GREY if name == "nothing" else TOOL
                for name, _ in reversed(PEERS)]
     figure, axes = plt.subplots(figsize=(7, 3.2))
     bars = axes.barh(names, times, color=colours)

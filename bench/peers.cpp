@@ -80,6 +80,10 @@ void Peers(benchmark::State& state) {
          neighbour.Run({KAEHOST, "apply", "--quiet", "--no-journal", "--netns", neighbour.path(),
                         inputs.document});
        }                                                                   },
+      {"life",
+       [&] {
+         neighbour.Run({LIFE_ONCE, neighbour.path(), inputs.document});
+       }                                                                   },
       {"nothing", running({"true"})                                        },
   });
   restore.Run();
@@ -91,7 +95,7 @@ void Peers(benchmark::State& state) {
   for (auto _ : state) {
     turns.Round([&](const std::string&) { restore.Run(); },
                 [&](const std::string& name) {
-                  const bool restores = name == "kaehost" || name == "nothing";
+                  const bool restores = name == "kaehost" || name == "life" || name == "nothing";
                   wrong = ReadKernel() != (restores ? found : applied) ? name : wrong;
                 });
     state.SetIterationTime(turns.Last("request"));
