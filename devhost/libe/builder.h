@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stack>
+#include <string>
 #include <string_view>
 
 #include "devhost/libe/document.h"
@@ -14,28 +16,28 @@ class Builder {
  public:
   explicit Builder(Document* document) : document_(document) {}
 
+  // `name` is interned.
   void StartElement(const char* name, bool has_attributes, Position begin) {
-    kaml_content* element = document_->AddElement(Parent(), name);
-    element->has_attributes = has_attributes;
-    element->begin = begin;
-    open_.push(element);
+    EndText();
+    open_.push(document_->AddElementNamed(Parent(), name, begin, has_attributes));
     ++contents_;
   }
 
-  void EndElement() { open_.pop(); }
-
-  // Text arrives in pieces, including CDATA sections. There is no text outside elements.
-  void AddText(std::string_view text, Position begin) {
-    kaml_content* last = Parent()->last_child;
-    if (last == nullptr || last->type != kText) {
-      last = document_->AddText(Parent(), "");
-      last->begin = begin;
-      ++contents_;
-    }
-    last->text.append(text);
+  void EndElement() {
+    EndText();
+    open_.pop();
   }
 
+  // Text arrives in pieces, including CDATA sections. There is no text outside elements.
+  void StartText(Position begin) {
+    text_begin_ = begin;
+    ++contents_;
+  }
+  bool is_in_text() const { return text_begin_.has_value(); }
+  void AddText(std::string_view text) { text_.append(text); }
+
   void AddOther(ContentType type) {
+    EndText();
     document_->AddOther(Parent(), type);
     ++contents_;
   }
@@ -52,8 +54,18 @@ class Builder {
  private:
   kaml_content* Parent() const { return open_.empty() ? nullptr : open_.top(); }
 
+  void EndText() {
+    if (text_begin_.has_value()) {
+      document_->AddText(Parent(), text_, *text_begin_);
+      text_.clear();
+      text_begin_.reset();
+    }
+  }
+
   Document* const document_;
   std::stack<kaml_content*> open_;
+  std::string text_;  // which has not ended
+  std::optional<Position> text_begin_;
   std::size_t contents_ = 0;
 };
 

@@ -1,8 +1,11 @@
 #pragma once
 
-#include <deque>
+#include <cstdint>
+#include <memory>
+#include <memory_resource>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "devhost/libe/limits.h"
 #include "host/kaml.h"
@@ -15,22 +18,6 @@ struct Position {
   int column;
 };
 
-}  // namespace devhost
-
-// One node of a document, owned by its Document.
-struct kaml_content {
-  int type;
-  bool has_attributes = false;  // or namespace declarations; attributes are not contents
-  const char* name;             // interned; null if this is not an element
-  std::string text;             // empty if this is not text
-  kaml_content* next = nullptr;
-  kaml_content* first_child = nullptr;
-  kaml_content* last_child = nullptr;
-  devhost::Position begin = {};  // in the file, if it was read from a file
-};
-
-namespace devhost {
-
 // The types of contents. The contract with plug-ins defines the first two. A plug-in does not
 // distinguish the others.
 enum ContentType {
@@ -39,6 +26,59 @@ enum ContentType {
   kComment = 2,
   kProcessingInstruction = 3,
 };
+
+class Document;
+
+}  // namespace devhost
+
+// One node of a document, owned by its Document. Large documents consist of these, so a content has
+// only four words.
+struct kaml_content {
+ public:
+  devhost::ContentType type() const { return type_; }
+
+  // Returns the interned name, null if this is not an element.
+  const char* name() const { return type_ == devhost::kElement ? name_or_text_ : nullptr; }
+
+  // Returns the text, empty if this is not text.
+  const char* text() const { return type_ == devhost::kText ? name_or_text_ : ""; }
+
+  const kaml_content* next() const { return is_last_ ? nullptr : next_; }
+  const kaml_content* first_child() const {
+    return last_child_ != nullptr ? last_child_->next_ : nullptr;
+  }
+
+  // Returns whether there are attributes or namespace declarations, which are not contents.
+  bool has_attributes() const { return has_attributes_; }
+
+  // Returns the position in the file, if it was read from a file.
+  devhost::Position begin() const { return {static_cast<int>(line_), static_cast<int>(column_)}; }
+
+ private:
+  friend class devhost::Document;
+
+  static constexpr std::uint32_t kMostPosition = (1U << 30) - 1;
+  static_assert(devhost::Limits().bytes < kMostPosition);
+
+  kaml_content(devhost::ContentType type, const char* name_or_text, devhost::Position begin,
+               bool has_attributes)
+      : name_or_text_(name_or_text),
+        line_(static_cast<std::uint32_t>(begin.line) & kMostPosition),
+        has_attributes_(has_attributes),
+        column_(static_cast<std::uint32_t>(begin.column) & kMostPosition),
+        type_(type) {}
+
+  const char* name_or_text_;
+  kaml_content* next_ = this;           // the siblings are a ring: the first one follows the last
+  kaml_content* last_child_ = nullptr;  // null if there is none
+  std::uint32_t line_ : 30;
+  bool has_attributes_ : 1;
+  bool is_last_ : 1 = true;
+  std::uint32_t column_ : 30;
+  devhost::ContentType type_ : 2;
+};
+
+namespace devhost {
 
 // The document cannot be read, is not well-formed XML, or exceeds a limit. what() is a sentence
 // with the file and, if the file can be read, the position.
@@ -75,20 +115,30 @@ class Document {
   // Appends a content to the children of `parent`, or to the top level if `parent` is null, and
   // returns it. Names are interned, texts are copied.
   kaml_content* AddElement(kaml_content* parent, const char* name);
-  kaml_content* AddText(kaml_content* parent, const char* text);
-  kaml_content* AddOther(kaml_content* parent, int type);
+  kaml_content* AddText(kaml_content* parent, std::string_view text, Position begin = {});
+  kaml_content* AddOther(kaml_content* parent, ContentType type);
+
+  // Appends an element with this very pointer as its name, which a plug-in knows if it is interned.
+  kaml_content* AddElementNamed(kaml_content* parent, const char* name, Position begin = {},
+                                bool has_attributes = false);
 
   // Returns the first top-level content, null for an empty document.
   const kaml_content* contents() const {
-    return contents_.empty() ? nullptr : contents_.front().first_child;
+    return storage_ != nullptr ? storage_->root.first_child() : nullptr;
   }
 
  private:
-  kaml_content* Add(kaml_content* parent, kaml_content content);
+  // The contents and their texts, one after the other: freeing a deep tree does not recurse.
+  struct Storage {
+    kaml_content root{kElement, nullptr, {}, false};  // hidden: the parent of the top level
+    std::pmr::monotonic_buffer_resource memory;
+  };
 
-  // The first element is hidden: it is the parent of the top level. The list is flat, so freeing a
-  // deep tree does not recurse. A deque never moves its elements.
-  std::deque<kaml_content> contents_;
+  Storage& storage();
+  kaml_content* Add(kaml_content* parent, ContentType type, const char* name_or_text,
+                    Position begin, bool has_attributes);
+
+  std::unique_ptr<Storage> storage_;
 };
 
 }  // namespace devhost

@@ -6,6 +6,8 @@ namespace devhost {
 
 Observer observer = nullptr;
 
+void SetObserver(Observer new_observer) { observer = new_observer; }
+
 std::string TextOf(const char* text) {
   return text != nullptr ? '"' + std::string(text) + '"' : "null";
 }
@@ -14,9 +16,9 @@ std::string TextOf(const kaml_content* content) {
   if (content == nullptr) {
     return "null";
   }
-  return content->type == kElement ? '<' + std::string(content->name) + '>'
-         : content->type == kText  ? TextOf(content->text.c_str())
-                                   : "content of type " + std::to_string(content->type);
+  return content->type() == kElement ? '<' + std::string(content->name()) + '>'
+         : content->type() == kText  ? TextOf(content->text())
+                                     : "content of type " + std::to_string(content->type());
 }
 
 }  // namespace devhost

@@ -12,8 +12,11 @@ namespace devhost {
 using Observer = void (*)(const char* call, const std::vector<std::string>& arguments,
                           const std::string& result);
 
-// The observer of all calls, null for none. Set it before a plug-in is loaded.
-extern Observer observer;
+// Sets the observer of all calls. Do that before a plug-in is loaded.
+void SetObserver(Observer new_observer);
+
+// Null if there is none. Hidden, because each call looks at it.
+[[gnu::visibility("hidden")]] extern Observer observer;
 
 // Returns what a trace shows: `"0"`, `<tcp_sack>`, `null`.
 std::string TextOf(const char* text);

@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <utility>
 
 #include "devhost/libe/builder.h"
 #include "devhost/libe/document.h"
@@ -58,7 +60,8 @@ class Reading {
   void Parse(std::string_view text, bool is_final);
   void AddOther(ContentType type);
   void EndMarkup();
-  void CheckNames(const char* name);
+  const char* Interned(const char* name);
+  void CheckNames() const;
   void CheckContents() const;
 
   [[noreturn]] void RefuseAsXml(const std::string& why) const;
@@ -75,7 +78,8 @@ class Reading {
   bool has_mark_ = false;  // a byte order mark
   Builder builder_;
   std::size_t attributes_ = 0;
-  Names names_;
+  std::unordered_set<std::string_view> names_;  // of elements, interned
+  Names attribute_names_;
   XML_Index parsed_ = 0;                // bytes that the parser has
   XML_Index part_begin_ = 0;            // where the last part ended that it understood
   std::optional<Position> type_begin_;  // inside the document type declaration, which is one part
@@ -176,12 +180,12 @@ void Reading::TakeDeclaration(const char* version, const char* encoding, int /*s
 
 void Reading::TakeStart(const char* name, const char** attributes) {
   EndMarkup();
-  CheckNames(name);
   for (const char** attribute = attributes; *attribute != nullptr; attribute += 2) {
-    CheckNames(*attribute);
+    attribute_names_.Add(*attribute);
     ++attributes_;
   }
-  builder_.StartElement(name, XML_GetSpecifiedAttributeCount(parser_.get()) > 0, Here());
+  builder_.StartElement(Interned(name), XML_GetSpecifiedAttributeCount(parser_.get()) > 0, Here());
+  CheckNames();
   CheckContents();
   if (builder_.depth() > limits_.levels) {
     input_.Refuse(Here(), "the document has more than " + std::to_string(limits_.levels >> 20) +
@@ -196,8 +200,11 @@ void Reading::TakeEnd(const char* /*name*/) {
 
 void Reading::TakeText(const char* text, int size) {
   part_begin_ = End();
-  builder_.AddText({text, static_cast<std::size_t>(size)}, Here());
-  CheckContents();
+  if (!builder_.is_in_text()) {
+    builder_.StartText(Here());
+    CheckContents();
+  }
+  builder_.AddText({text, static_cast<std::size_t>(size)});
 }
 
 void Reading::TakeTypeEnd() {
@@ -222,9 +229,14 @@ void Reading::TakeOther(const char* text, int size) {
   }
 }
 
-void Reading::CheckNames(const char* name) {
-  names_.Add(name);
-  if (names_.size() > limits_.names) {
+// The host's table needs a lock, so it is asked once for each name.
+const char* Reading::Interned(const char* name) {
+  const auto known = names_.find(name);
+  return known != names_.end() ? known->data() : names_.insert(kaml_intern(name)).first->data();
+}
+
+void Reading::CheckNames() const {
+  if (names_.size() + attribute_names_.size() > limits_.names) {
     input_.Refuse(Here(), "the document has more than " + std::to_string(limits_.names >> 10) +
                               " Ki different names; split it into several");
   }
@@ -240,10 +252,10 @@ void Reading::AddOther(ContentType type) {
 }
 
 void Reading::EndMarkup() {
-  if (End() - part_begin_ > static_cast<XML_Index>(limits_.markup)) {
+  const XML_Index begin = std::exchange(part_begin_, End());
+  if (part_begin_ - begin > static_cast<XML_Index>(limits_.markup)) {
     RefuseLength();
   }
-  part_begin_ = End();
 }
 
 void Reading::CheckContents() const {

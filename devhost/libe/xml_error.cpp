@@ -98,8 +98,8 @@ std::string NameIn(std::string_view text) {
 }
 
 std::string AboutOpenElement(const kaml_content& open_element, const std::string& what) {
-  const std::string name = Shown(open_element.name);
-  return what + " <" + name + "> in line " + std::to_string(open_element.begin.line) +
+  const std::string name = Shown(open_element.name());
+  return what + " <" + name + "> in line " + std::to_string(open_element.begin().line) +
          "; write </" + name + ">";
 }
 

@@ -119,11 +119,7 @@ std::string FileOf(const auto& names, int elements) {
 
 [[gnu::noinline]] Document CountedReading(const std::string& path) { return Document::Read(path); }
 
-void Live(kaeCPLayerFactory& factory) {
-  Document document;
-  kaml_content* root = document.AddElement(nullptr, "tcp-settings");
-  document.AddText(document.AddElement(root, "tcp_sack"), "0");
-  document.AddText(document.AddElement(root, "tcp_rmem_default"), "5000");
+void Live(kaeCPLayerFactory& factory, const Document& document) {
   kaeCPLayer* layer = CountedSnapshot(factory);
   auto& configure = dynamic_cast<ConfigureCB&>(*layer);
   auto& release = dynamic_cast<ReleaseCB&>(*layer);
@@ -138,8 +134,12 @@ int main() {
   TunableTree tree;
   Fill(tree);
   kaeCPLayerFactory& factory = CountedLoading();
-  Live(factory);  // with what happens only the first time
-  Live(factory);
+  Document document;
+  kaml_content* root = document.AddElement(nullptr, "tcp-settings");
+  document.AddText(document.AddElement(root, "tcp_sack"), "0");
+  document.AddText(document.AddElement(root, "tcp_rmem_default"), "5000");
+  Live(factory, document);  // with what happens only the first time
+  Live(factory, document);
   auto& layer = dynamic_cast<ConfigureCB&>(*factory.GetNewLayer());
   CountedRequest(layer, DocumentOf(kKnown, 0));
   CountedRequest(layer, DocumentOf(kKnown, 1000));

@@ -1,5 +1,7 @@
 #include "devhost/kaehost/apply/outcomes.h"
 
+#include <unordered_map>
+
 #include "devhost/kaehost/text/numbers.h"
 #include "devhost/libe/document.h"
 
@@ -59,19 +61,25 @@ const char* WordFor(Fate fate) {
 }
 
 Asked WhatIsAsked(const kaml_content* contents) {
-  Asked asked;
-  for (const kaml_content* root = contents; root != nullptr; root = root->next) {
-    if (root->type != kElement) {
+  std::unordered_map<const char*, const char*> texts;  // the last one of each interned name
+  for (const kaml_content* root = contents; root != nullptr; root = root->next()) {
+    if (root->type() != kElement) {
       continue;
     }
-    if (std::string_view(root->name) != "tcp-settings") {
+    if (std::string_view(root->name()) != "tcp-settings") {
       break;
     }
-    for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
-      const CatalogueEntry* entry = c->type == kElement ? FindInCatalogue(c->name) : nullptr;
-      if (entry != nullptr && c->first_child != nullptr && c->first_child->type == kText) {
-        asked[entry->element] = c->first_child->text;
+    for (const kaml_content* c = root->first_child(); c != nullptr; c = c->next()) {
+      const kaml_content* first = c->first_child();
+      if (first != nullptr && first->type() == kText) {
+        texts[c->name()] = first->text();
       }
+    }
+  }
+  Asked asked;
+  for (const auto& [name, text] : texts) {
+    if (const CatalogueEntry* entry = FindInCatalogue(name)) {
+      asked[entry->element] = text;
     }
   }
   return asked;

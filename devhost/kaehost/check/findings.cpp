@@ -19,7 +19,7 @@ constexpr std::string_view kRoot = "tcp-settings";
 // A sentence begins with the element's name, which can have any length.
 std::string NameOf(const kaml_content& element) {
   constexpr std::size_t kLongest = 64;
-  return Shown(element.name, kLongest) + ": ";
+  return Shown(element.name(), kLongest) + ": ";
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -59,10 +59,10 @@ std::string AboutValue(const CatalogueEntry& entry, const std::string& text) {
 
 // Returns why the plug-in ignores an element that it knows, empty if it does not.
 std::string WhyIgnored(const kaml_content& element) {
-  if (element.first_child == nullptr) {
+  if (element.first_child() == nullptr) {
     return "empty, so the element is ignored; write a value or remove it";
   }
-  if (element.first_child->type != kText) {
+  if (element.first_child()->type() != kText) {
     return "the first content is not text, so the element is ignored; write only the value";
   }
   return "";
@@ -87,20 +87,20 @@ class Search {
 
 std::vector<Finding> Search::Run(const Document& document) {
   const kaml_content* root = document.contents();
-  while (root->type != kElement) {
-    root = root->next;
+  while (root->type() != kElement) {
+    root = root->next();
   }
-  if (root->name != kRoot) {
-    Add(root->begin, NameOf(*root) +
-                         "not tcp-settings, so the request gets no reply; rename the root "
-                         "element to tcp-settings");
+  if (root->name() != kRoot) {
+    Add(root->begin(), NameOf(*root) +
+                           "not tcp-settings, so the request gets no reply; rename the root "
+                           "element to tcp-settings");
     return findings_;
   }
   LookAtAttributes(*root);
-  for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
-    if (c->type == kElement) {
+  for (const kaml_content* c = root->first_child(); c != nullptr; c = c->next()) {
+    if (c->type() == kElement) {
       LookAtElement(*c);
-    } else if (c->type == kText) {
+    } else if (c->type() == kText) {
       LookAtText(*c);
     }
     if (findings_.size() > kMostFindings) {
@@ -115,49 +115,50 @@ std::vector<Finding> Search::Run(const Document& document) {
 
 void Search::LookAtElement(const kaml_content& element) {
   const std::string name = NameOf(element);
-  const CatalogueEntry* entry = FindInCatalogue(element.name);
+  const CatalogueEntry* entry = FindInCatalogue(element.name());
   if (entry == nullptr) {
-    Add(element.begin, name + AboutUnknownElement(element.name, "it is ignored; remove it"));
+    Add(element.begin(), name + AboutUnknownElement(element.name(), "it is ignored; remove it"));
     return;
   }
   if (const std::string why = WhyIgnored(element); !why.empty()) {
-    Add(element.begin, name + why);
+    Add(element.begin(), name + why);
     return;
   }
-  const auto [earlier, is_new] = seen_.try_emplace(entry->element, element.begin);
+  const auto [earlier, is_new] = seen_.try_emplace(entry->element, element.begin());
   if (!is_new) {
-    Add(element.begin, name + "already named in line " + std::to_string(earlier->second.line) +
-                           "; the last one wins; remove one of the two");
-    earlier->second = element.begin;
+    Add(element.begin(), name + "already named in line " + std::to_string(earlier->second.line) +
+                             "; the last one wins; remove one of the two");
+    earlier->second = element.begin();
   }
   LookAtAttributes(element);
   LookAtValue(*entry, element);
 }
 
 void Search::LookAtAttributes(const kaml_content& element) {
-  if (element.has_attributes) {
-    Add(element.begin, NameOf(element) + "attributes are ignored; remove them");
+  if (element.has_attributes()) {
+    Add(element.begin(), NameOf(element) + "attributes are ignored; remove them");
   }
 }
 
 void Search::LookAtValue(const CatalogueEntry& entry, const kaml_content& element) {
   const std::string name = NameOf(element);
-  const kaml_content& text = *element.first_child;
-  if (text.next != nullptr) {
-    Add(element.begin,
-        name + "only the first text, " + Quoted(text.text) + ", counts; write only the value");
+  const kaml_content& text = *element.first_child();
+  if (text.next() != nullptr) {
+    Add(element.begin(),
+        name + "only the first text, " + Quoted(text.text()) + ", counts; write only the value");
   }
-  if (const std::string sentence = AboutValue(entry, text.text); !sentence.empty()) {
-    Add(text.begin, name + sentence);
+  if (const std::string sentence = AboutValue(entry, text.text()); !sentence.empty()) {
+    Add(text.begin(), name + sentence);
   }
 }
 
 void Search::LookAtText(const kaml_content& text) {
-  const std::string_view words = Trimmed(text.text);
+  const std::string_view words = Trimmed(text.text());
   if (!words.empty()) {
-    const std::string_view blanks(text.text.data(),
-                                  static_cast<std::size_t>(words.data() - text.text.data()));
-    Add(EndOf(blanks, text.begin), Quoted(words) + ": text between elements is ignored; remove it");
+    const std::string_view blanks(text.text(),
+                                  static_cast<std::size_t>(words.data() - text.text()));
+    Add(EndOf(blanks, text.begin()),
+        Quoted(words) + ": text between elements is ignored; remove it");
   }
 }
 

@@ -53,13 +53,13 @@ const xmlChar* Chars(const char* text) { return reinterpret_cast<const xmlChar*>
 // Adds a copy of the element as a node of the XML library, with all of its text in one node. The
 // schema does not look at comments, nor at the position of text among elements.
 void AddCopy(xmlNode* parent, const kaml_content& element, int levels) {
-  xmlNode* copy = xmlAddChild(parent, NotNull(xmlNewNode(nullptr, Chars(element.name))));
+  xmlNode* copy = xmlAddChild(parent, NotNull(xmlNewNode(nullptr, Chars(element.name()))));
   copy->_private = const_cast<kaml_content*>(&element);
   std::string text;
-  for (const kaml_content* c = element.first_child; c != nullptr; c = c->next) {
-    if (c->type == kText) {
-      text += c->text;
-    } else if (c->type == kElement && levels > 0) {
+  for (const kaml_content* c = element.first_child(); c != nullptr; c = c->next()) {
+    if (c->type() == kText) {
+      text += c->text();
+    } else if (c->type() == kElement && levels > 0) {
       AddCopy(copy, *c, levels - 1);
     }
   }
@@ -72,8 +72,8 @@ using Tree = Owned<xmlDoc, xmlFreeDoc>;
 
 Tree NewTree(const Document& document) {
   Tree tree(NotNull(xmlNewDoc(nullptr)));
-  for (const kaml_content* c = document.contents(); c != nullptr; c = c->next) {
-    if (c->type == kElement) {
+  for (const kaml_content* c = document.contents(); c != nullptr; c = c->next()) {
+    if (c->type() == kElement) {
       AddCopy(reinterpret_cast<xmlNode*>(tree.get()), *c, kLevels);
     }
   }
@@ -91,7 +91,7 @@ void TakeError(void* findings, xmlErrorPtr error) {
   }
   const auto* node = static_cast<const xmlNode*>(error->node);
   if (found[0].position.line == kNowhere.line && node != nullptr && node->_private != nullptr) {
-    found[0].position = static_cast<const kaml_content*>(node->_private)->begin;
+    found[0].position = static_cast<const kaml_content*>(node->_private)->begin();
   }
 }
 

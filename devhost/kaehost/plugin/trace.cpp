@@ -94,7 +94,7 @@ void StartWatch(const Watch& watch) {
     return;
   }
   if (watch.trace != TraceForm::kNone) {
-    observer = TraceHostCall;
+    SetObserver(TraceHostCall);
     std::signal(SIGPIPE, SIG_IGN);  // if nobody reads the trace, the plug-in goes on
   }
   const auto open = [watch](const OpenCall& call) { return OpenTraced(watch, call); };

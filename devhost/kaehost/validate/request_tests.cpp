@@ -206,9 +206,7 @@ void ComparesNamesAsPointers(Trial& trial) {
   static const char name[] = "tcp_sack";
   Document document;
   kaml_content* root = document.AddElement(nullptr, "tcp-settings");
-  kaml_content* element = document.AddElement(root, name);
-  document.AddText(element, "0");
-  element->name = name;
+  document.AddText(document.AddElementNamed(root, name), "0");
   ExpectEffect(trial, document, "a document with a name that is not interned", {});
 }
 

@@ -46,9 +46,9 @@ TEST(Document, KeepsTheOrderInWhichContentsAreAdded) {
   kaml_content* b = document.AddElement(a, "b");
   document.AddOther(nullptr, devhost::kComment);
   document.AddText(a, "2");
-  document.AddOther(b, 7);
+  document.AddOther(b, devhost::kProcessingInstruction);
   EXPECT_THAT(Nodes(document.contents()),
-              ElementsAre("'1'", "a", "  b", "    (7)", "  '2'", "(comment)"));
+              ElementsAre("'1'", "a", "  b", "    (instruction)", "  '2'", "(comment)"));
 }
 
 TEST(Document, CopiesTextsAndInternsNames) {

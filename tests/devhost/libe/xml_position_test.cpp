@@ -24,12 +24,12 @@ std::vector<std::string> PlacesIn(const std::string& bytes) {
     if (content == nullptr) {
       continue;
     }
-    next.push_back(content->next);
-    next.push_back(content->first_child);
-    if (content->type == devhost::kElement || content->type == devhost::kText) {
-      places.push_back((content->type == devhost::kText ? "text" : std::string(content->name)) +
-                       " " + std::to_string(content->begin.line) + ":" +
-                       std::to_string(content->begin.column));
+    next.push_back(content->next());
+    next.push_back(content->first_child());
+    if (content->type() == devhost::kElement || content->type() == devhost::kText) {
+      places.push_back((content->type() == devhost::kText ? "text" : std::string(content->name())) +
+                       " " + std::to_string(content->begin().line) + ":" +
+                       std::to_string(content->begin().column));
     }
   }
   return places;

@@ -33,9 +33,9 @@ TEST(XmlElement, HasAttributesOnlyIfTheyAreInItsTag) {
       "document.xml",
       "<!DOCTYPE a [<!ATTLIST a b CDATA 'x'>]><a><a b=''/><a xmlns='u'/><a c=''/></a>"));
   const kaml_content* root = document.contents();
-  EXPECT_FALSE(root->has_attributes);
-  for (const kaml_content* c = root->first_child; c != nullptr; c = c->next) {
-    EXPECT_TRUE(c->has_attributes);
+  EXPECT_FALSE(root->has_attributes());
+  for (const kaml_content* c = root->first_child(); c != nullptr; c = c->next()) {
+    EXPECT_TRUE(c->has_attributes());
   }
 }
 
