@@ -1,6 +1,7 @@
 #include "devhost/kaehost/process/interruption.h"
 
 #include <poll.h>
+#include <sys/ptrace.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace devhost {
@@ -20,6 +22,18 @@ bool IsIgnored(int signal) {
   return found.sa_handler == SIG_IGN;
 }
 
+void EndTracing(pid_t child, int signal) {
+  ptrace(PTRACE_DETACH, child, nullptr, static_cast<long>(signal));
+}
+
+void EndTracingOfStopped() {
+  siginfo_t stopped = {};
+  while (waitid(P_ALL, 0, &stopped, WSTOPPED | WNOHANG) == 0 && stopped.si_pid != 0) {
+    EndTracing(stopped.si_pid, stopped.si_status);
+    stopped = {};
+  }
+}
+
 }  // namespace
 
 Interruption::Interruption(std::chrono::seconds patience) : patience_(patience) {
@@ -30,13 +44,12 @@ Interruption::Interruption(std::chrono::seconds patience) : patience_(patience) 
     }
   }
   std::signal(SIGCHLD, SIG_DFL);  // if it is ignored, children end unnoticed
+  sigaddset(&awaited_, SIGCHLD);
   descriptor_ = signalfd(-1, &awaited_, SFD_CLOEXEC);
   if (descriptor_ < 0) {
     throw std::system_error(errno, std::generic_category(), "cannot wait for signals");
   }
-  sigset_t blocked = awaited_;
-  sigaddset(&blocked, SIGCHLD);
-  sigprocmask(SIG_BLOCK, &blocked, &mask_before_);
+  sigprocmask(SIG_BLOCK, &awaited_, &mask_before_);
 }
 
 // Signals that come at the end have nothing left to interrupt.
@@ -47,7 +60,9 @@ Interruption::~Interruption() {
 }
 
 void Interruption::Note(int signal) {
-  if (!came_) {
+  if (signal == SIGCHLD) {
+    EndTracingOfStopped();
+  } else if (!came_) {
     came_ = signal;
     came_at_ = Clock::now();
   }
@@ -105,15 +120,17 @@ void Interruption::AwaitSignalOr(int descriptor) {
 }
 
 int Interruption::AwaitEnd(pid_t child) {
-  sigset_t awaited = awaited_;
-  sigaddset(&awaited, SIGCHLD);
   int status = 0;
-  while (waitpid(child, &status, WNOHANG) == 0) {
+  while (waitpid(child, &status, WNOHANG) == 0 || WIFSTOPPED(status)) {
+    if (WIFSTOPPED(status)) {
+      EndTracing(child, WSTOPSIG(std::exchange(status, 0)));
+      continue;
+    }
     siginfo_t info = {};
-    const int signal = sigwaitinfo(&awaited, &info);
-    if (signal > 0 && signal != SIGCHLD) {
+    const int signal = sigwaitinfo(&awaited_, &info);
+    if (signal > 0) {
       Note(signal);
-      if (info.si_code != SI_KERNEL) {
+      if (signal != SIGCHLD && info.si_code != SI_KERNEL) {
         kill(child, signal);
       }
     }

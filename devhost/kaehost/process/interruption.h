@@ -11,6 +11,8 @@ namespace devhost {
 // takes them. So none of them ends the process before the tunables are restored. Signals that the
 // process ignores stay ignored. Other signals still end it. For a process with one thread; one
 // object at a time.
+// A child that makes this process its tracer (PTRACE_TRACEME) stops at each signal. The functions
+// that wait end the tracing then, so that the signal does what it does without a tracer.
 class Interruption {
  public:
   using Clock = std::chrono::steady_clock;
@@ -50,7 +52,7 @@ class Interruption {
   void Note(int signal);
 
   const std::chrono::seconds patience_;
-  sigset_t awaited_;
+  sigset_t awaited_;  // with SIGCHLD
   sigset_t mask_before_;
   int descriptor_;  // readable while a signal is pending
   std::optional<int> came_;

@@ -37,6 +37,7 @@ namespace {
 
 const std::map<std::string, std::string> kEnds = {
     {"crash", "was killed by signal 11 (Segmentation fault)"},
+    {"crash under a tracer", "was killed by signal 11 (Segmentation fault)"},
     {"abort", "was killed by signal 6 (Aborted)"},
     {"_exit", "ended with status 0"},
     {"kill", "was killed by signal 9 (Killed)"},

@@ -1,6 +1,8 @@
 // The process that works for another one, and the signals that wait for the end of a session.
 
 #include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -38,4 +40,22 @@ TEST(EndedWorker, DoesNotEndTheOtherProcessByAnOrder) {
   worker.Order(1);
   EXPECT_EQ(worker.Answer(), std::nullopt);
   EXPECT_TRUE(worker.HasEndedWell());
+}
+
+TEST(AwaitedProcess, EndsByItselfAlsoIfItMakesThisOneItsTracer) {
+  devhost::Interruption interruption(kPatience);
+  const auto status_of = [&](int signal) {
+    const pid_t child = fork();
+    if (child == 0) {
+      ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+      std::raise(SIGCHLD);
+      ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+      std::raise(signal);
+      _exit(5);
+    }
+    return interruption.AwaitEnd(child);
+  };
+  EXPECT_EQ(status_of(SIGCHLD), 5);
+  EXPECT_EQ(status_of(SIGKILL), 128 + SIGKILL);
+  EXPECT_EQ(status_of(SIGUSR1), 128 + SIGUSR1);
 }

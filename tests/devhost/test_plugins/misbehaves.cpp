@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -75,6 +76,9 @@ void Do(const std::string& deed) {
   if (deed == "crash") {
     std::signal(SIGSEGV, SIG_DFL);  // also if a sanitizer handles it
     std::raise(SIGSEGV);
+  } else if (deed == "crash under a tracer") {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    Do("crash");
   } else if (deed == "abort") {
     std::abort();
   } else if (deed == "_exit") {
