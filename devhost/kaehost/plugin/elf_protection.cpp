@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -20,6 +22,9 @@ using Handle = std::unique_ptr<Elf, int (*)(Elf*)>;
 Handle Open(const std::string& path) {
   elf_version(EV_CURRENT);
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) {
+    throw PluginError(path + ": cannot read the plug-in: " + std::strerror(errno));
+  }
   Handle file(elf_begin(fd, ELF_C_READ_MMAP, nullptr), elf_end);
   const bool is_read = file != nullptr && elf_cntl(file.get(), ELF_C_FDREAD) == 0;
   close(fd);

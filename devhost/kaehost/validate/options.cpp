@@ -94,12 +94,19 @@ int Run(const Options& options, const Plan& plan) {
     Out() << "kaehost: " << Visible(plan.plugin) << " on " << ThisKernel() << ", seed " << plan.seed
           << std::endl;
   }
-  const auto tell = [&options](const TestResult& result) {
-    if (!options.json && (!options.only_failed || IsBad(result.result))) {
+  std::vector<TestResult> blocked;
+  const auto tell = [&](const TestResult& result) {
+    if (options.json || (options.only_failed && !IsBad(result.result))) {
+      return;
+    }
+    if (result.is_blocked) {
+      blocked.push_back(result);
+    } else {
       Tell(result);
     }
   };
   const Validation validation = RunTests(plan, interruption, tell);
+  TellBlocked(blocked);
   const std::string unwritten =
       options.junit.empty() ? "" : WriteJUnit(options.junit, plan, validation);
   const ExitStatus status =

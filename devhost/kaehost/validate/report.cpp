@@ -113,6 +113,15 @@ void Tell(const TestResult& result) {
   Out() << std::flush;
 }
 
+void TellBlocked(const std::vector<TestResult>& results) {
+  if (results.size() == 1) {
+    Tell(results[0]);
+  } else if (!results.empty()) {
+    Out() << Painted(WordFor(Result::kSkipped), Colour::kYellow) << "    " << results.size()
+          << " other tests\n  because    " << results[0].why << '\n';
+  }
+}
+
 void TellTests(const std::vector<const Test*>& tests) {
   for (const Test* test : tests) {
     constexpr int kWidth = 38;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "devhost/kaehost/validate/runner.h"
 
@@ -17,6 +18,9 @@ std::string AboutCounts(const Validation& validation);
 
 // Prints a result for people.
 void Tell(const TestResult& result);
+
+// Prints the results of tests that need one that did not pass, as one if there are several.
+void TellBlocked(const std::vector<TestResult>& results);
 
 // Prints the tests, and what each tests.
 void TellTests(const std::vector<const Test*>& tests);

@@ -50,7 +50,7 @@ class Run {
         continue;
       }
       if (test.needs > shown_) {
-        Keep({.test = &test, .result = Result::kSkipped, .why = WhyNot(test)});
+        Keep(SkippedFor(test, WhyNot(test)));
         continue;
       }
       Start(test);
@@ -81,7 +81,7 @@ class Run {
       }
       const std::string why = WhyNot(*test);
       if (!why.empty()) {
-        Keep({.test = test, .result = Result::kSkipped, .why = why});
+        Keep(SkippedFor(*test, why));
         continue;
       }
       while (running_.size() >= processors && !interruption_.Came()) {
@@ -107,6 +107,13 @@ class Run {
     }
     return std::string("the test ") + FirstTests()[static_cast<std::size_t>(shown_)].name +
            " did not pass";
+  }
+
+  TestResult SkippedFor(const Test& test, const std::string& why) const {
+    return {.test = &test,
+            .result = Result::kSkipped,
+            .why = why,
+            .is_blocked = shown_ < Needs::kReply};
   }
 
   void Start(const Test& test) { running_.emplace_back(test, plan_, interruption_); }

@@ -22,9 +22,10 @@ struct TestResult {
   Result result;
   std::string expected = {};  // of one that failed
   std::string seen = {};
-  std::string why = {};   // it was skipped
-  std::string step = {};  // what it did last, if it crashed or timed out
-  std::string end = {};   // how its process ended, if it crashed
+  std::string why = {};     // it was skipped
+  bool is_blocked = false;  // it was skipped because one that it needs did not pass
+  std::string step = {};    // what it did last, if it crashed or timed out
+  std::string end = {};     // how its process ended, if it crashed
   std::chrono::microseconds time = {};
 };
 
