@@ -20,12 +20,23 @@ unsigned long WordsOf(const std::string& path) {
   return words;
 }
 
+void Open(std::ifstream& file, const std::string& path) { file.open(path, std::ios::in); }
+
+void Open(std::ofstream& file, const std::string& path) {
+  file.open(path, std::ios::out | std::ios::binary);
+}
+
 }  // namespace
 
 Streams::Streams(const std::vector<SystemCall>& calls) {
   for (const SystemCall& call : calls) {
     if (call.name == "openat") {
-      Step step = {call.flags == "O_RDONLY" ? Step::kRead : Step::kWrite, call.path, "", ""};
+      const bool reads = call.flags == "O_RDONLY";
+      if (reads_.value_or(reads) != reads) {
+        throw std::runtime_error("a pass reads or writes, but not both: " + call.path);
+      }
+      reads_ = reads;
+      Step step = {Step::kFile, call.path, "", ""};
       step.missing = call.result < 0;
       step.words = WordsOf(call.path);
       steps_.push_back(step);
@@ -54,39 +65,20 @@ void Streams::AddLines(const std::string& printed) {
   }
 }
 
-void Streams::Read(std::ifstream& file, const Step& step) {
-  file.clear();
-  file.open(step.text, std::ios::in);
-  if (file.is_open() == step.missing) {
-    throw std::runtime_error("not as in the trace: " + step.text);
-  }
+void Streams::Move(std::ifstream& file, const Step& step) {
   std::string word;
-  for (unsigned long i = 0; !step.missing && i < step.words; ++i) {
+  for (unsigned long i = 0; i < step.words; ++i) {
     file >> word;
   }
-  file.clear();
-  file.close();
 }
 
-void Streams::Write(std::ofstream& file, const Step& step) {
-  file.clear();
-  file.open(step.text, std::ios::out | std::ios::binary);
-  if (file.is_open() == step.missing) {
-    throw std::runtime_error("not as in the trace: " + step.text);
-  }
-  if (!step.missing) {
-    file << step.value;
-  }
-  file.clear();
-  file.close();
-}
+void Streams::Move(std::ofstream& file, const Step& step) { file << step.value; }
 
-void Streams::Run() const {
+template <class File>
+void Streams::RunWith() const {
   char buffer[BUFSIZ];
-  std::ifstream in;
-  std::ofstream out;
-  in.rdbuf()->pubsetbuf(buffer, sizeof buffer);
-  out.rdbuf()->pubsetbuf(buffer, sizeof buffer);
+  File file;
+  file.rdbuf()->pubsetbuf(buffer, sizeof buffer);
   for (const Step& step : steps_) {
     switch (step.kind) {
       case Step::kLine:
@@ -95,13 +87,27 @@ void Streams::Run() const {
       case Step::kValue:
         std::printf("%s = %s\n", step.name.c_str(), step.value.c_str());
         break;
-      case Step::kRead:
-        Read(in, step);
-        break;
-      case Step::kWrite:
-        Write(out, step);
+      case Step::kFile:
+        file.clear();
+        Open(file, step.text);
+        if (file.is_open() == step.missing) {
+          throw std::runtime_error("not as in the trace: " + step.text);
+        }
+        if (!step.missing) {
+          Move(file, step);
+        }
+        file.clear();
+        file.close();
         break;
     }
+  }
+}
+
+void Streams::Run() const {
+  if (reads_.value_or(false)) {
+    RunWith<std::ifstream>();
+  } else {
+    RunWith<std::ofstream>();
   }
 }
 
