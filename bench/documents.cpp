@@ -1,12 +1,18 @@
 // The cost of a request by document size: 1 to 10^6 child elements, with known and with unknown
-// names. Each request writes the whole catalogue. The question is what each element adds.
+// names. Each request writes the whole catalogue. The question is what each element adds: to a
+// request, to reading a file, and to kaehost apply.
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "bench/output.h"
 #include "bench/private_kernel.h"
+#include "bench/programs.h"
 #include "devhost/libe/request.h"
 
 namespace {
@@ -37,6 +43,49 @@ void Deliver(benchmark::State& state, const auto& names) {
 
 void KnownElements(benchmark::State& state) { Deliver(state, kKnown); }
 void UnknownElements(benchmark::State& state) { Deliver(state, kUnknown); }
+
+// A file with elements of unknown names, which kaehost applies with no more output than for none.
+class ElementsFile {
+ public:
+  explicit ElementsFile(int64_t elements) {
+    std::ofstream file(path_);
+    file << "<tcp-settings>";
+    for (int64_t i = 0; i < elements; ++i) {
+      file << '<' << kUnknown[i % 4] << ">4096</" << kUnknown[i % 4] << '>';
+    }
+    file << "</tcp-settings>";
+  }
+  ~ElementsFile() { std::filesystem::remove(path_); }
+  ElementsFile(const ElementsFile&) = delete;
+  ElementsFile& operator=(const ElementsFile&) = delete;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  const std::string path_ = std::filesystem::temp_directory_path() /
+                            ("kaetcp-bench-" + std::to_string(getpid()) + "-elements.xml");
+};
+
+void ReadElements(benchmark::State& state) {
+  const ElementsFile file(state.range(0));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(devhost::Document::Read(file.path()).contents());
+  }
+}
+
+void ApplyElements(benchmark::State& state) {
+  const ElementsFile file(state.range(0));
+  for (auto _ : state) {
+    bench::RunProgram({KAEHOST, "apply", "--quiet", file.path()});
+  }
+}
+
+void NoneAndAMillion(benchmark::internal::Benchmark* of) {
+  of->Arg(0)->Arg(1000000)->Iterations(1)->Repetitions(5);
+  of->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+BENCHMARK(ReadElements)->Apply(NoneAndAMillion);
+BENCHMARK(ApplyElements)->Apply(NoneAndAMillion);
 
 // Repeats each size, because a line is fitted to the times of all sizes.
 void Sizes(benchmark::internal::Benchmark* of) {

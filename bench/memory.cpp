@@ -1,5 +1,5 @@
-// The heap use of a layer and of a request, counted in the allocator. This is a separate program,
-// so that counting does not slow down the other benchmarks.
+// The heap use of a layer, of a request and of a document, counted in the allocator. This is a
+// separate program, so that counting does not slow down the other benchmarks.
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -54,6 +54,7 @@ extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
 void* malloc(std::size_t size) { return Count(__libc_malloc(size)); }
@@ -61,6 +62,9 @@ void* calloc(std::size_t count, std::size_t size) { return Count(__libc_calloc(c
 void* realloc(void* block, std::size_t size) {
   Uncount(block);
   return Count(__libc_realloc(block, size));
+}
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+  return Count(__libc_memalign(alignment, size));
 }
 void free(void* block) {
   Uncount(block);
@@ -121,5 +125,18 @@ BENCHMARK(RequestMemory)
 })
     ->ArgsProduct({{0, 1, 10, 57}, {7, 100}})
     ->Iterations(1);
+
+void DocumentMemory(benchmark::State& state) {
+  devhost::Document document;
+  for (auto _ : state) {
+    Report(state, Taken([&] {
+             kaml_content* root = document.AddElement(nullptr, "tcp-settings");
+             for (int64_t i = 0; i < state.range(0); ++i) {
+               document.AddText(document.AddElement(root, "tcp_sack"), "4096");
+             }
+           }));
+  }
+}
+BENCHMARK(DocumentMemory)->Arg(1000000)->Iterations(1);
 
 }  // namespace

@@ -69,6 +69,9 @@ def elements_table(found):
     for kind in ("Known", "Unknown"):
         slope, error = found.slope(kind)
         rows.append((kind.lower(), f"{slope:.1f}", f"{error:.1f}", f"{found.flatness(kind):.2f}"))
+    for kind, what in (("Read", "unknown, only reading the file"),
+                       ("Apply", "unknown, all of `kaehost apply`")):
+        rows.append((what, f"{found.element_time(kind):.1f}", "", ""))
     return table(("Names", "Time per element, ns", "Standard error, ns",
                   "Document of 10^6 / of 10^4"), rows)
 

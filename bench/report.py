@@ -47,6 +47,8 @@ def budgets(found):
     yield row("Extra allocations for 57 short values", 0, more, f"{more:.0f}")
     kept = all_long["kept"] - 57
     yield row("Extra blocks for 57 long values, beyond one each", 0, kept, f"{kept:.0f}")
+    element = found.element_memory()
+    yield row("Heap of an element of a document, with its text, bytes", 84, element, f"{element:.1f}")
     for kind in ("Known", "Unknown"):
         flat = found.flatness(kind)
         yield row(f"Time per {kind.lower()} element, document of 10^6 / of 10^4", 1.25, flat,

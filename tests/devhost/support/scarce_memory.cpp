@@ -14,6 +14,8 @@ extern "C" {
 void* __libc_malloc(std::size_t size);                     // NOLINT(bugprone-reserved-identifier)
 void* __libc_calloc(std::size_t count, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
 void* __libc_realloc(void* address, std::size_t size);     // NOLINT(bugprone-reserved-identifier)
+void* __libc_memalign(std::size_t alignment,               // NOLINT(bugprone-reserved-identifier)
+                      std::size_t size);
 }
 
 namespace {
@@ -54,5 +56,10 @@ __attribute__((visibility("default"))) void* calloc(std::size_t count, std::size
 
 __attribute__((visibility("default"))) void* realloc(void* address, std::size_t size) {
   return Fails(size) ? nullptr : __libc_realloc(address, size);
+}
+
+__attribute__((visibility("default"))) void* aligned_alloc(std::size_t alignment,
+                                                           std::size_t size) {
+  return Fails(size) ? nullptr : __libc_memalign(alignment, size);
 }
 }
