@@ -114,8 +114,8 @@ TEST(Profiles, LeaveTheKernelAsTheToolForThemDoes) {
     const std::size_t ours = apply.out.find("under the settings\n");
     ASSERT_NE(ours, std::string::npos) << apply.out;
 
-    const std::string theirs = InAFreshNamespace(std::string(kSysctl) + " -p " + profile +
-                                                 " >/dev/null 2>&1; echo; " + read);
+    const std::string theirs = InAFreshNamespace(std::string(kSysctl) + " -p '" + profile +
+                                                 "' >/dev/null 2>&1; echo; " + read);
     EXPECT_EQ(WithoutItsFirstLine(apply.out.substr(ours)), WithoutItsFirstLine(theirs)) << profile;
     EXPECT_THAT(theirs, HasSubstr("net.ipv4.tcp_"));
     EXPECT_NE(theirs, InAFreshNamespace("echo; " + read)) << profile << " changes nothing";
