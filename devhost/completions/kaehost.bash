@@ -44,7 +44,7 @@ _kaehost() {
       mapfile -t COMPREPLY < <(compgen -f -X '!*.so' -- "$cur"; compgen -d -- "$cur")
       return
       ;;
-    --junit | --output)
+    --junit | --netns-file | --output)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$cur")
       return
@@ -52,7 +52,7 @@ _kaehost() {
   esac
 
   case $command in
-    apply) options='--help --as-is --fail --hold --initial-values --json --kill-after --live --netns --no-journal --plugin --quiet --strict --trace --verbose --whole-catalogue --' ;;
+    apply) options='--help --as-is --fail --hold --initial-values --json --kill-after --live --netns --netns-file --no-journal --plugin --quiet --strict --trace --verbose --whole-catalogue --' ;;
     check) options='--help --json --quiet' ;;
     inspect) options='--help --json --quiet' ;;
     import) options='--help --json --output --quiet' ;;

@@ -24,7 +24,7 @@ const char* WordFor(Reply reply) {
 
 Json OrNull(const auto& optional) { return optional ? Json(*optional) : Json(); }
 
-Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
+Json OutcomeJson(const NamespaceResult& result, const Outcome& outcome) {
   Json json = Json::object();
   json["element"] = outcome.entry->element;
   json["file"] = outcome.entry->file;
@@ -33,11 +33,11 @@ Json OutcomeJson(const SessionResult& session, const Outcome& outcome) {
   json["before"] = OrNull(outcome.before);
   json["asked"] = OrNull(outcome.asked);
   json["now"] = OrNull(outcome.now);
-  json["emulated"] = session.IsEmulated(*outcome.entry);
+  json["emulated"] = result.IsEmulated(*outcome.entry);
   return json;
 }
 
-Json RequestJson(const SessionResult& session, const RequestResult& result) {
+Json RequestJson(const NamespaceResult& where, const RequestResult& result) {
   Json json = Json::object();
   json["document"] = result.document;
   json["reply"] = WordFor(result.reply.reply);
@@ -48,7 +48,7 @@ Json RequestJson(const SessionResult& session, const RequestResult& result) {
   json["outcomes"] = Json::array();
   json["counts"] = Json::object();
   for (const Outcome& outcome : result.outcomes) {
-    json["outcomes"].push_back(OutcomeJson(session, outcome));
+    json["outcomes"].push_back(OutcomeJson(where, outcome));
   }
   for (const auto& [fate, count] : CountFates(result.outcomes)) {
     json["counts"][WordFor(fate)] = count;
@@ -65,14 +65,14 @@ Json Lines(const std::string& text) {
   return lines;
 }
 
-void AddComparison(const SessionResult& session, Json& json) {
-  json["restored"] = session.not_restored.empty();
-  if (session.not_restored.empty() && !session.unread.empty()) {
+void AddComparison(const NamespaceResult& result, Json& json) {
+  json["restored"] = result.not_restored.empty();
+  if (result.not_restored.empty() && !result.unread.empty()) {
     json["restored"] = nullptr;  // nobody knows
   }
-  json["not_restored"] = ToJson(session.not_restored);
+  json["not_restored"] = ToJson(result.not_restored);
   json["unread"] = Json::array();
-  for (const Unread& unread : session.unread) {
+  for (const Unread& unread : result.unread) {
     json["unread"].push_back({
         {"tunable", unread.tunable             },
         {"reason",  std::strerror(unread.error)},
@@ -81,26 +81,39 @@ void AddComparison(const SessionResult& session, Json& json) {
   }
 }
 
+Json NamespaceJson(const NamespaceResult& result) {
+  Json json = Json::object();
+  json["where"] = result.where;
+  json["emulated"] = result.emulated;
+  json["not_copied"] = result.not_copied;
+  json["requests"] = Json::array();
+  for (const RequestResult& request : result.requests) {
+    json["requests"].push_back(RequestJson(result, request));
+  }
+  json["release_thrown"] = OrNull(result.release_thrown);
+  AddComparison(result, json);
+  json["changed_by_others"] = ToJson(result.changed_by_others);
+  json["restored_by_kaehost"] = ToJson(result.restored_by_kaehost);
+  json["journal_kept"] = OrNull(result.journal_kept);
+  return json;
+}
+
 }  // namespace
 
 std::string ToJson(const SessionResult& session, const std::string& progress, int status) {
   Json json = Json::object();
-  json["error"] = nullptr;
-  json["where"] = session.where;
-  json["emulated"] = session.emulated;
-  json["not_copied"] = session.not_copied;
-  json["plugin"] = session.plugin;
-  json["requests"] = Json::array();
-  for (const RequestResult& result : session.requests) {
-    json["requests"].push_back(RequestJson(session, result));
+  if (session.namespaces.size() == 1) {
+    json = NamespaceJson(session.namespaces.front());
+  } else {
+    json["namespaces"] = Json::array();
+    for (const NamespaceResult& result : session.namespaces) {
+      json["namespaces"].push_back(NamespaceJson(result));
+    }
   }
+  json["error"] = nullptr;
+  json["plugin"] = session.plugin;
   json["interrupted_by"] = OrNull(session.interrupted_by);
   json["command_status"] = OrNull(session.command_status);
-  json["release_thrown"] = OrNull(session.release_thrown);
-  AddComparison(session, json);
-  json["changed_by_others"] = ToJson(session.changed_by_others);
-  json["restored_by_kaehost"] = ToJson(session.restored_by_kaehost);
-  json["journal_kept"] = OrNull(session.journal_kept);
   json["plugin_ended"] = OrNull(session.plugin_ended);
   json["progress"] = Lines(progress);
   json["status"] = status;

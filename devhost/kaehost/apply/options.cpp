@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/apply/netns_file.h"
 #include "devhost/kaehost/apply/options.h"
 #include "devhost/kaehost/apply/session.h"
 #include "devhost/kaehost/command_line.h"
@@ -42,6 +43,8 @@ Examples:
       nsenter --target PROCESS --user --net --mount --preserve-credentials
   kaehost apply --whole-catalogue old-device.xml  emulate missing files
   kaehost apply --netns blue low-latency.xml      in the namespace "blue"
+  ip netns list | cut -d' ' -f1 | kaehost apply --netns-file - --hold base.xml
+                                                  in all, until Ctrl-C
   kaehost apply --fail ipv4/tcp_sack=EACCES:2 base.xml  a request that fails
 
 Exit status:
@@ -59,24 +62,31 @@ Exit status:
   if a tunable is not restored or not read. Status 4 replaces its 0. If a
   signal interrupted the session: 128 plus the number of the signal.)";
 
+std::string AboutName(const std::string& name) {
+  return name.empty() ? "the name is empty; name a network namespace, or leave the option out for "
+                        "a private one"
+                      : "";
+}
+
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
   CLI::Option* netns = apply->add_option("--netns", target->netns,
                                          "Apply in this network namespace (a name of ip netns, "
-                                         "or a path) instead of a private one");
-  netns->type_name("NAME")->take_last()->check([](const std::string& name) -> std::string {
-    return name.empty() ? "the name is empty; name a network namespace, or leave the option out "
-                          "for a private one"
-                        : "";
-  });
+                                         "or a path) instead of a private one; can be repeated");
+  netns->type_name("NAME")->allow_extra_args(false)->check(AboutName);
+  CLI::Option* netns_file = apply->add_option(
+      "--netns-file", target->netns_files,
+      "Apply in the network namespaces that this file names, one a line; - is standard input");
+  netns_file->type_name("FILE")->allow_extra_args(false);
   CLI::Option* live = apply->add_flag(
       "--live", target->live,
       "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them");
-  live->excludes(netns);
+  live->excludes(netns)->excludes(netns_file);
   apply
       ->add_flag("--initial-values", target->initial_values,
                  "Start a private namespace from the kernel's initial values, not from the "
                  "machine's")
       ->excludes(netns)
+      ->excludes(netns_file)
       ->excludes(live);
   CLI::Option* as_is = apply->add_flag(
       "--as-is", target->as_is,
@@ -102,7 +112,28 @@ void AddFailOption(CLI::App* apply, ApplyOptions* options) {
       ->type_name("FILE=ERROR[:N]")
       ->allow_extra_args(false)
       ->excludes("--live")
-      ->excludes("--netns");
+      ->excludes("--netns")
+      ->excludes("--netns-file");
+}
+
+// What a session in several namespaces cannot have.
+void RefuseWithSeveral(const ApplyOptions& options) {
+  if (options.target.netns.size() > 1 && !options.command.empty()) {
+    throw CLI::ValidationError(
+        "a command after '--' needs one network namespace; use --hold to keep the settings in "
+        "several");
+  }
+  if (options.target.netns.size() > 1 && options.trace) {
+    throw CLI::ValidationError("--trace: needs one network namespace; name one only");
+  }
+}
+
+// Returns the operands and options that can be "-", standard input.
+std::vector<std::string> InputsOf(const ApplyOptions& options) {
+  std::vector<std::string> inputs = options.documents;
+  const std::vector<std::string>& files = options.target.netns_files;
+  inputs.insert(inputs.end(), files.begin(), files.end());
+  return inputs;
 }
 
 int RunOrRefuse(const ApplyOptions& options) try {
@@ -162,7 +193,7 @@ void AddApply(CLI::App& app, Chosen& chosen) {
                   "file that the plug-in opens; with --json as JSON lines");
   const bool lacks_a_word = chosen.program && chosen.program->empty();
   apply->callback([options, lacks_a_word, &chosen] {
-    RefuseSecondStandardInput(options->documents);
+    RefuseSecondStandardInput(InputsOf(*options));
     if (lacks_a_word) {
       throw CLI::ValidationError("missing command after '--'");
     }
@@ -171,6 +202,11 @@ void AddApply(CLI::App& app, Chosen& chosen) {
           "option '--hold' and a command after '--' are mutually exclusive: a command ends the "
           "session");
     }
+    for (const std::string& file : options->target.netns_files) {
+      const std::vector<std::string> names = ReadNetnsFile(file);
+      options->target.netns.insert(options->target.netns.end(), names.begin(), names.end());
+    }
+    RefuseWithSeveral(*options);
     chosen.run = [options] { return RunOrRefuse(*options); };
   });
 }

@@ -6,9 +6,10 @@
 #include <csignal>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "devhost/kaehost/apply/json_report.h"
-#include "devhost/kaehost/apply/session_journal.h"
+#include "devhost/kaehost/apply/session_namespaces.h"
 #include "devhost/kaehost/apply/session_result.h"
 #include "devhost/kaehost/apply/text_report.h"
 #include "devhost/kaehost/apply/user_command.h"
@@ -47,15 +48,17 @@ class Session {
   int Run();
 
  private:
-  void LeadALayersLife();
+  void LeadTheLayersLives();
   void TellPluginLines(bool in_full);
   void NoteEndOfPlugin(const std::string& during);
   void DeliverAll();
-  void Deliver(std::size_t index);
+  void Deliver(std::size_t document);
+  bool IsComplete() const;
   void UseTheSettings();
   void BringLoopbackUpIfPrivate() const;
   void Release();
   void TellWhatOthersChanged();
+  void RestoreTheRest();
 
   const ApplyOptions& options_;
   const std::vector<Document>& documents_;
@@ -63,69 +66,44 @@ class Session {
   Interruption interruption_;
   const BlockedOutput blocked_output_{
       [this](auto begin) { return interruption_.IsOutOfPatience(begin); }};
-  std::optional<LayerProcess> layer_;
-  Tunables machine_;
-  Tunables before_;
-  Tunables written_;  // after the last request
-  CatalogueValues start_;
-  CatalogueValues now_;
   SessionResult result_;
+  std::optional<SessionNamespaces> namespaces_;
+  std::optional<LayerProcess> layers_;
 };
 
 int Session::Run() {
   if (!options_.target.IsPrivate()) {
     std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not prevent the restoring
   }
-  Entered entered = Enter(options_.target, options_.HasOthersInside());
-  machine_ = std::move(entered.machine);
-  before_ = std::move(entered.before);
-  result_.emulated = std::move(entered.emulated);
-  result_.not_copied = std::move(entered.not_copied);
-  result_.where = options_.target.live            ? "live"
-                  : options_.target.netns.empty() ? "private"
-                                                  : options_.target.netns;
-  for (const std::string& line :
-       Description(options_.target, result_.emulated, result_.not_copied)) {
-    report_.Tell(line);
-  }
-  const SessionJournal journal(options_, result_.emulated, before_);
-  if (journal.about_former()) {
-    report_.Tell(*journal.about_former());
-  }
-  written_ = before_;
-  now_ = start_ = CatalogueValuesOf(before_, machine_);
+  namespaces_.emplace(options_, report_, result_.namespaces);
   try {
-    LeadALayersLife();
+    LeadTheLayersLives();
   } catch (...) {
-    if (const std::optional<std::string> sentence = journal.End()) {
-      TellError(*sentence);
-    }
+    namespaces_->EndJournals(TellError);
     throw;
   }
-  if (const std::optional<std::string> sentence = journal.End()) {
-    result_.journal_kept = journal.path();
-    report_.Complain(*sentence);
-  }
+  namespaces_->EndJournals([this](const auto& sentence) { report_.Complain(sentence); });
   const int status = result_.Status(options_.strict);
   if (options_.json) {
-    Out() << ToJson(result_, layer_->worker().Output(), status) << '\n';
+    Out() << ToJson(result_, layers_->worker().Output(), status) << '\n';
   }
   return status;
 }
 
-void Session::LeadALayersLife() {
-  layer_.emplace(options_.plugin, documents_, WatchFor(options_), interruption_);
+void Session::LeadTheLayersLives() {
+  layers_.emplace(options_.plugin, documents_, namespaces_->places(), WatchFor(options_),
+                  interruption_);
   try {
-    result_.plugin = layer_->AwaitPlugin();
+    result_.plugin = layers_->AwaitPlugin();
     if (options_.verbose) {
       TellPluginLines(true);
     }
     report_.Tell("plug-in " + result_.plugin);
-    layer_->MakeLayer();
+    namespaces_->InEach("making the layers", [this](auto&, auto) { layers_->MakeLayer(); });
   } catch (...) {
     TellPluginLines(true);
-    layer_.reset();
-    result_.RestoreTheRest(before_);
+    layers_.reset();
+    RestoreTheRest();
     report_.TellRestoration(result_);
     throw;
   }
@@ -140,12 +118,13 @@ void Session::LeadALayersLife() {
   Release();
 }
 
+// In several namespaces they would be too many.
 void Session::TellPluginLines(bool in_full) {
-  report_.TellPluginLines(layer_->worker().TakeOutput(), in_full);
+  report_.TellPluginLines(layers_->worker().TakeOutput(), in_full && namespaces_->count() == 1);
 }
 
 void Session::NoteEndOfPlugin(const std::string& during) {
-  const std::optional<std::string> end = layer_->AboutEnd();
+  const std::optional<std::string> end = layers_->AboutEnd();
   if (end && !result_.plugin_ended) {
     result_.plugin_ended = *end + " during " + during;
   }
@@ -163,28 +142,37 @@ void Session::DeliverAll() {
   }
 }
 
-void Session::Deliver(std::size_t index) {
-  const std::string& name = options_.documents[index];
+void Session::Deliver(std::size_t document) {
+  const std::string& name = options_.documents[document];
+  const std::string request = "request " + std::to_string(document + 1) + " of " +
+                              std::to_string(documents_.size()) + ": " + InputName(name);
+  const Asked asked = WhatIsAsked(documents_[document].contents());
   report_.TellNext("request: " + InputName(name));
-  RequestResult& result = result_.requests.emplace_back();
-  result.document = name;
-  result.reply = layer_->Configure(index).value_or(LayerReply());
-  NoteEndOfPlugin("request " + std::to_string(index + 1) + " of " +
-                  std::to_string(documents_.size()) + ": " + InputName(name));
-  written_ = ReadTunables();
-  CatalogueValues now = CatalogueValuesOf(written_, machine_);
-  result.outcomes = OutcomesOf(WhatIsAsked(documents_[index].contents()), start_, now_, now,
-                               result.reply.reply == Reply::kSuccess);
-  now_ = std::move(now);
-  TellPluginLines(!result.has_succeeded());
-  report_.TellResult(result_, result);
+  namespaces_->InEach(request, [&](SessionNamespace& here, std::size_t number) {
+    const bool is_first = number == 0;
+    if (!is_first && (interruption_.Came() || result_.plugin_ended)) {
+      return;
+    }
+    LayerReply reply = layers_->Configure(number, document).value_or(LayerReply());
+    NoteEndOfPlugin(request + (namespaces_->count() > 1 ? ", in " + here.where() : ""));
+    here.AddRequest(name, asked, std::move(reply));
+  });
+  TellPluginLines(!result_.has_succeeded(document));
+  report_.TellResult(result_, document);
 }
 
-// Runs nothing under settings that are not those of all documents.
+// Whether the settings are those of all documents, in all namespaces.
+bool Session::IsComplete() const {
+  return !result_.interrupted_by && result_.has_succeeded() &&
+         result_.InAll([this](const NamespaceResult& result) {
+           return result.requests.size() == documents_.size();
+         });
+}
+
+// Runs nothing under other settings.
 void Session::UseTheSettings() {
   result_.interrupted_by = interruption_.Came();
-  const bool complete = !result_.interrupted_by && result_.requests.size() == documents_.size() &&
-                        result_.has_succeeded();
+  const bool complete = IsComplete();
   if (!options_.command.empty() && !complete) {
     report_.Complain(options_.command[0] + ": not run, because " +
                      (result_.interrupted_by ? "the session was interrupted"
@@ -199,7 +187,7 @@ void Session::UseTheSettings() {
   } else if (complete && (options_.hold || options_.target.live)) {
     BringLoopbackUpIfPrivate();
     report_.TellHolding(getpid());
-    interruption_.AwaitSignalOr(layer_->worker().end());
+    interruption_.AwaitSignalOr(layers_->worker().end());
   }
   NoteEndOfPlugin(options_.command.empty() ? "the hold" : "the command");
 }
@@ -213,7 +201,8 @@ void Session::BringLoopbackUpIfPrivate() const {
 // In a private namespace nobody else is, unless a command runs there or the settings are held.
 void Session::TellWhatOthersChanged() {
   if (!options_.target.IsPrivate() || options_.HasOthersInside()) {
-    result_.changed_by_others = Compare(written_, ReadTunables());
+    namespaces_->InEach("comparing",
+                        [](SessionNamespace& here, auto) { here.FindOthersChanges(); });
     report_.TellWhatOthersChanged(result_);
   }
 }
@@ -221,14 +210,21 @@ void Session::TellWhatOthersChanged() {
 void Session::Release() {
   TellWhatOthersChanged();
   if (!result_.plugin_ended) {
-    report_.TellNext("releasing the layer");
+    report_.TellNext(namespaces_->count() == 1 ? "releasing the layer" : "releasing the layers");
   }
-  result_.release_thrown = layer_->Release();
+  layers_->BeginRelease();
+  for (std::size_t i = 0; i < namespaces_->count(); ++i) {
+    (*namespaces_)[i].NoteRelease(layers_->AwaitRelease());
+  }
+  layers_->AwaitEnd();
   NoteEndOfPlugin("the release");
-  result_.RestoreTheRest(before_);
-  TellPluginLines(result_.release_thrown || result_.plugin_ended ||
-                  !result_.restored_by_kaehost.empty() || !result_.may_be_restored());
+  RestoreTheRest();
+  TellPluginLines(!result_.is_released_well());
   report_.TellRelease(result_);
+}
+
+void Session::RestoreTheRest() {
+  namespaces_->InEach("comparing", [](SessionNamespace& here, auto) { here.RestoreTheRest(); });
 }
 
 }  // namespace

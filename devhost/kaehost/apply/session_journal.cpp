@@ -2,13 +2,17 @@
 
 namespace devhost {
 
-SessionJournal::SessionJournal(const ApplyOptions& options,
+SessionJournal::SessionJournal(const ApplyOptions& options, const std::string& netns,
                                const std::vector<std::string>& emulated, Tunables& before) {
   const TargetNamespace& target = options.target;
-  if (target.IsPrivate() || options.no_journal) {
+  if (target.IsPrivate()) {
     return;
   }
-  const std::string option = target.live ? "--live" : "--netns " + target.netns;
+  if (options.no_journal) {
+    before = ReadTunables();
+    return;
+  }
+  const std::string option = target.live ? "--live" : "--netns " + netns;
   const JournalFolder folder = JournalFolder::OpenOrCreate();
   about_former_ = folder.EndFormerSession(option);
   before = ReadTunables();
@@ -17,6 +21,12 @@ SessionJournal::SessionJournal(const ApplyOptions& options,
     kept.erase(name);
   }
   journal_.emplace(folder.Write(option, kept));
+}
+
+void SessionJournal::Abandon() const {
+  if (journal_) {
+    journal_->Remove();
+  }
 }
 
 std::optional<std::string> SessionJournal::End() const {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,17 +23,14 @@ struct RequestResult {
   bool has_succeeded() const { return reply.reply == Reply::kSuccess && !reply.thrown; }
 };
 
-struct SessionResult {
+// In one namespace.
+struct NamespaceResult {
   std::string where;                  // "private", "live", or the network namespace's name
   std::vector<std::string> emulated;  // files below /proc/sys/net that scratch files emulate
   // Files that could not be given the values of the machine, when the private namespace began.
   std::vector<std::string> not_copied;
-  std::string plugin;  // name and version
   std::vector<RequestResult> requests;
-  std::optional<int> interrupted_by;  // a signal that came before the end
-  std::optional<int> command_status;  // of the user's command
   std::optional<std::string> release_thrown;
-  std::optional<std::string> plugin_ended;  // how and during what the plug-in's process ended
   // What somebody else wrote after the last request; `before` is what was there then.
   std::vector<Change> changed_by_others;
   std::vector<Change> restored_by_kaehost;  // what the plug-in left changed and kaehost restored
@@ -51,34 +50,53 @@ struct SessionResult {
            std::all_of(unread.begin(), unread.end(), [](const Unread& u) { return u.is_refused; });
   }
 
+  // Whether the layer itself has restored all that.
+  bool is_released_well() const {
+    return !release_thrown && restored_by_kaehost.empty() && may_be_restored();
+  }
+
   // Whether the kernel was seen to have each requested value of which there is a file; if `strict`,
   // whether the kernel itself has all of them.
-  bool IsAsAsked(const RequestResult& request, bool strict) const {
-    const auto is_as_asked = [&](const Outcome& outcome) {
-      switch (outcome.fate) {
-        case Fate::kRejected:
-        case Fate::kAdjusted:
-        case Fate::kUnread:
-          return false;
-        case Fate::kMissing:
-        case Fate::kMachineOnly:
-          return !strict;
-        default:
-          return !strict || !outcome.asked || !IsEmulated(*outcome.entry);
-      }
-    };
-    return std::all_of(request.outcomes.begin(), request.outcomes.end(), is_as_asked);
-  }
+  bool IsAsAsked(bool strict) const;
 
   // Restores what the plug-in left changed, and finds out what became of it.
   void RestoreTheRest(const Tunables& before);
 
-  // Returns the exit status of a session that came to its end.
-  int Status(bool strict) const;
-
   bool IsEmulated(const CatalogueEntry& entry) const {
     return std::find(emulated.begin(), emulated.end(), entry.file) != emulated.end();
   }
+};
+
+struct SessionResult {
+  std::string plugin;                       // name and version
+  std::deque<NamespaceResult> namespaces;   // others refer to them while more are added
+  std::optional<int> interrupted_by;        // a signal that came before the end
+  std::optional<int> command_status;        // of the user's command
+  std::optional<std::string> plugin_ended;  // how and during what the plug-in's process ended
+
+  // Whether this holds in all namespaces.
+  bool InAll(const std::function<bool(const NamespaceResult&)>& condition) const {
+    return std::all_of(namespaces.begin(), namespaces.end(), condition);
+  }
+  bool has_succeeded() const { return InAll(&NamespaceResult::has_succeeded); }
+
+  // Whether the request has succeeded wherever it was delivered.
+  bool has_succeeded(std::size_t request) const {
+    return InAll([request](const NamespaceResult& result) {
+      return result.requests.size() <= request || result.requests[request].has_succeeded();
+    });
+  }
+
+  bool is_released_well() const {
+    return !plugin_ended && InAll(&NamespaceResult::is_released_well);
+  }
+
+  // Returns what was found out at the end in all namespaces. If there are several, the names of
+  // tunables begin with that of the namespace.
+  NamespaceResult End() const;
+
+  // Returns the exit status of a session that came to its end.
+  int Status(bool strict) const;
 };
 
 }  // namespace devhost

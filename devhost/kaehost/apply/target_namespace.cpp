@@ -35,22 +35,13 @@ std::string Joined(const std::vector<std::string>& names) {
   return text;
 }
 
+bool NeedsScratchFiles(const TargetNamespace& target) {
+  return !target.live && !target.as_is &&
+         std::any_of(std::begin(kCoreFiles), std::end(kCoreFiles), RefusesToBeWritten);
+}
+
 // Returns the emulated files.
-std::vector<std::string> Move(const TargetNamespace& target) {
-  if (target.IsPrivate()) {
-    EnterPrivateNamespace();
-  } else if (!target.live) {
-    EnterNetworkNamespace(target.netns);
-  }
-  RefuseWhereNothingCanBeWritten(
-      target.live ? "run as root, or leave out --live to try the documents in a private namespace"
-                  : "run as root of the network namespace");
-  const bool needs_scratch_files =
-      !target.live && !target.as_is &&
-      std::any_of(std::begin(kCoreFiles), std::end(kCoreFiles), RefusesToBeWritten);
-  if (!target.IsPrivate() && (target.whole_catalogue || needs_scratch_files)) {
-    TakeMountsApart();
-  }
+std::vector<std::string> Emulate(const TargetNamespace& target, bool needs_scratch_files) {
   std::vector<std::string> emulated;
   if (target.whole_catalogue) {
     emulated = OrAdvise(ShowWholeCatalogue, "leave out --whole-catalogue");
@@ -66,26 +57,58 @@ std::vector<std::string> Move(const TargetNamespace& target) {
   return emulated;
 }
 
+void RefuseToWriteNothing(const TargetNamespace& target) {
+  RefuseWhereNothingCanBeWritten(
+      target.live ? "run as root, or leave out --live to try the documents in a private namespace"
+                  : "run as root of the network namespace");
+}
+
+// Returns the emulated files.
+std::vector<std::string> Move(const TargetNamespace& target) {
+  if (target.IsPrivate()) {
+    EnterPrivateNamespace();
+  } else if (!target.live) {
+    EnterNetworkNamespace(target.netns.front());
+  }
+  RefuseToWriteNothing(target);
+  const bool needs_scratch_files = NeedsScratchFiles(target);
+  if (!target.IsPrivate() && (target.whole_catalogue || needs_scratch_files)) {
+    TakeMountsApart();
+  }
+  return Emulate(target, needs_scratch_files);
+}
+
 }  // namespace
 
 // The others are written first: the kernel checks some values of the catalogue against them.
-Entered Enter(const TargetNamespace& target, bool has_others_inside) {
+Entered Enter(const TargetNamespace& target, const Tunables& machine, bool has_others_inside) {
   const bool copies = target.IsPrivate() && !target.initial_values;
   const bool copies_others = copies && has_others_inside;
   Entered entered;
-  entered.machine = ReadTunables();
   const Tunables others = copies_others ? ReadOtherTunables() : Tunables();
   entered.emulated = Move(target);
+  if (!target.IsPrivate()) {
+    return entered;
+  }
   entered.before = ReadTunables();
   if (copies_others) {
     Tunables here = ReadOtherTunables();
     entered.not_copied = StartFrom(others, here);
   }
   if (copies) {
-    const std::vector<std::string> more = StartFrom(entered.machine, entered.before);
+    const std::vector<std::string> more = StartFrom(machine, entered.before);
     entered.not_copied.insert(entered.not_copied.end(), more.begin(), more.end());
   }
   return entered;
+}
+
+Entered Prepare(const TargetNamespace& target, const std::string& netns) try {
+  RefuseToWriteNothing(target);
+  Entered entered;
+  entered.emulated = Emulate(target, NeedsScratchFiles(target));
+  return entered;
+} catch (const NamespaceError& error) {
+  throw NamespaceError(netns + ": " + error.what());
 }
 
 std::vector<std::string> Description(const TargetNamespace& target,
@@ -95,11 +118,13 @@ std::vector<std::string> Description(const TargetNamespace& target,
     return {"LIVE: writes the tunables of this machine itself, until they are restored"};
   }
   std::vector<std::string> lines = {
-      target.IsPrivate()
-          ? std::string("in a private namespace") +
-                (target.initial_values ? " with the kernel's initial values" : "") +
-                "; the machine's own tunables are out of reach"
-          : "in the network namespace " + target.netns + "; its tunables will be restored"};
+      target.IsPrivate() ? std::string("in a private namespace") +
+                               (target.initial_values ? " with the kernel's initial values" : "") +
+                               "; the machine's own tunables are out of reach"
+      : target.netns.size() == 1
+          ? "in the network namespace " + target.netns.front() + "; its tunables will be restored"
+          : "in " + std::to_string(target.netns.size()) +
+                " network namespaces; their tunables will be restored"};
   if (!emulated.empty()) {
     lines.push_back("emulated by scratch files: " + Joined(emulated));
   }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "devhost/kaehost/apply/options.h"
 #include "devhost/kaehost/apply/session_result.h"
+#include "devhost/kaehost/apply/shared_results.h"
 #include "devhost/kaehost/text/table.h"
 
 // The report of `kaehost apply` for people, printed while the session runs.
@@ -33,9 +36,13 @@ class Report {
   // it in full, a quiet one has nothing of it.
   void TellPluginLines(const std::string& text, bool in_full) const;
 
+  // News that can be many: a normal report has the first three and the number of the others.
+  void TellSome(const std::vector<std::string>& lines) const;
+
   // The reply to a request, the table of outcomes, and a line with counts. Only a verbose report
-  // has rows for unchanged values; a quiet one has only what is wrong and the counts.
-  void TellResult(const SessionResult& session, const RequestResult& result) const;
+  // has rows for unchanged values; a quiet one has only what is wrong and the counts. Several
+  // namespaces have one table.
+  void TellResult(const SessionResult& session, std::size_t request) const;
 
   // What a plug-in without a layer left changed, if anything.
   void TellRestoration(const SessionResult& session) const;
@@ -51,11 +58,12 @@ class Report {
 
   bool HasNews() const { return style_ == kVerbose || style_ == kNormal; }
   void BeginSection() const;
-  void TellReply(const RequestResult& result) const;
+  bool IsShown(const Outcome& outcome) const;
+  void TellReply(const LayerReply& reply, const std::string& where) const;
+  void TellOutcomes(const std::vector<SharedOutcome>& outcomes, std::size_t namespaces) const;
   void TellChanges(const std::vector<Change>& changes) const;
-  void TellOutcomes(const SessionResult& session, const RequestResult& result) const;
-  void TellComparison(const SessionResult& session, const std::string& begin) const;
-  void TellUnread(const SessionResult& session) const;
+  void TellComparison(const NamespaceResult& end, const std::string& begin) const;
+  void TellUnread(const NamespaceResult& end) const;
   void PrintUnlessSilent(const Table& table) const;
 
   const Style style_;

@@ -142,15 +142,15 @@ Journal ParseJournal(const std::string& text) {
   return journal;
 }
 
-Tunables WantedBy(const Journal& journal) {
+Tunables WantedBy(const Journal& journal, Tunables now) {
   Tunables wanted = journal.tunables;
-  wanted.merge(ReadTunables());
+  wanted.merge(now);
   return wanted;
 }
 
 std::vector<Change> DifferencesFrom(const Journal& journal) {
-  const Tunables wanted = WantedBy(journal);
   const Tunables now = ReadTunables();
+  const Tunables wanted = WantedBy(journal, now);
   std::vector<Change> differences = Compare(wanted, now);
   for (const Unread& unread : FindUnread(wanted, now)) {
     if (const auto found = journal.tunables.find(unread.tunable); found != journal.tunables.end()) {

@@ -51,9 +51,9 @@ std::string TextOf(const Journal& journal);
 // for any other text.
 Journal ParseJournal(const std::string& text);
 
-// Returns what the tunables must be. Those that are not in the journal are as they are: a session
-// does not write tunables that were not there when it started.
-Tunables WantedBy(const Journal& journal);
+// Returns what the tunables must be. Those that are not in the journal are as they are now: a
+// session does not write tunables that were not there when it started.
+Tunables WantedBy(const Journal& journal, Tunables now);
 
 // Returns the tunables that differ from the journal, also those that cannot be read now.
 std::vector<Change> DifferencesFrom(const Journal& journal);

@@ -73,6 +73,11 @@ bool IsNamespaceOf(const char* path, int file) {
          one.st_dev == other.st_dev;
 }
 
+[[noreturn]] void CannotEnter(const std::string& path) {
+  throw NamespaceError("cannot enter the network namespace " + path + ": " + std::strerror(errno) +
+                       "; list the namespaces by 'ip netns list', and run as root");
+}
+
 void RefuseMachinesOwn(const std::string& path, int file) {
   if (IsNamespaceOf("/proc/self/ns/net", file)) {
     throw NamespaceError(path + ": this network namespace is the machine's own, in which kaehost " +
@@ -109,17 +114,24 @@ std::string NetworkNamespacePath(const std::string& name) {
   return name.find('/') == std::string::npos ? "/run/netns/" + name : name;
 }
 
-void EnterNetworkNamespace(const std::string& name) {
+FileDescriptor OpenNetworkNamespace(const std::string& name) {
   const std::string path = NetworkNamespacePath(name);
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (file.get() >= 0) {
-    RefuseMachinesOwn(path, file.get());
+  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (file.get() < 0) {
+    CannotEnter(path);
   }
-  if (file.get() < 0 || setns(file.get(), CLONE_NEWNET) != 0) {
-    throw NamespaceError("cannot enter the network namespace " + path + ": " +
-                         std::strerror(errno) +
-                         "; list the namespaces by 'ip netns list', and run as root");
+  RefuseMachinesOwn(path, file.get());
+  return file;
+}
+
+void EnterNetworkNamespace(const FileDescriptor& network, const std::string& name) {
+  if (setns(network.get(), CLONE_NEWNET) != 0) {
+    CannotEnter(NetworkNamespacePath(name));
   }
+}
+
+void EnterNetworkNamespace(const std::string& name) {
+  EnterNetworkNamespace(OpenNetworkNamespace(name), name);
 }
 
 void TakeMountsApart() {

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "devhost/kaehost/kernel/file_descriptor.h"
+
 namespace devhost {
 
 // A namespace cannot be created or entered, or a plug-in cannot be tried in it. what() is the
@@ -23,10 +25,16 @@ void EnterPrivateNamespace();
 // slash, a path.
 std::string NetworkNamespacePath(const std::string& name);
 
-// Moves the calling process into an existing network namespace. `name` is a name of `ip netns`, or,
-// if it contains a slash, a path. It must not be the one that the process is in, nor that of
-// process 1: those are the machine's own. The process must have one thread only. Throws
+// Opens an existing network namespace. `name` is a name of `ip netns`, or, if it contains a slash,
+// a path. It must not be the one that the process is in, nor that of process 1: those are the
+// machine's own. Throws NamespaceError.
+FileDescriptor OpenNetworkNamespace(const std::string& name);
+
+// Moves the calling thread into the network namespace that was opened by this name. Throws
 // NamespaceError.
+void EnterNetworkNamespace(const FileDescriptor& network, const std::string& name);
+
+// Opens it and moves the calling thread into it. Throws NamespaceError.
 void EnterNetworkNamespace(const std::string& name);
 
 // Moves the calling process into a private mount namespace. It must have one thread only. A private

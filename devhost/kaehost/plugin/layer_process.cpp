@@ -7,6 +7,7 @@
 
 #include "devhost/kaehost/plugin/plugin.h"
 #include "devhost/kaehost/plugin/trace.h"
+#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
@@ -40,31 +41,50 @@ Json Released(const Layer& layer) {
   return Json::object();
 }
 
-Json LeadLife(const Plugin& plugin, const std::vector<Document>& documents,
-              const Worker::Orders& orders) {
+// A call into the layer of another place would write to the wrong tunables.
+void EnterOrEnd(const LayerPlaces& places, std::size_t place) {
+  try {
+    places.enter(place);
+  } catch (const std::exception& error) {
+    TellError(error.what());
+    _exit(EXIT_FAILURE);
+  }
+}
+
+// The first orders make the layers. Each of the others delivers a document to one of them.
+void LeadLives(const Plugin& plugin, const std::vector<Document>& documents,
+               const LayerPlaces& places, const Worker::Orders& orders) {
   std::string name = plugin.name();
   name += ", version " + plugin.version();  // after the name with each compiler
   orders.Answer({
       {"plugin", name}
   });
-  if (!orders.Next()) {
-    return Json::object();
+  std::vector<Layer> layers;
+  while (const std::optional<int> order = orders.Next()) {
+    const auto number = static_cast<std::size_t>(*order);
+    if (layers.size() < places.count) {
+      EnterOrEnd(places, layers.size());
+      layers.push_back(plugin.NewLayer());
+      orders.Answer(Json::object());
+    } else {
+      const std::size_t place = number / documents.size();
+      EnterOrEnd(places, place);
+      orders.Answer(Configured(layers[place], documents[number % documents.size()]));
+    }
   }
-  const Layer layer = plugin.NewLayer();
-  orders.Answer(Json::object());
-  while (const std::optional<int> document = orders.Next()) {
-    orders.Answer(Configured(layer, documents[static_cast<std::size_t>(*document)]));
+  for (std::size_t place = 0; place < layers.size(); ++place) {
+    EnterOrEnd(places, place);
+    orders.Answer(Released(layers[place]));
   }
-  return Released(layer);
 }
 
 // The last answer comes after the plug-in is unloaded.
-void Serve(const std::string& path, const std::vector<Document>& documents, const Watch& watch,
-           const Worker::Orders& orders) {
+void Serve(const std::string& path, const std::vector<Document>& documents,
+           const LayerPlaces& places, const Watch& watch, const Worker::Orders& orders) {
   Json last = Json::object();
   try {
     StartWatch(watch);
-    last = LeadLife(Plugin(path), documents, orders);
+    LeadLives(Plugin(path), documents, places, orders);
   } catch (const PluginError& error) {
     last["refused"] = error.what();
   }
@@ -85,9 +105,11 @@ std::optional<std::string> Thrown(const Json& answer) {
 }  // namespace
 
 LayerProcess::LayerProcess(const std::string& path, const std::vector<Document>& documents,
-                           const Watch& watch, Interruption& interruption)
+                           const LayerPlaces& places, const Watch& watch,
+                           Interruption& interruption)
     : path_(path),
-      worker_([&](const Worker::Orders& orders) { Serve(path, documents, watch, orders); },
+      document_count_(documents.size()),
+      worker_([&](const Worker::Orders& orders) { Serve(path, documents, places, watch, orders); },
               interruption) {}
 
 // Returns what `read` makes of the next answer; none if the process ended instead. A plug-in can
@@ -127,8 +149,8 @@ void LayerProcess::MakeLayer() {
   AnswerOfLoading([](const Json& answer) { return answer.is_object(); });
 }
 
-std::optional<LayerReply> LayerProcess::Configure(std::size_t document) {
-  worker_.Order(static_cast<int>(document));
+std::optional<LayerReply> LayerProcess::Configure(std::size_t place, std::size_t document) {
+  worker_.Order(static_cast<int>(place * document_count_ + document));
   return Answer([](const Json& answer) {
     return LayerReply{answer.at("reply").get<Reply>(), answer.at("error").get<std::string>(),
                       answer.at("detail").get<std::string>(),
@@ -136,11 +158,14 @@ std::optional<LayerReply> LayerProcess::Configure(std::size_t document) {
   });
 }
 
-std::optional<std::string> LayerProcess::Release() {
-  worker_.EndOrders();
+std::optional<std::string> LayerProcess::AwaitRelease() {
   const auto thrown = Answer([](const Json& answer) { return Thrown(answer); });
-  is_released_ = worker_.HasEndedWell() && thrown;
   return thrown.value_or(std::nullopt);
+}
+
+void LayerProcess::AwaitEnd() {
+  const auto last = Answer([](const Json& answer) { return answer.is_object(); });
+  is_released_ = worker_.HasEndedWell() && last;
 }
 
 std::optional<std::string> LayerProcess::AboutEnd() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -21,30 +22,47 @@ struct LayerReply {
   std::string detail;
   bool answered_again = false;        // whether there was more than one reply
   std::optional<std::string> thrown;  // what do_Configure threw, if it threw
+
+  bool operator==(const LayerReply&) const = default;
 };
 
-// A layer of a plug-in, both in a process of their own. If this process dies, that one releases the
-// layer, unloads the plug-in and ends.
+// Where the layers of a process are made.
+struct LayerPlaces {
+  std::size_t count = 1;  // a layer in each
+
+  // Is called before each call into the layer of the place, from 0. What it throws ends the
+  // process.
+  std::function<void(std::size_t place)> enter = [](std::size_t /*place*/) {};
+};
+
+// A plug-in and its layers, in a process of their own. If this process dies, that one releases the
+// layers, unloads the plug-in and ends.
 class LayerProcess {
  public:
   // Begins to load the plug-in at `path`. `documents` are those that Configure can deliver.
-  LayerProcess(const std::string& path, const std::vector<Document>& documents, const Watch& watch,
-               Interruption& interruption);
+  LayerProcess(const std::string& path, const std::vector<Document>& documents,
+               const LayerPlaces& places, const Watch& watch, Interruption& interruption);
 
   // Waits until the plug-in is loaded. Returns its name and version. Throws PluginError.
   std::string AwaitPlugin();
 
-  // Lets the plug-in make its layer. Throws PluginError.
+  // Lets the plug-in make the layer of the next place. Throws PluginError.
   void MakeLayer();
 
-  // Delivers a document. Returns none if the process ended instead.
-  std::optional<LayerReply> Configure(std::size_t document);
+  // Delivers a document to a layer, after all are made. Returns none if the process ended instead.
+  std::optional<LayerReply> Configure(std::size_t place, std::size_t document);
 
-  // Releases the layer, unloads the plug-in and waits for the end of the process. Returns what
-  // do_Release threw, if it threw.
-  std::optional<std::string> Release();
+  // Begins to release all layers.
+  void BeginRelease() const { worker_.EndOrders(); }
 
-  // Returns how the process ended, if it ended before Release did all that.
+  // Waits until the next layer is released, in the order of the places. Returns what do_Release
+  // threw, if it threw.
+  std::optional<std::string> AwaitRelease();
+
+  // After that: unloads the plug-in and waits for the end of the process.
+  void AwaitEnd();
+
+  // Returns how the process ended, if it ended before all that was done.
   std::optional<std::string> AboutEnd();
 
   Worker& worker() { return worker_; }
@@ -56,6 +74,7 @@ class LayerProcess {
   auto AnswerOfLoading(Read read);
 
   const std::string path_;
+  const std::size_t document_count_;
   Worker worker_;
   bool is_released_ = false;
 };

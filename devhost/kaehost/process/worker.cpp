@@ -154,7 +154,7 @@ std::optional<Json> Worker::Answer() {
 std::string Worker::Receive(std::size_t size) {
   std::string bytes;
   while (bytes.size() < size) {
-    is_given_up_ = !interruption_.AwaitReadable({socket_, end_});
+    is_given_up_ = is_given_up_ || !interruption_.AwaitReadable({socket_, end_});
     char piece[4096];
     const ssize_t received =
         recv(socket_, piece, std::min(sizeof piece, size - bytes.size()), MSG_DONTWAIT);

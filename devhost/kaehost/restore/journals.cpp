@@ -126,7 +126,7 @@ Restoration RestoreFromJournal() {
   RefuseOtherNamespace(file->journal(), file->path());
   result.journal = Left(*file);
   result.journal->differs = DifferencesFrom(file->journal());
-  Restore(WantedBy(file->journal()));
+  Restore(WantedBy(file->journal(), ReadTunables()));
   result.not_restored = DifferencesFrom(file->journal());
   if (result.not_restored.empty()) {
     file->Remove();

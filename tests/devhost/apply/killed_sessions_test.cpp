@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/named_networks.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -50,11 +52,13 @@ std::vector<pid_t> Victims(pid_t session, unsigned choice) {
 }
 
 // What a session leaves behind can still restore the tunables by itself: waits for its end.
-int RestoreAfterTheEnd() {
+int RestoreAfterTheEnd(const std::vector<std::string>& target) {
+  std::vector<std::string> words = {"restore", "--quiet"};
+  words.insert(words.end(), target.begin(), target.end());
   constexpr int kInUse = 77;
   int status = kInUse;
   for (int i = 0; i < 1000 && status == kInUse; ++i) {
-    status = Kaehost({"restore", "--live", "--quiet"}).status;
+    status = Kaehost(words).status;
     if (status == kInUse) {
       usleep(10'000);
     }
@@ -121,7 +125,7 @@ TEST(KilledSessions, LeaveNothingThatCannotBeRestored) {
     }
     left += HasJournals() ? 1 : 0;
     changed += Compare(before, ReadTunables()).empty() ? 0 : 1;
-    ASSERT_EQ(RestoreAfterTheEnd(), 0) << i;
+    ASSERT_EQ(RestoreAfterTheEnd({"--live"}), 0) << i;
     ASSERT_EQ(Shown(Compare(before, ReadTunables())), "") << i;
     ASSERT_FALSE(HasJournals()) << i;
   }
@@ -132,5 +136,36 @@ TEST(KilledSessions, LeaveNothingThatCannotBeRestored) {
       "%d sessions killed: %d left a journal, %d left tunables changed; %d second sessions "
       "refused\n",
       KILLS, left, changed, refused);
+  EXPECT_GT(left, 0);
+}
+
+TEST(KilledSessions, InSeveralNamespacesLeaveNothingThatCannotBeRestored) {
+  const PrivateRun run;
+  const std::vector<std::string> names = {"blue", "green", "red"};
+  const NamedNetworks networks(names);
+  const TempFolder folder;
+  const std::string document =
+      folder.Write("a.xml", "<tcp-settings><tcp_fin_timeout>20</tcp_fin_timeout></tcp-settings>");
+  std::vector<std::string> words = networks.Options({"--hold", "--quiet", document});
+  words.insert(words.begin(), "apply");
+  const auto before = networks.Read();
+  const auto whole = MicrosecondsOfASession(document);
+  std::mt19937 random(std::random_device{}());
+  int left = 0;
+  for (int i = 0; i < std::min(KILLS, 200); ++i) {
+    RunningKaehost session(words);
+    usleep(static_cast<useconds_t>(random() % (2 * whole)));
+    for (const pid_t victim : Victims(session.pid(), random() % 4)) {
+      kill(victim, SIGKILL);
+    }
+    kill(session.pid(), SIGTERM);
+    session.Finish();
+    left += HasJournals() ? 1 : 0;
+    for (const std::string& name : names) {
+      ASSERT_EQ(RestoreAfterTheEnd({"--netns", name}), 0) << i;
+    }
+    ASSERT_EQ(Shown(Compare(before, networks.Read())), "") << i;
+    ASSERT_FALSE(HasJournals()) << i;
+  }
   EXPECT_GT(left, 0);
 }

@@ -99,15 +99,14 @@ TEST_F(Strict, LooksAtRequestedValuesOnly) {
 }
 
 TEST(SessionResult, IsAsRequestedAlsoIfOtherFilesAreEmulated) {
-  devhost::SessionResult session;
-  session.emulated = {"core/rmem_max"};
-  devhost::RequestResult request;
-  devhost::Outcome& outcome = request.outcomes.emplace_back();
+  devhost::NamespaceResult result;
+  result.emulated = {"core/rmem_max"};
+  devhost::Outcome& outcome = result.requests.emplace_back().outcomes.emplace_back();
   outcome = {devhost::FindInCatalogue("rmem_max"), devhost::Fate::kOverridden, {}, "1", "2"};
-  EXPECT_TRUE(session.IsAsAsked(request, true));
+  EXPECT_TRUE(result.IsAsAsked(true));
   outcome.asked = "2";
-  EXPECT_FALSE(session.IsAsAsked(request, true));
-  EXPECT_TRUE(session.IsAsAsked(request, false));
+  EXPECT_FALSE(result.IsAsAsked(true));
+  EXPECT_TRUE(result.IsAsAsked(false));
 }
 
 TEST_F(Strict, HoldsAfterACommandToo) {

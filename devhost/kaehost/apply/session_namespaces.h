@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "devhost/kaehost/apply/options.h"
+#include "devhost/kaehost/apply/session_namespace.h"
+#include "devhost/kaehost/apply/session_result.h"
+#include "devhost/kaehost/apply/text_report.h"
+#include "devhost/kaehost/kernel/network_namespaces.h"
+#include "devhost/kaehost/plugin/layer_process.h"
+
+namespace devhost {
+
+// The namespaces of a session: one, in which the process then stays, or several existing network
+// namespaces, which it enters one after the other. It never returns to that in which kaehost was
+// started: a plug-in can write tunables whenever it has control.
+class SessionNamespaces {
+ public:
+  // Enters them and begins their journals. If one is refused, no journal stays. `results` gets what
+  // is found out in each; it must outlive this object. Throws NamespaceError.
+  SessionNamespaces(const ApplyOptions& options, const Report& report,
+                    std::deque<NamespaceResult>& results);
+
+  std::size_t count() const { return namespaces_.size(); }
+  SessionNamespace& operator[](std::size_t number) { return namespaces_[number]; }
+
+  // Calls `act` in each. What it throws in one is thrown after all others. `step` is a word on it,
+  // for a terminal.
+  using Act = std::function<void(SessionNamespace& here, std::size_t number)>;
+  void InEach(const std::string& step, const Act& act);
+
+  // The same namespaces for the layers' process.
+  LayerPlaces places();
+
+  // Ends all journals. `tell` gets a sentence for each that stays.
+  void EndJournals(const std::function<void(const std::string& sentence)>& tell);
+
+ private:
+  void BeginInOne(const Report& report);
+  void BeginInSeveral(const Report& report);
+  void BeginHere(const std::string& where, Entered entered);
+  void Abandon();
+
+  const ApplyOptions& options_;
+  std::deque<NamespaceResult>& results_;
+  const bool shows_progress_;
+  Tunables machine_;
+  std::optional<NetworkNamespaces> networks_;  // if there are several
+  std::vector<SessionNamespace> namespaces_;
+};
+
+}  // namespace devhost
