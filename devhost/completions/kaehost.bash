@@ -71,7 +71,7 @@ _kaehost() {
     inspect | validate) word='*.so' ;;
     import) word='*.conf' ;;
     list)
-      options=$("${COMP_WORDS[0]}" list 2>/dev/null | sed '1d; s/^ *//; s/ .*//')
+      options=$("${COMP_WORDS[0]//\\/}" list 2>/dev/null | sed '1d; s/^ *//; s/ .*//')
       mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
       return
       ;;

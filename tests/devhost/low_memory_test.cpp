@@ -91,13 +91,16 @@ std::string WithoutTimes(const Outcome& run) {
 
 class LowMemory : public testing::Test {
  protected:
+  // In LD_PRELOAD, a path can have no blank.
+  LowMemory() { std::filesystem::create_symlink(SCARCE_MEMORY, preloaded_); }
+
   // The first allocation that fails is that of this number, and it is the only one if `is_one`. If
   // there is one, `failure_` is a file.
   Outcome KaehostUntilFailure(int first, const std::vector<std::string>& arguments,
                               bool is_one = false) const {
     return Kaehost(arguments, [this, first, is_one] {
       DumpNoCore();
-      setenv("LD_PRELOAD", SCARCE_MEMORY, 1);
+      setenv("LD_PRELOAD", preloaded_.c_str(), 1);
       setenv("FIRST_FAILURE", std::to_string(first).c_str(), 1);
       setenv("FAILURE_FILE", failure_.c_str(), 1);
       if (is_one) {
@@ -124,6 +127,7 @@ class LowMemory : public testing::Test {
       folder_.Write("document.xml", "<tcp-settings><tcp_sack>0</tcp_sack></tcp-settings>");
   const std::string settings_ = folder_.Write("settings.conf", "net.ipv4.tcp_sack = 0\n");
   const std::string failure_ = folder_.Path("failure");
+  const std::string preloaded_ = folder_.Path("scarce_memory.so");
   const std::vector<std::vector<std::string>> commands_ = {
       {"--help"},
       {"check", document_},
