@@ -1,5 +1,6 @@
 // One process configures a layer in each of many network namespaces, one after the other. For
-// comparison, a shell enters each and runs the usual tool.
+// comparison, a shell enters each and runs the usual tool. And kaehost applies a document to all,
+// as one process and as one for each.
 
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -10,6 +11,8 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -83,6 +86,13 @@ class Networks {
   auto end() const { return places_.end(); }
   double seconds_of_mounts() const { return seconds_of_mounts_; }
 
+  // Returns the process to its previous namespaces already.
+  void Leave() const {
+    if (!Enter(home_)) {
+      throw std::system_error(errno, std::generic_category(), "leaving a network namespace");
+    }
+  }
+
   // Runs `act` in each of them.
   void InEach(const auto& act) const {
     for (const Place& place : places_) {
@@ -130,6 +140,8 @@ struct Times {
   std::vector<double> again;
   std::vector<double> mounts;
   std::vector<double> shell;
+  std::vector<double> kaehost;
+  std::vector<double> kaehost_for_one;
 };
 
 void AddLayers(Times& times, int64_t count, Groups groups, const devhost::Document& document) {
@@ -148,16 +160,55 @@ void AddLayers(Times& times, int64_t count, Groups groups, const devhost::Docume
       bench::Seconds([&] { networks.InEach([&] { Configure(**next++, document); }); }));
 }
 
+std::string PathOf(const Place& place) {
+  return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(place.network);
+}
+
 void AddShell(Times& times, int64_t count, const bench::Inputs& inputs) {
   const Networks networks(count, kNone);
   std::string paths;
   for (const Place& place : networks) {
-    paths += " /proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(place.network);
+    paths += ' ' + PathOf(place);
   }
   const std::string loop =
       "for net in" + paths + "; do nsenter --net=$net sysctl -q -p " + inputs.settings + "; done";
   times.shell.push_back(bench::Seconds([&] { bench::RunProgram({"sh", "-e", "-c", loop}); }));
   networks.InEach(ExpectTheValues);
+}
+
+// Throws unless the values are the kernel's own.
+void ExpectOtherValues() {
+  if (KernelText("ipv4/tcp_sack") != "1") {
+    throw std::runtime_error("kaehost has not restored a namespace");
+  }
+}
+
+// For one, each in a few of the namespaces.
+void AddKaehost(Times& times, int64_t count, const bench::Inputs& inputs) {
+  constexpr int kFew = 10;
+  const Networks networks(count, kNone);
+  networks.Leave();
+  const std::string names = inputs.document + ".names";
+  {
+    std::ofstream file(names);
+    for (const Place& place : networks) {
+      file << PathOf(place) << '\n';
+    }
+  }
+  const std::vector<std::string> apply = {KAEHOST, "apply", "--quiet", "--no-journal",
+                                          inputs.document};
+  const auto seconds = [&apply](const std::vector<std::string>& target) {
+    std::vector<std::string> words = apply;
+    words.insert(words.end(), target.begin(), target.end());
+    return bench::Seconds([&words] { bench::RunProgram(words); });
+  };
+  times.kaehost.push_back(seconds({"--netns-file", names}));
+  for (auto place = networks.begin(); place != networks.end() && place - networks.begin() < kFew;
+       ++place) {
+    times.kaehost_for_one.push_back(seconds({"--netns", PathOf(*place)}));
+  }
+  std::filesystem::remove(names);
+  networks.InEach(ExpectOtherValues);
 }
 
 double Milliseconds(std::vector<double> times) {
@@ -173,11 +224,14 @@ void Namespaces(benchmark::State& state) {
   for (auto _ : state) {
     AddLayers(times, state.range(0), kNone, document);
     AddShell(times, state.range(0), inputs);
+    AddKaehost(times, state.range(0), inputs);
     state.SetIterationTime(times.layers.back());
   }
   state.counters["layers_ms"] = Milliseconds(times.layers);
   state.counters["again_ms"] = Milliseconds(times.again);
   state.counters["shell_ms"] = Milliseconds(times.shell);
+  state.counters["kaehost_ms"] = Milliseconds(times.kaehost);
+  state.counters["kaehost_for_one_ms"] = Milliseconds(times.kaehost_for_one);
 }
 BENCHMARK(Namespaces)->ArgName("count")->Arg(1)->Iterations(21)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(10)->Iterations(11)->UseManualTime();

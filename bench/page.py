@@ -87,6 +87,18 @@ def namespaces_table(found):
                   "Second requests, ms"), rows)
 
 
+def kaehost_namespaces_table(found):
+    rows = []
+    for count in results.NAMESPACES:
+        run = found.namespaces(count)
+        several, shell = run["kaehost_ms"], run["shell_ms"]
+        each = run["kaehost_for_one_ms"] * count
+        rows.append((str(count), f"{several:.1f}", f"{each:.1f}", f"{each / several:.1f}",
+                     f"{shell:.1f}", f"{shell / several:.1f}"))
+    return table(("N", "kaehost apply, ms", "N times kaehost apply, ms", "/ kaehost apply",
+                  "Shell loop of sysctl, ms", "/ kaehost apply"), rows)
+
+
 def grouped_namespaces_table(found):
     rows = []
     for count in results.GROUPED_NAMESPACES:
@@ -174,6 +186,7 @@ def write(found, rows, docs):
              "memory": memory_table(found),
              "elements": elements_table(found), "namespaces": namespaces_table(found),
              "grouped-namespaces": grouped_namespaces_table(found),
+             "kaehost-namespaces": kaehost_namespaces_table(found),
              "peers": peers_table(found), "loading": loading_table(found)}
     file = docs / "performance.md"
     text = file.read_text()

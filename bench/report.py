@@ -56,6 +56,10 @@ def budgets(found):
     one, thousand = (found.grouped_namespaces(count)["again_ms"] / count for count in (1, 1000))
     yield row("A request to each of 1,000 namespaces / to one", 1.3, thousand / one,
               f"{thousand / one:.2f}")
+    run = found.namespaces(1000)
+    part = run["kaehost_ms"] / run["shell_ms"]
+    yield row("kaehost apply to 1,000 namespaces / shell loop of sysctl", 0.125, part,
+              f"{part:.3f}")
     peers = found.one("Peers")
     ratio = peers["kaehost_cpu_us"] / peers["life_cpu_us"]
     yield row("CPU time of kaehost apply / of a layer's life alone", 1.8, ratio, f"{ratio:.2f}")
