@@ -107,8 +107,8 @@ constexpr Command kCommands[] = {
     {"validate", AddValidate},
 };
 
-// Adds the command that the first word names. If it names none, adds all, for the help and for what
-// is said about the word: to add them all takes longer than to parse the command line.
+// Adds the command that the first word names: to add all takes longer than to parse the command
+// line. If the word names none, adds all, for the help and for what is said about the word.
 void AddCommands(std::string_view word, CLI::App& app, Chosen& chosen) {
   const bool is_named = std::any_of(std::begin(kCommands), std::end(kCommands),
                                     [word](const Command& c) { return c.name == word; });

@@ -149,8 +149,7 @@ void Session::Deliver(std::size_t document) {
   const Asked asked = WhatIsAsked(documents_[document].contents());
   report_.TellNext("request: " + InputName(name));
   namespaces_->InEach(request, [&](SessionNamespace& here, std::size_t number) {
-    const bool is_first = number == 0;
-    if (!is_first && (interruption_.Came() || result_.plugin_ended)) {
+    if (number > 0 && (interruption_.Came() || result_.plugin_ended)) {
       return;
     }
     LayerReply reply = layers_->Configure(number, document).value_or(LayerReply());

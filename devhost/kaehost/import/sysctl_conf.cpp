@@ -1,24 +1,16 @@
 #include "devhost/kaehost/import/sysctl_conf.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 
-#include "devhost/libe/document.h"
+#include "devhost/kaehost/input_file.h"
 
 namespace devhost {
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r";
-constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
 
 std::string Trimmed(const std::string& text) {
   const std::size_t begin = text.find_first_not_of(kBlanks);
@@ -60,34 +52,6 @@ std::vector<std::string> Words(const std::string& text) {
   return words;
 }
 
-[[noreturn]] void Refuse(const std::string& path, int error) {
-  throw std::runtime_error(InputName(path) + ": cannot read: " + std::strerror(error));
-}
-
-std::string ReadAll(const std::string& path) {
-  const int fd = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
-                             : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    Refuse(path, errno);
-  }
-  std::string text;
-  std::array<char, 4096> buffer;
-  ssize_t count = 0;
-  while ((count = read(fd, buffer.data(), buffer.size())) > 0 && text.size() <= kMaxBytes) {
-    text.append(buffer.data(), static_cast<std::size_t>(count));
-  }
-  const int error = errno;
-  close(fd);
-  if (count < 0) {
-    Refuse(path, error);
-  }
-  if (text.size() > kMaxBytes) {
-    throw std::runtime_error(InputName(path) +
-                             ": longer than 1 MiB; import only the lines that you need");
-  }
-  return text;
-}
-
 std::optional<SysctlLine> Read(const std::string& text, int number) {
   const std::string line = Trimmed(text);
   if (line.empty() || line.front() == '#' || line.front() == ';') {
@@ -111,7 +75,7 @@ std::optional<SysctlLine> Read(const std::string& text, int number) {
 
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
   constexpr std::string_view kMark = "\xef\xbb\xbf";  // some editors begin UTF-8 with it
-  const std::string all = ReadAll(path);
+  const std::string all = ReadInputFile(path, "import only the lines that you need");
   std::istringstream stream(all.starts_with(kMark) ? all.substr(kMark.size()) : all);
   std::vector<SysctlLine> lines;
   int number = 0;

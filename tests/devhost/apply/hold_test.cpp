@@ -26,7 +26,6 @@ using testing::StartsWith;
 namespace {
 
 constexpr const char* kFinTimeout = "/proc/sys/net/ipv4/tcp_fin_timeout";
-constexpr const char* kHolding = "kaehost: holding the settings until Ctrl-C or SIGTERM";
 constexpr const char* kBack = "kaehost: layer released; all tunables restored\n";
 
 // What a plug-in needs to do its work on the tunables of this namespace: writable core files.

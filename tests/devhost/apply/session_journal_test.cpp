@@ -41,7 +41,6 @@ using testing::StartsWith;
 namespace {
 
 constexpr const char* kFinTimeout = "/proc/sys/net/ipv4/tcp_fin_timeout";
-constexpr const char* kHolding = "kaehost: holding the settings until Ctrl-C or SIGTERM";
 
 std::string Content(const std::string& path) {
   std::ifstream file(path);

@@ -42,7 +42,6 @@ using testing::Not;
 
 namespace {
 
-constexpr const char* kHolding = "kaehost: holding the settings until Ctrl-C or SIGTERM";
 constexpr const char* kFinTimeout = "ipv4/tcp_fin_timeout";
 
 void Write(const std::string& tunable, const std::string& value) {
@@ -334,12 +333,12 @@ TEST_F(SeveralNamespaces, AreNotNamedByABadFile) {
   const auto refused = [this](const std::string& file, const std::string& sentence) {
     const Outcome run = Kaehost({"apply", "--netns-file", file, document_});
     EXPECT_EQ(run.status, 2);
-    EXPECT_THAT(run.err, HasSubstr("kaehost: --netns-file: " + sentence + '\n'));
+    EXPECT_EQ(run.err, "kaehost: " + sentence + '\n');
   };
   const std::string empty = folder_.Write("empty", "# none\n\n");
   refused(empty, empty + ": names no network namespace; write a name or path in each line");
-  refused("/nowhere", "/nowhere: cannot open: No such file or directory; check the path");
-  refused("/", "/: cannot read: Is a directory; check the file");
+  refused("/nowhere", "/nowhere: cannot read: No such file or directory");
+  refused("/", "/: cannot read: Is a directory");
   refused("/dev/zero", "/dev/zero: longer than 1 MiB; name fewer network namespaces");
   const std::string with_nul = folder_.Write("nul", std::string("blue\0x", 6));
   refused(with_nul, with_nul +

@@ -9,6 +9,9 @@
 
 // The command kaehost as it was built, and the surroundings that it may find itself in.
 
+// What it says when it holds the settings.
+constexpr const char* kHolding = "kaehost: holding the settings until Ctrl-C or SIGTERM";
+
 // What became of a run.
 struct Outcome {
   int status;  // as a shell shows it: 128 and the signal's number for what a signal ended
