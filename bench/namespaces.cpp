@@ -48,11 +48,13 @@ bool Enter(const Place& place) {
 // All places in one mount namespace, or groups of so many, each with a proc file system of its own.
 enum Groups : int64_t { kNone = 0, kOfTen = 10 };
 
-// New network namespaces, each with writable core files. The destructor returns the process to its
-// previous namespaces.
+// kaehost emulates these files itself, and copies the mounts that it finds for each group.
+enum class CoreFiles { kWritable, kReadOnly };
+
+// New network namespaces. The destructor returns the process to its previous namespaces.
 class Networks {
  public:
-  Networks(int64_t count, Groups groups) {
+  Networks(int64_t count, Groups groups, CoreFiles core_files = CoreFiles::kWritable) {
     // The kernel destroys earlier namespaces in the background; wait for it.
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     int mounts = home_.mounts;
@@ -64,7 +66,9 @@ class Networks {
       if (unshare(CLONE_NEWNET) != 0) {
         throw std::system_error(errno, std::generic_category(), "making a network namespace");
       }
-      bench::MakeCoreFilesWritable();
+      if (core_files == CoreFiles::kWritable) {
+        bench::MakeCoreFilesWritable();
+      }
       places_.push_back({Current("net"), mounts});
     }
   }
@@ -186,7 +190,7 @@ void ExpectOtherValues() {
 // For one, each in a few of the namespaces.
 void AddKaehost(Times& times, int64_t count, const bench::Inputs& inputs) {
   constexpr int kFew = 10;
-  const Networks networks(count, kNone);
+  const Networks networks(count, kNone, CoreFiles::kReadOnly);
   networks.Leave();
   const std::string names = inputs.document + ".names";
   {
