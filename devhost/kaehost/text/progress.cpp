@@ -12,6 +12,10 @@ namespace devhost {
 namespace {
 
 constexpr const char* kClearLine = "\r\x1b[K";
+// In between, what is longer than the terminal is wide does not begin another line, which would
+// stay.
+constexpr const char* kCutLine = "\x1b[?7l";
+constexpr const char* kWrapLine = "\x1b[?7h";
 
 // "[#####               ] 250/1000"
 std::string Bar(std::size_t done, std::size_t total) {
@@ -31,7 +35,8 @@ void Progress::Advance() {
   ++done_;
   const Clock::time_point now = Clock::now();
   if (done_ <= total_ && now - shown_at_ >= kPause) {
-    Errors() << kClearLine + Bar(done_, total_) + ' ' + Visible(step_) << std::flush;
+    Errors() << kClearLine << kCutLine << Bar(done_, total_) + ' ' + Visible(step_) << kWrapLine
+             << std::flush;
     is_shown_ = true;
     shown_at_ = now;
   }

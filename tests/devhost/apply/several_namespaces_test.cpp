@@ -430,9 +430,10 @@ TEST_F(SeveralNamespaces, ShowTheProgressOnATerminalOnly) {
   shown.resize(
       static_cast<std::size_t>(std::max(ssize_t{0}, read(terminal, shown.data(), shown.size()))));
   close(terminal);
-  EXPECT_THAT(shown,
-              AllOf(HasSubstr("\r\x1b[K[######              ] 1/3 request 1 of 1: " + document_),
-                    EndsWith("\r\x1b[K")));
+  EXPECT_THAT(shown, AllOf(HasSubstr("\r\x1b[K\x1b[?7l[######              ] 1/3 request 1 of 1: " +
+                                     document_ + "\x1b[?7h"),
+                           EndsWith("\r\x1b[K")))
+      << "a long line is cut";
   EXPECT_EQ(Kaehost(session).err, "");
 }
 
