@@ -49,6 +49,8 @@ class Session {
 
  private:
   void LeadTheLayersLives();
+  void MakeLayer(const SessionNamespace& here);
+  std::string InWhich(const SessionNamespace& here) const;
   void TellPluginLines(bool in_full);
   void NoteEndOfPlugin(const std::string& during);
   void DeliverAll();
@@ -99,7 +101,7 @@ void Session::LeadTheLayersLives() {
       TellPluginLines(true);
     }
     report_.Tell("plug-in " + result_.plugin);
-    namespaces_->InEach("making the layers", [this](auto&, auto) { layers_->MakeLayer(); });
+    namespaces_->InEach("making the layers", [this](auto& here, auto) { MakeLayer(here); });
   } catch (...) {
     TellPluginLines(true);
     layers_.reset();
@@ -116,6 +118,17 @@ void Session::LeadTheLayersLives() {
     throw;
   }
   Release();
+}
+
+void Session::MakeLayer(const SessionNamespace& here) try {
+  layers_->MakeLayer();
+} catch (const PluginError& error) {
+  throw PluginError(error.what() + InWhich(here));
+}
+
+// The end of a sentence.
+std::string Session::InWhich(const SessionNamespace& here) const {
+  return namespaces_->count() > 1 ? ", in " + here.where() : "";
 }
 
 // In several namespaces they would be too many.
@@ -153,7 +166,7 @@ void Session::Deliver(std::size_t document) {
       return;
     }
     LayerReply reply = layers_->Configure(number, document).value_or(LayerReply());
-    NoteEndOfPlugin(request + (namespaces_->count() > 1 ? ", in " + here.where() : ""));
+    NoteEndOfPlugin(request + InWhich(here));
     here.AddRequest(name, asked, std::move(reply));
   });
   TellPluginLines(!result_.has_succeeded(document));
