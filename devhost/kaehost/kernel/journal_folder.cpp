@@ -82,6 +82,20 @@ std::string AboutHolder(const Journal& journal, const struct stat& file) {
   return holder == 0 ? session : "process " + std::to_string(holder) + " of " + session;
 }
 
+// The text as one word of a shell. A backslash stays readable in a command that a sentence has in
+// quotation marks.
+std::string ShellWord(std::string_view text) {
+  constexpr std::string_view kSpecial = "\t !\"#$&'()*;<>?[\\]^`{|}~";
+  std::string word;
+  for (const char character : text) {
+    if (kSpecial.find(character) != std::string_view::npos) {
+      word += '\\';
+    }
+    word += character;
+  }
+  return word;
+}
+
 // After a part was written, only the next write has the error.
 bool WriteAll(int file, std::string_view text) {
   while (!text.empty()) {
@@ -95,6 +109,11 @@ bool WriteAll(int file, std::string_view text) {
 }
 
 }  // namespace
+
+std::string CommandToRestore(const std::string& option) {
+  const std::size_t name = std::min(option.find(' '), option.size() - 1) + 1;
+  return "kaehost restore " + option.substr(0, name) + ShellWord(option.substr(name));
+}
 
 // The name can be another file's if somebody deleted this one.
 void JournalFile::Remove() const {
@@ -185,8 +204,8 @@ std::optional<std::string> JournalFolder::EndFormerSession(const std::string& op
   const std::string session = "the session of process " + std::to_string(left->journal().process) +
                               ", started " + left->journal().started + ", ";
   if (!DifferencesFrom(left->journal()).empty()) {
-    Refuse(left->path(), session + "ended without restoring these tunables; run 'kaehost restore " +
-                             option + "' first");
+    Refuse(left->path(), session + "ended without restoring these tunables; run '" +
+                             CommandToRestore(option) + "' first");
   }
   left->Remove();
   return left->path() + ": " + session + "was killed, but no tunable differs; journal deleted";

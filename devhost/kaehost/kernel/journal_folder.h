@@ -20,6 +20,9 @@ class JournalInUse : public NamespaceError {
   using NamespaceError::NamespaceError;
 };
 
+// Returns the command, for a shell, that restores the tunables after a session with this option.
+std::string CommandToRestore(const std::string& option);
+
 // A journal that this process has locked. Processes that it forks have the lock too.
 class JournalFile {
  public:

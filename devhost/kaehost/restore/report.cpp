@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "devhost/kaehost/changes.h"
+#include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/text/characters.h"
 #include "devhost/kaehost/text/output.h"
 
@@ -44,13 +45,12 @@ void TellLeft(const FoundJournal& found) {
   TableOf(found.differs).Print(Out());
   if (found.option.empty()) {
     TellLine(
-        "cannot find its network namespace: run 'kaehost restore --netns PATH'; if it does not "
-        "exist any more, delete the file");
+        "cannot find the network namespace of this session, which had " + found.journal->option +
+        ": run 'kaehost restore --netns PATH'; if it does not exist any more, delete the file");
   } else {
-    TellLine((found.differs.empty() ? "no tunable differs; to delete the journal, run 'kaehost "
-                                      "restore "
-                                    : "to restore, run 'kaehost restore ") +
-             found.option + "'");
+    TellLine((found.differs.empty() ? "no tunable differs; to delete the journal, run '"
+                                    : "to restore, run '") +
+             CommandToRestore(found.option) + "'");
   }
 }
 

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -26,6 +27,7 @@
 
 namespace fs = std::filesystem;
 
+using devhost::CommandToRestore;
 using devhost::JournalFile;
 using devhost::JournalFolder;
 using devhost::JournalInUse;
@@ -262,6 +264,21 @@ TEST_F(Journals, AreNotKeptByAnotherProgram) {
   ExpectClosedByExec();
 }
 
+TEST(CommandToRestore, HasTheNameAsAShellNeedsIt) {
+  for (const std::string name : {"/proc/12/ns/net", "-x", "my own\tname", "it's", R"("$x" `y` a\b)",
+                                 "!#&()*;<>?[]^{|}~", "~", "\xc3\xa9\xff"}) {
+    const std::string command = CommandToRestore("--netns " + name);
+    FILE* const shell = popen(("kaehost() { printf '%s %s %s' \"$@\"; }; " + command).c_str(), "r");
+    ASSERT_NE(shell, nullptr);
+    std::string words(100, '\0');
+    words.resize(std::fread(words.data(), 1, words.size(), shell));
+    EXPECT_EQ(pclose(shell), 0) << command;
+    EXPECT_EQ(words, "restore --netns " + name);
+  }
+  EXPECT_EQ(CommandToRestore("--live"), "kaehost restore --live");
+  EXPECT_EQ(CommandToRestore("--netns /run/netns/a"), "kaehost restore --netns /run/netns/a");
+}
+
 TEST_F(Journals, RefuseASessionAfterOneThatDidNotRestore) {
   BeginJournal("--live", {{"ipv4/tcp_sack", {"7"}}}, path_);
   EXPECT_THAT(RefusalToBegin(),
@@ -271,6 +288,8 @@ TEST_F(Journals, RefuseASessionAfterOneThatDidNotRestore) {
                   "restore --live' first"));
   EXPECT_THAT([&] { BeginJournal("--netns blue", kBefore, path_); },
               ThrowsMessage<NamespaceError>(HasSubstr("run 'kaehost restore --netns blue' first")));
+  EXPECT_THAT([&] { BeginJournal("--netns my own", kBefore, path_); },
+              ThrowsMessage<NamespaceError>(HasSubstr("run 'kaehost restore --netns my\\ own' ")));
 }
 
 TEST_F(Journals, AreDeletedIfTheirSessionWasKilledAndNothingDiffers) {

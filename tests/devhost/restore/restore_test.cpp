@@ -131,6 +131,13 @@ TEST_F(ListJournals, FindsANamespaceByItsName) {
                                      "kaehost: to restore, run 'kaehost restore --netns blue'\n$"));
 }
 
+TEST_F(ListJournals, ShowsANameAsAShellNeedsIt) {
+  LeaveJournal();
+  NameTheNamespace("my own; $HOME");
+  const Outcome run = Kaehost({"restore"}, LeaveTheNamespace);
+  EXPECT_THAT(run.out, HasSubstr("run 'kaehost restore --netns my\\ own\\;\\ \\$HOME'\n"));
+}
+
 TEST_F(ListJournals, FindsANamespaceByThePathOfTheSession) {
   LeaveJournal("--netns " + here_);
   const Outcome run = Kaehost({"restore"}, LeaveTheNamespace);
@@ -144,9 +151,9 @@ TEST_F(ListJournals, ShowsThatItCannotFindTheNamespace) {
   const Outcome run = Kaehost({"restore"}, LeaveTheNamespace);
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, MatchesRegex("kaehost: " + file_ + kSession +
-                                    "kaehost: cannot find its network namespace: run 'kaehost "
-                                    "restore --netns PATH'; if it does not exist any more, delete "
-                                    "the file\n"));
+                                    "kaehost: cannot find the network namespace of this session, "
+                                    "which had --netns no-such-name: run 'kaehost restore --netns "
+                                    "PATH'; if it does not exist any more, delete the file\n"));
 }
 
 TEST_F(ListJournals, ComparesEachInItsOwnNamespace) {
