@@ -1,6 +1,6 @@
 #include "devhost/kaehost/apply/failures.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 #include <optional>
 #include <system_error>
