@@ -6,12 +6,16 @@
 #include <cstdio>
 #include <string>
 
+#include "tests/devhost/support/effort.h"
 #include "tests/devhost/support/filled_pipe.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
 using testing::ContainsRegex;
 using testing::EndsWith;
+
+const int kKills = 1000;
+const bool kHasAllTests = true;
 
 namespace {
 

@@ -18,6 +18,7 @@
 #include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/effort.h"
 #include "tests/devhost/support/named_networks.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
@@ -104,7 +105,7 @@ TEST(KilledSessions, LeaveNothingThatCannotBeRestored) {
   int left = 0;
   int changed = 0;
   int refused = 0;
-  for (int i = 0; i < KILLS; ++i) {
+  for (int i = 0; i < kKills; ++i) {
     RunningKaehost session({"apply", "--live", "--quiet", document});
     const bool has_second = random() % 4 == 0;
     std::optional<RunningKaehost> second;
@@ -135,7 +136,7 @@ TEST(KilledSessions, LeaveNothingThatCannotBeRestored) {
   std::printf(
       "%d sessions killed: %d left a journal, %d left tunables changed; %d second sessions "
       "refused\n",
-      KILLS, left, changed, refused);
+      kKills, left, changed, refused);
   EXPECT_GT(left, 0);
 }
 
@@ -152,7 +153,7 @@ TEST(KilledSessions, InSeveralNamespacesLeaveNothingThatCannotBeRestored) {
   const auto whole = MicrosecondsOfASession(document);
   std::mt19937 random(std::random_device{}());
   int left = 0;
-  for (int i = 0; i < std::min(KILLS, 200); ++i) {
+  for (int i = 0; i < std::min(kKills, 200); ++i) {
     RunningKaehost session(words);
     usleep(static_cast<useconds_t>(random() % (2 * whole)));
     for (const pid_t victim : Victims(session.pid(), random() % 4)) {

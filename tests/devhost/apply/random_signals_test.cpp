@@ -21,6 +21,7 @@
 #include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/effort.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -81,9 +82,9 @@ std::string Differences(const devhost::Tunables& before) {
 }
 
 void ExpectAllWell(int namespaces, const Try& attempt) {
-  const int tries = (KILLS + namespaces - 1) / namespaces;
+  const int tries = (kKills + namespaces - 1) / namespaces;
   std::vector<pid_t> processes;
-  for (int i = 0; i < std::min(namespaces, KILLS); ++i) {
+  for (int i = 0; i < std::min(namespaces, kKills); ++i) {
     processes.push_back(fork());
     if (processes.back() == 0) {
       RunInNamespace(tries, attempt);

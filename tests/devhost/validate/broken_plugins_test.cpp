@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/effort.h"
 #include "tests/devhost/support/running_kaehost.h"
 
 using nlohmann::json;
@@ -159,7 +160,7 @@ TEST_P(BrokenPluginOf, IsRefusedByTheTestThatIsMeantForIt) {
   const Row& row = GetParam();
   std::vector<std::string> options = {std::string("--timeout=") +
                                       (std::string(row.result) == "timed out" ? "2" : "60")};
-  if (!ALL_TESTS) {
+  if (!kHasAllTests) {
     options.insert(options.end(), {"--include", std::string("^") + row.test + "$"});
   } else if (row.test != std::string("makes-many-layers")) {  // this one takes long
     options.insert(options.end(), {"--exclude", "makes-many-layers"});
