@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -95,5 +95,5 @@ TEST_F(ForeignText, IsEscapedInJson) {
   const Outcome run =
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("forges_lines")});
   ExpectHarmless(run.out);
-  EXPECT_EQ(json::parse(run.out)["requests"][0]["thrown"], kForged);
+  EXPECT_EQ(Parsed(run.out)["requests"][0]["thrown"], kForged);
 }

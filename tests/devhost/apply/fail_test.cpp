@@ -11,12 +11,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -39,7 +39,7 @@ class Fail : public testing::Test {
   json Apply(const std::vector<std::string>& options) const {
     std::vector<std::string> arguments = {"apply", "--json", document_};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    return json::parse(Kaehost(arguments).out);
+    return Parsed(Kaehost(arguments).out);
   }
 
   // The errors of the times that the plug-in opens the file, empty for none.
@@ -49,7 +49,7 @@ class Fail : public testing::Test {
     std::istringstream trace(Kaehost(options).err);
     std::vector<std::string> errors;
     for (std::string line; std::getline(trace, line);) {
-      const json object = line.starts_with('{') ? json::parse(line) : json::object();
+      const json object = line.starts_with('{') ? Parsed(line) : json::object();
       if (object.value("open", "") == "/proc/sys/net/" + file) {
         errors.push_back(object["error"].is_null() ? "" : object["error"]);
       }
@@ -120,7 +120,7 @@ TEST_F(Fail, CanMeetTheSecondRequest) {
 TEST_F(Fail, ShowsThatTheLayerDidNotRestore) {
   const json session = Apply({"--fail", "ipv4/tcp_sack=EROFS:3"});
   EXPECT_EQ(session["requests"][0]["reply"], "success");
-  EXPECT_EQ(session["restored_by_kaehost"], json::parse(R"([
+  EXPECT_EQ(session["restored_by_kaehost"], Parsed(R"([
       {"tunable": "ipv4/tcp_sack", "before": "1", "now": "0"}])"));
   EXPECT_EQ(session["restored"], true);
   EXPECT_EQ(session["status"], 1);

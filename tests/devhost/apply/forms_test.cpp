@@ -7,12 +7,12 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -160,7 +160,7 @@ TEST_F(Forms, WholeCatalogueHasEveryFileAndNamesTheEmulatedOnes) {
   }
   const std::string document = folder_.Write("all.xml", all + "</tcp-settings>");
   const Outcome run = Kaehost({"apply", "--json", "--whole-catalogue", document});
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   EXPECT_EQ(told["status"], 0);
   EXPECT_EQ(told["restored"], true);
   EXPECT_EQ(told["requests"][0]["counts"].count("missing"), 0U);

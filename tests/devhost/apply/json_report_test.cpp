@@ -4,10 +4,10 @@
 #include <sched.h>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -44,7 +44,7 @@ TEST_F(Json, IsOneDocumentWithAllOfIt) {
   const Outcome run = Kaehost({"apply", "--json", document_});
   EXPECT_EQ(run.status, 4);
   EXPECT_EQ(run.err, "");
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   EXPECT_EQ(told["error"], nullptr);
   EXPECT_EQ(told["where"], "private");
   EXPECT_EQ(told["plugin"], "TCP, version 001.000");
@@ -65,10 +65,10 @@ TEST_F(Json, IsOneDocumentWithAllOfIt) {
   EXPECT_EQ(request["detail"], "");
   EXPECT_EQ(request["answered_again"], false);
   EXPECT_EQ(request["thrown"], nullptr);
-  EXPECT_EQ(request["counts"], json::parse(R"({"applied": 1, "unchanged": 1, "adjusted": 1,
+  EXPECT_EQ(request["counts"], Parsed(R"({"applied": 1, "unchanged": 1, "adjusted": 1,
                                                "rejected": 1, "missing": 1, "overridden": 4})"));
   EXPECT_EQ(request["outcomes"].size(), 9U);
-  EXPECT_EQ(request["outcomes"][0], json::parse(R"({
+  EXPECT_EQ(request["outcomes"][0], Parsed(R"({
       "element": "tcp_bic", "file": "ipv4/tcp_bic", "position": 0, "outcome": "missing",
       "before": null, "asked": "0", "now": null, "emulated": false})"));
   EXPECT_EQ(request["outcomes"][1]["asked"], nullptr);
@@ -76,33 +76,33 @@ TEST_F(Json, IsOneDocumentWithAllOfIt) {
 
 TEST_F(Json, TellsErrorsToo) {
   const std::string foreign = folder_.Write("foreign.xml", "<udp-settings/>");
-  const json silent = json::parse(Kaehost({"apply", "--json", foreign}).out);
+  const json silent = Parsed(Kaehost({"apply", "--json", foreign}).out);
   EXPECT_EQ(silent["requests"][0]["reply"], "none");
   EXPECT_EQ(silent["status"], 1);
 
-  const json thrown = json::parse(
+  const json thrown = Parsed(
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("configure_throws")}).out);
   EXPECT_EQ(thrown["requests"][0]["thrown"], "no memory for a value");
 
-  const json spoilt = json::parse(
-      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("release_throws")}).out);
+  const json spoilt =
+      Parsed(Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("release_throws")}).out);
   EXPECT_EQ(spoilt["release_thrown"], "cannot restore");
 
-  const json left = json::parse(
+  const json left = Parsed(
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("restores_nothing")}).out);
   EXPECT_EQ(left["status"], 1);
   EXPECT_EQ(left["restored"], true);
   EXPECT_THAT(left["not_restored"], IsEmpty());
-  EXPECT_THAT(left["restored_by_kaehost"], Contains(json::parse(R"({
+  EXPECT_THAT(left["restored_by_kaehost"], Contains(Parsed(R"({
       "tunable": "ipv4/tcp_sack", "before": "1", "now": "0"})")));
 
-  const json stopped = json::parse(
+  const json stopped = Parsed(
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("interrupts_its_host")}).out);
   EXPECT_EQ(stopped["interrupted_by"], 15);
   EXPECT_EQ(stopped["status"], 143);
 
   if (HasReadOnlyCoreFiles()) {
-    const json refused = json::parse(Kaehost({"apply", "--json", "--as-is", document_}).out);
+    const json refused = Parsed(Kaehost({"apply", "--json", "--as-is", document_}).out);
     EXPECT_EQ(refused["requests"][0]["error"], "file error");
     EXPECT_EQ(refused["requests"][0]["detail"], "[/proc/sys/net/core/rmem_max]: Permission denied");
     EXPECT_THAT(refused["emulated"], IsEmpty());
@@ -110,9 +110,9 @@ TEST_F(Json, TellsErrorsToo) {
 }
 
 TEST_F(Json, TellsWhatTheCommandChanged) {
-  const json told = json::parse(Kaehost({"apply", "--json", document_, "--", "sh", "-c",
-                                         "echo 41 >/proc/sys/net/ipv4/tcp_fin_timeout"})
-                                    .out);
+  const json told = Parsed(Kaehost({"apply", "--json", document_, "--", "sh", "-c",
+                                    "echo 41 >/proc/sys/net/ipv4/tcp_fin_timeout"})
+                               .out);
   EXPECT_EQ(told["changed_by_others"][0]["tunable"], "ipv4/tcp_fin_timeout");
   EXPECT_EQ(told["changed_by_others"][0]["now"], "41");
   EXPECT_EQ(told["changed_by_others"].size(), 1U);
@@ -123,7 +123,7 @@ TEST_F(Json, TellsThePositionOfEachElementInItsFile) {
       "positions.xml",
       "<tcp-settings><tcp_rmem_min>8192</tcp_rmem_min><tcp_rmem_default>65536</tcp_rmem_default>"
       "<tcp_rmem_max>131072</tcp_rmem_max><tcp_port_max>50001</tcp_port_max></tcp-settings>");
-  const json told = json::parse(Kaehost({"apply", "--json", document}).out);
+  const json told = Parsed(Kaehost({"apply", "--json", document}).out);
   json positions;
   for (const json& outcome : told["requests"][0]["outcomes"]) {
     positions[outcome["element"].get<std::string>()] = outcome["position"];
@@ -135,13 +135,13 @@ TEST_F(Json, TellsThePositionOfEachElementInItsFile) {
 }
 
 TEST_F(Json, SaysThatALayerRepliedAgain) {
-  const json told = json::parse(
-      Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("replies_twice")}).out);
+  const json told =
+      Parsed(Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("replies_twice")}).out);
   EXPECT_EQ(told["requests"][0]["answered_again"], true);
 }
 
 TEST_F(Json, HasNoRequestsAfterASignalBeforeTheFirst) {
-  const json told = json::parse(
+  const json told = Parsed(
       Kaehost({"apply", "--json", document_, "--plugin", TestPlugin("interrupts_when_loaded")})
           .out);
   EXPECT_EQ(told["requests"], json::array());
@@ -161,14 +161,14 @@ TEST_F(Json, SaysWhyNothingWasDone) {
 TEST_F(Json, SaysWhere) {
   const PrivateRun run;
   const std::string here = "/proc/" + std::to_string(getpid()) + "/ns/net";
-  const json told = json::parse(
+  const json told = Parsed(
       Kaehost({"apply", "--json", "--netns", here, document_}, [] { unshare(CLONE_NEWNET); }).out);
   EXPECT_EQ(told["where"], here);
 }
 
 TEST_F(Json, TakesTextThatIsNoUtf8) {
   const std::string odd = folder_.Write("odd-\xff.xml", "<tcp-settings/>");
-  EXPECT_EQ(json::parse(Kaehost({"apply", "--json", odd}).out)["status"], 0);
+  EXPECT_EQ(Parsed(Kaehost({"apply", "--json", odd}).out)["status"], 0);
 }
 
 TEST_F(Json, AndQuietExcludeEachOther) {

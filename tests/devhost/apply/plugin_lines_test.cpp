@@ -6,10 +6,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -174,7 +174,7 @@ TEST_F(PluginLines, AreKeptInOrderHoweverMuchAndByWhicheverWayItPrints) {
   EXPECT_THAT(Kaehost({"apply", document_, "--plugin", plugin}).out,
               HasSubstr("\n... 100000 lines of the plug-in ...\nkaehost: reply: success\n"));
 
-  const json told = json::parse(Kaehost({"apply", "--json", document_, "--plugin", plugin}).out);
+  const json told = Parsed(Kaehost({"apply", "--json", document_, "--plugin", plugin}).out);
   std::string progress;
   for (const json& line : told["progress"]) {
     const auto text = line.get<std::string>();

@@ -15,7 +15,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 #include <thread>
@@ -23,6 +22,7 @@
 
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -275,16 +275,16 @@ TEST_F(PluginProcess, ThatEndsDuringTheHoldEndsTheHold) {
 }
 
 TEST_F(PluginProcess, ThatEndsIsInTheJson) {
-  const json report = json::parse(Apply("do_Configure crash", {"--json", first_}).out);
+  const json report = Parsed(Apply("do_Configure crash", {"--json", first_}).out);
   EXPECT_EQ(report["plugin_ended"],
             "was killed by signal 11 (Segmentation fault) during request 1 of 1: " + first_);
   EXPECT_EQ(report["restored_by_kaehost"],
-            json::parse(R"([{"tunable": "ipv4/tcp_sack", "before": "1", "now": "0"}])"));
+            Parsed(R"([{"tunable": "ipv4/tcp_sack", "before": "1", "now": "0"}])"));
   EXPECT_EQ(report["requests"][0]["reply"], "none");
   EXPECT_EQ(report["restored"], true);
   EXPECT_EQ(report["status"], 1);
 
-  const json unloaded = json::parse(Apply("InitPlugin crash", {"--json", first_}).out);
+  const json unloaded = Parsed(Apply("InitPlugin crash", {"--json", first_}).out);
   EXPECT_THAT(unloaded["error"].get<std::string>(), HasSubstr("Segmentation fault"));
   EXPECT_EQ(unloaded["status"], 3);
 }

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +19,7 @@
 #include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -131,13 +131,13 @@ TEST_F(SessionJournal, StaysIfATunableIsNotRestored) {
 TEST_F(SessionJournal, ThatStaysIsInTheJson) {
   const std::vector<std::string> session = {"apply", "--live", "--json",        document_,  "--",
                                             "mount", "--bind", "/proc/version", kFinTimeout};
-  const json left = json::parse(Kaehost(session).out);
+  const json left = Parsed(Kaehost(session).out);
   umount2(kFinTimeout, MNT_DETACH);
   EXPECT_EQ(left["journal_kept"], file_);
   EXPECT_EQ(left["not_restored"][0]["tunable"], "ipv4/tcp_fin_timeout");
   EXPECT_EQ(left["restored_by_kaehost"], json::array()) << "it could not";
   EXPECT_EQ(Kaehost({"restore", "--live"}).status, 0);
-  const json all = json::parse(Kaehost({"apply", "--live", "--json", document_, "--", "true"}).out);
+  const json all = Parsed(Kaehost({"apply", "--live", "--json", document_, "--", "true"}).out);
   EXPECT_EQ(all["journal_kept"], nullptr);
 }
 

@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,6 +22,7 @@
 #include "devhost/kaehost/kernel/journal_folder.h"
 #include "devhost/kaehost/kernel/network_namespaces.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/named_networks.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
@@ -155,8 +155,8 @@ TEST_F(SeveralNamespaces, AreNamedWhereARequestFails) {
 }
 
 TEST_F(SeveralNamespaces, AreInTheJsonWithTheFieldsOfOne) {
-  const json several = json::parse(Kaehost(Session({"--json", document_})).out);
-  const json one = json::parse(Kaehost({"apply", "--json", "--netns", "green", document_}).out);
+  const json several = Parsed(Kaehost(Session({"--json", document_})).out);
+  const json one = Parsed(Kaehost({"apply", "--json", "--netns", "green", document_}).out);
   ASSERT_EQ(several["namespaces"].size(), 3U);
   EXPECT_EQ(several["namespaces"][1]["where"], "green");
   std::set<std::string> fields;

@@ -5,10 +5,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -79,9 +79,9 @@ TEST_F(StartValues, ThatTheKernelRejectsAreTold) {
   Set("ip_local_port_range", "100 201");
   EXPECT_THAT(Kaehost({"apply", document_}).out,
               HasSubstr("kaehost: not as on the machine at the start: ipv4/ip_local_port_range\n"));
-  const json told = json::parse(Kaehost({"apply", "--json", document_}).out);
+  const json told = Parsed(Kaehost({"apply", "--json", document_}).out);
   EXPECT_EQ(told["not_copied"], json({"ipv4/ip_local_port_range"}));
-  const json initial = json::parse(Kaehost({"apply", "--json", "--initial-values", document_}).out);
+  const json initial = Parsed(Kaehost({"apply", "--json", "--initial-values", document_}).out);
   EXPECT_EQ(initial["not_copied"], json::array());
 }
 

@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "devhost/kaehost/apply/session_result.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -54,7 +54,7 @@ TEST_F(MachineOnly, IsAFileThatThisNamespaceHasNot) {
 }
 
 TEST_F(MachineOnly, IsInTheJsonDocument) {
-  const json told = json::parse(
+  const json told = Parsed(
       Kaehost({"apply", "--json", Naming("tcp_mem_high", "1")}, HaveATunableOfTheMachine).out);
   EXPECT_EQ(told["requests"][0]["counts"]["machine-only"], 1);
 }

@@ -18,7 +18,6 @@
 #include <future>
 #include <limits>
 #include <new>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -28,6 +27,7 @@
 #include "devhost/kaehost/kernel/catalogue.h"
 #include "devhost/kaehost/plugin/open_calls.h"
 #include "devhost/kaehost/plugin/trace.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -49,7 +49,7 @@ std::vector<json> Objects(const std::string& text) {
   std::vector<json> objects;
   for (std::string line; std::getline(lines, line);) {
     if (line.starts_with('{')) {
-      objects.push_back(json::parse(line));
+      objects.push_back(Parsed(line));
     }
   }
   return objects;
@@ -83,7 +83,7 @@ class Trace : public testing::Test {
       setenv("OPENS", way.c_str(), 1);
       setenv("HOME", folder_.Path("").c_str(), 1);
     });
-    json report = json::parse(run.out);
+    json report = Parsed(run.out);
     report["trace"] = Objects(run.err);
     return report;
   }
@@ -211,7 +211,7 @@ TEST_F(Trace, HasTheCallsToTheHostWithArgumentsAndResults) {
   EXPECT_EQ(calls.back(), "SendSuccess null = true");
   const json interned = During(trace, "GetNewLayer", "host_call");
   EXPECT_EQ(interned.size(), 1 + devhost::Catalogue().size());
-  EXPECT_EQ(interned[1], json::parse(R"({"host_call": "kaml_intern", "arguments": ["\"rmem_max\""],
+  EXPECT_EQ(interned[1], Parsed(R"({"host_call": "kaml_intern", "arguments": ["\"rmem_max\""],
                                         "result": "\"rmem_max\""})"));
 }
 
@@ -320,7 +320,7 @@ TEST_F(Trace, LetsAThreadOpenFilesInItsOwnNamespace) {
   const json report = Opens("in a namespace of a thread");
   EXPECT_THAT(report["progress"], Not(testing::Contains("[no namespace]")));
   EXPECT_EQ(report["restored_by_kaehost"], json::array());
-  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), json::parse(R"([
+  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), Parsed(R"([
       {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null}])"));
 }
 
@@ -340,14 +340,14 @@ TEST_F(Trace, LetsFilesWaitForEachOther) {
 TEST_F(Trace, HasFilesThatAreOpenedByOpenat2) {
   const json report = Opens("with openat2");
   EXPECT_THAT(report["progress"], testing::Contains("[result 0]"));
-  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), json::parse(R"([
+  EXPECT_EQ(During(report["trace"], "do_Configure", "open"), Parsed(R"([
       {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null},
       {"open": "/proc/sys/net/ipv4/tcp_sack", "writes": true, "error": null}])"));
 }
 
 TEST_F(Trace, HasFilesThatAThreadOpensBetweenCalls) {
   const json report = Opens("between calls", {"--", "sleep", "0.1"});
-  EXPECT_THAT(report["trace"], testing::Contains(json::parse(R"(
+  EXPECT_THAT(report["trace"], testing::Contains(Parsed(R"(
       {"open": "/proc/sys/net/ipv4/tcp_fin_timeout", "writes": false, "error": null})")));
 }
 

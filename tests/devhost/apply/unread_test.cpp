@@ -5,10 +5,10 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -65,7 +65,7 @@ TEST_F(Unread, TunableIsAFailureAlsoAfterACommand) {
 }
 
 TEST_F(Unread, TunableIsInTheJsonDocument) {
-  const json told = json::parse(
+  const json told = Parsed(
       Kaehost({"apply", "--json", nothing_, "--plugin", TestPlugin("makes_unreadable")}).out);
   EXPECT_EQ(told["status"], 1);
   EXPECT_EQ(told["restored"], nullptr);
@@ -74,7 +74,7 @@ TEST_F(Unread, TunableIsInTheJsonDocument) {
   EXPECT_EQ(told["unread"][0]["refused"], false);
   EXPECT_NE(told["unread"][0]["reason"], "");
   EXPECT_EQ(told["unread"].size(), 1U);
-  EXPECT_EQ(told["requests"][0]["outcomes"][0], json::parse(R"({
+  EXPECT_EQ(told["requests"][0]["outcomes"][0], Parsed(R"({
       "element": "tcp_sack", "file": "ipv4/tcp_sack", "position": 0, "outcome": "unread",
       "before": "1", "asked": null, "now": null, "emulated": false})"));
 }
@@ -90,7 +90,7 @@ TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
                             "  tunable +cannot be read\n  ipv4/tcp_sack "));
   std::vector<std::string> to_json = arguments;
   to_json.insert(to_json.begin() + 1, "--json");
-  const json told = json::parse(Kaehost(to_json).out);
+  const json told = Parsed(Kaehost(to_json).out);
   EXPECT_EQ(told["restored"], nullptr);
   EXPECT_EQ(told["restored_by_kaehost"].size(), 1U);
   EXPECT_EQ(told["unread"].size(), 1U);
@@ -98,10 +98,10 @@ TEST_F(Unread, TunableBesideOneThatIsNotRestoredIsToldToo) {
 
 // Nobody can write the other one: a file that cannot be written is mounted over it.
 TEST_F(Unread, TunableIsNotAllThatIsWrongBesideOneThatCannotBeRestored) {
-  const json told = json::parse(
-      Kaehost({"apply", "--json", nothing_, "--plugin", TestPlugin("makes_unreadable"), "--",
-               "mount", "--bind", "/proc/version", "/proc/sys/net/ipv4/tcp_fin_timeout"})
-          .out);
+  const json told =
+      Parsed(Kaehost({"apply", "--json", nothing_, "--plugin", TestPlugin("makes_unreadable"), "--",
+                      "mount", "--bind", "/proc/version", "/proc/sys/net/ipv4/tcp_fin_timeout"})
+                 .out);
   EXPECT_EQ(told["restored"], false);
   EXPECT_EQ(told["not_restored"][0]["tunable"], "ipv4/tcp_fin_timeout");
   EXPECT_EQ(told["unread"][0]["tunable"], "ipv4/tcp_sack");
@@ -122,15 +122,15 @@ TEST_F(Unread, TunableThatTheKernelNeverShowsIsNoFailure) {
 }
 
 TEST_F(Unread, TunableThatTheKernelNeverShowsIsNotSaidToBeAsRequested) {
-  const json told = json::parse(
+  const json told = Parsed(
       Kaehost({"apply", "--json", document_, "--netns", here_, "--plugin", TestPlugin("working")},
               MakeATunableWriteOnly)
           .out);
   EXPECT_EQ(told["status"], 4);
   EXPECT_EQ(told["restored"], nullptr);
-  EXPECT_EQ(told["unread"], json::parse(R"([{"tunable": "ipv4/tcp_fack",
+  EXPECT_EQ(told["unread"], Parsed(R"([{"tunable": "ipv4/tcp_fack",
       "reason": "Permission denied", "refused": true}])"));
-  EXPECT_EQ(told["requests"][0]["counts"], json::parse(R"({"unchanged": 1, "unread": 1})"));
+  EXPECT_EQ(told["requests"][0]["counts"], Parsed(R"({"unchanged": 1, "unread": 1})"));
 }
 
 TEST_F(Unread, TunableIsAFailureOfInspect) {

@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <string>
 
 #include "devhost/kaehost/kernel/catalogue.h"
 #include "tests/devhost/check/cases.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -43,7 +43,7 @@ std::string InOneOfSomeWays(const CatalogueEntry& entry, std::size_t way) {
 std::set<std::string> SetByThePlugIn(const std::string& document) {
   const std::string mark = "Setting new value - ";
   std::set<std::string> elements;
-  const json told = json::parse(Kaehost({"apply", "--json", document}).out);
+  const json told = Parsed(Kaehost({"apply", "--json", document}).out);
   for (const std::string line : told["progress"]) {
     if (line.starts_with(mark)) {
       elements.insert(line.substr(mark.size(), line.find(' ', mark.size()) - mark.size()));
@@ -55,7 +55,7 @@ std::set<std::string> SetByThePlugIn(const std::string& document) {
 // Returns the lines of a document in which an ignored element is found.
 std::set<int> IgnoredLines(const std::string& document) {
   std::set<int> lines;
-  const json told = json::parse(Kaehost({"check", "--json", document}).out);
+  const json told = Parsed(Kaehost({"check", "--json", document}).out);
   for (const json& finding : told["documents"][0]["findings"]) {
     if (IsIgnored(finding["sentence"])) {
       lines.insert(finding["line"].get<int>());
@@ -108,7 +108,7 @@ TEST_F(CheckAndPlugIn, AgreeWithTheKernelInNumbersThatAreTooLarge) {
     }
   }
   const std::string document = folder_.Write("document.xml", xml + "</tcp-settings>");
-  const json told = json::parse(Kaehost({"apply", "--json", document}).out);
+  const json told = Parsed(Kaehost({"apply", "--json", document}).out);
   int looked_at = 0;
   for (const json& outcome : told["requests"][0]["outcomes"]) {
     if (outcome["asked"] == "2147483648" && !outcome["emulated"]) {

@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -99,13 +99,13 @@ TEST_F(Check, JsonTellsAllOfIt) {
   const Outcome run = Kaehost({"check", "--json", bad, missing});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(json::parse(run.out), json::parse(R"({
+  EXPECT_EQ(Parsed(run.out), Parsed(R"({
       "documents": [
         {"document": ")" + bad + R"(", "error": null, "findings": [
           {"line": 2, "column": 3, "sentence": "x: unknown element; it is ignored; remove it"}]},
         {"document": ")" + missing + R"(", "error": ")" +
-                                              missing +
-                                              R"(: cannot be read: No such file or directory",
+                                    missing +
+                                    R"(: cannot be read: No such file or directory",
          "findings": []}],
       "status": 2})"));
 }

@@ -4,9 +4,9 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -138,7 +138,7 @@ TEST_F(Import, CountsFurtherLinesThatItDoesNotList) {
   EXPECT_THAT(run.err, EndsWith(path + ":1000: x" + kUnknown +
                                 "kaehost: 3 more lines are not listed; fix those above first\n"));
   EXPECT_THAT(run.out, AllOf(HasSubstr("<tcp_dsack>0</"), HasSubstr("<tcp_ecn>1</")));
-  const json told = json::parse(Kaehost({"import", "--json", path}).out);
+  const json told = Parsed(Kaehost({"import", "--json", path}).out);
   EXPECT_EQ(told["not_listed"], 3);
   EXPECT_EQ(told["not_carried"].size(), 999U);
 }
@@ -173,32 +173,33 @@ TEST_F(Import, JsonHasTheDocumentAndAllReports) {
   const Outcome run = Kaehost({"import", "--json", path});
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.err, "");
-  json told = json::parse(run.out);
+  json told = Parsed(run.out);
   EXPECT_EQ(told.at("document"), Kaehost({"import", path}).out);
   EXPECT_EQ(told.at("defaults").size(), 13U);
   EXPECT_EQ(told.at("defaults").at("tcp_rmem_max"), 174760);
   told.erase("document");
   told.erase("defaults");
-  EXPECT_EQ(told, json::parse(R"({
+  EXPECT_EQ(told, Parsed(R"({
       "error": null,
       "elements": {"tcp_adv_win_scale": -1, "tcp_rmem_min": 1, "tcp_rmem_default": 2},
       "not_carried": [{"file": ")" +
-                              path + R"(", "line": 1, "key": "net.core.x",
+                         path + R"(", "line": 1, "key": "net.core.x",
                        "sentence": "not in the catalogue; set it in another way"}],
-      "notes": [{"file": ")" + path +
-                              R"(", "line": 2, "key": "net.ipv4.tcp_rmem",
+      "notes": [{"file": ")" +
+                         path +
+                         R"(", "line": 2, "key": "net.ipv4.tcp_rmem",
                  "sentence": "imported without the comment \"# why\"; sysctl passes comments to the kernel, so move it to a separate line"}],
       "not_listed": 0,
       "status": 1})"));
 }
 
 TEST_F(Import, JsonHasAllFieldsIfThereIsNothingToReport) {
-  const json nothing = json::parse(Kaehost({"import", "--json", Settings("# why\n")}).out);
+  const json nothing = Parsed(Kaehost({"import", "--json", Settings("# why\n")}).out);
   EXPECT_EQ(nothing.at("elements"), json::object());
   EXPECT_EQ(nothing.at("not_carried"), json::array());
   EXPECT_EQ(nothing.at("notes"), json::array());
   EXPECT_EQ(nothing.at("defaults").size(), 15U);
-  const json all = json::parse(Kaehost({"import", "--json", Settings(kMost + kThree)}).out);
+  const json all = Parsed(Kaehost({"import", "--json", Settings(kMost + kThree)}).out);
   EXPECT_EQ(all.at("defaults"), json::object());
 }
 
@@ -206,7 +207,7 @@ TEST_F(Import, JsonGoesToStandardOutputIfTheDocumentGoesToAFile) {
   const Outcome run = Kaehost({"import", "--json", "--output", document_, Settings(kMost)});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(Kaehost({"check", "--quiet", document_}).status, 0);
-  EXPECT_THAT(json::parse(run.out)["document"], HasSubstr("<tcp_retries2>1</tcp_retries2>"));
+  EXPECT_THAT(Parsed(run.out)["document"], HasSubstr("<tcp_retries2>1</tcp_retries2>"));
 }
 
 TEST_F(Import, JsonShowsWhyThereIsNoDocument) {
@@ -214,7 +215,7 @@ TEST_F(Import, JsonShowsWhyThereIsNoDocument) {
   const Outcome run = Kaehost({"import", "--json", missing});
   EXPECT_EQ(run.status, 2);
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(json::parse(run.out),
+  EXPECT_EQ(Parsed(run.out),
             json({{"error", missing + ": cannot read: No such file or directory"}, {"status", 2}}));
 }
 

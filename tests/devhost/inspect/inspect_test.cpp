@@ -8,12 +8,12 @@
 #include <cstddef>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "devhost/kaehost/kernel/catalogue.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -94,7 +94,7 @@ TEST(Inspect, TellsWhatThePlugInIsNeedsAndOffers) {
 }
 
 TEST(Inspect, JsonTellsTheSame) {
-  const json told = json::parse(Kaehost({"inspect", "--json"}).out);
+  const json told = Parsed(Kaehost({"inspect", "--json"}).out);
   EXPECT_THAT(told["plugin"].get<std::string>(), HasSubstr("libkaetcp.so"));
   EXPECT_EQ(told["name"], "TCP");
   EXPECT_EQ(told["version"], "001.000");
@@ -125,7 +125,7 @@ TEST(Inspect, JsonTellsWhyAPlugInIsRefused) {
   const Outcome run = Kaehost({"inspect", "--json", TestPlugin("init_false")});
   EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.err, "");
-  EXPECT_EQ(json::parse(run.out),
+  EXPECT_EQ(Parsed(run.out),
             json({{"error", TestPlugin("init_false") +
                                 ": the plug-in is not ready: its InitPlugin returned false"},
                   {"plugin", TestPlugin("init_false")},
@@ -141,7 +141,7 @@ TEST(Inspect, JsonAndQuietExcludeEachOther) {
 }
 
 TEST(Inspect, TellsWhatAnotherPlugInLacks) {
-  const json told = json::parse(Kaehost({"inspect", "--json", TestPlugin("working")}).out);
+  const json told = Parsed(Kaehost({"inspect", "--json", TestPlugin("working")}).out);
   EXPECT_EQ(told["name"], "test plug-in");
   EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "ReleaseCB"));
   const auto exports = told["exports"].get<std::vector<std::string>>();
@@ -149,7 +149,7 @@ TEST(Inspect, TellsWhatAnotherPlugInLacks) {
   EXPECT_THAT(exports, Contains("_ZTV12WorkingLayer"));
   EXPECT_TRUE(std::is_sorted(exports.begin(), exports.end()));
   EXPECT_EQ(told["run_path"], "/nowhere/lib");
-  EXPECT_EQ(json::parse(Kaehost({"inspect", "--json", TestPlugin("silent")}).out)["run_path"],
+  EXPECT_EQ(Parsed(Kaehost({"inspect", "--json", TestPlugin("silent")}).out)["run_path"],
             "/nowhere/old")
       << "a DT_RPATH, not a DT_RUNPATH";
   EXPECT_EQ(told["vocabulary"].size(), 0U);
@@ -157,7 +157,7 @@ TEST(Inspect, TellsWhatAnotherPlugInLacks) {
 }
 
 TEST(Inspect, ShowsWhichCallbacksALayerOffers) {
-  const json told = json::parse(Kaehost({"inspect", "--json", TestPlugin("starts")}).out);
+  const json told = Parsed(Kaehost({"inspect", "--json", TestPlugin("starts")}).out);
   EXPECT_THAT(told["callbacks"], ElementsAre("ConfigureCB", "StartCB", "ReleaseCB"));
 }
 
@@ -259,7 +259,7 @@ TEST(Inspect, TellsOfNamesThatCannotBeRead) {
   const TempFolder folder;
   const std::string odd =
       folder.Write("odd.so", WithSections(TestPlugin("working"), MisplaceNames));
-  const json told = json::parse(Kaehost({"inspect", "--json", odd}).out);
+  const json told = Parsed(Kaehost({"inspect", "--json", odd}).out);
   EXPECT_THAT(told["exports"], Contains("(unreadable)"));
   EXPECT_THAT(told["needs"], Contains("(unreadable)"));
 }
@@ -289,7 +289,7 @@ TEST(Inspect, JsonTellsThatThereIsNoPrivateNamespace) {
   const Outcome run = Kaehost({"inspect", "--json", "x.so"}, ForbidNamespacesToRoot);
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.err, "");
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   EXPECT_THAT(told["error"].get<std::string>(),
               HasSubstr("cannot create a private network namespace: "));
   EXPECT_EQ(told["plugin"], "x.so");

@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <fstream>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -39,7 +39,7 @@ class List : public testing::Test {
   static json Listed(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"list", "--json"};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    return json::parse(Kaehost(all).out)["elements"];
+    return Parsed(Kaehost(all).out)["elements"];
   }
 
   static auto Lines(const std::string& text) { return std::count(text.begin(), text.end(), '\n'); }
@@ -112,7 +112,7 @@ TEST_F(List, ShowsOnlyWhatIsMissing) {
 }
 
 TEST_F(List, JsonHasAllOfAnElement) {
-  EXPECT_EQ(Listed({"tcp_rmem_default", "tcp_bic"}), json::parse(R"([
+  EXPECT_EQ(Listed({"tcp_rmem_default", "tcp_bic"}), Parsed(R"([
       {"element": "tcp_bic", "file": "ipv4/tcp_bic", "position": 0, "now": null, "unread": null,
        "default": "1", "imposed": false, "namespace": "-", "since": "2.4.27/2.6.6",
        "until": "2.6.13", "use": "1 selects BIC congestion control"},
@@ -130,7 +130,7 @@ TEST_F(List, SuggestsTheElementThatWasMeant) {
             "kaehost: x<U+001B>: unknown element; 'kaehost list' shows all elements\n");
   const Outcome in_json = Kaehost({"list", "--json", "tcp_sak"});
   EXPECT_EQ(in_json.status, 2);
-  EXPECT_EQ(json::parse(in_json.out), json::parse(R"({
+  EXPECT_EQ(Parsed(in_json.out), Parsed(R"({
       "error": "tcp_sak: unknown element; did you mean tcp_sack?", "status": 2})"));
 }
 
@@ -141,7 +141,7 @@ TEST_F(List, DocumentChangesNothing) {
   const TempFolder folder;
   const std::string document = folder.Write("now.xml", list.out);
   EXPECT_EQ(Kaehost({"check", "--quiet", document}).out, "");
-  const json request = json::parse(Kaehost({"apply", "--json", document}).out)["requests"][0];
+  const json request = Parsed(Kaehost({"apply", "--json", document}).out)["requests"][0];
   EXPECT_EQ(request["reply"], "success");
   EXPECT_EQ(request["counts"], json({{"unchanged", Lines(list.out) - 2}}));
   EXPECT_GT(Lines(list.out), 30);
@@ -168,7 +168,7 @@ TEST_F(List, TellsWhatCannotBeRead) {
   const Outcome missing = Kaehost({"list", "--missing"}, MakeATunableWriteOnly);
   EXPECT_EQ(missing.status, 0);
   EXPECT_THAT(missing.out, Not(HasSubstr("tcp_fack")));
-  const json in_json = json::parse(Kaehost({"list", "--json"}, MakeATunableWriteOnly).out);
+  const json in_json = Parsed(Kaehost({"list", "--json"}, MakeATunableWriteOnly).out);
   EXPECT_EQ(in_json["status"], 1);
   EXPECT_NE(in_json["elements"][10]["unread"], nullptr) << in_json["elements"][10];
 }

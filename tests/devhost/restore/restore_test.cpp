@@ -10,11 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "devhost/kaehost/kernel/journal_folder.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 
@@ -343,11 +343,11 @@ TEST_F(Restore, NeedsANameAndOneNamespace) {
 }
 
 TEST_F(Restore, ShowsAllAsJson) {
-  EXPECT_EQ(json::parse(Kaehost({"restore", "--json"}).out),
-            json::parse(R"({"error": null, "journals": [], "restored": null, "not_restored": [],
+  EXPECT_EQ(Parsed(Kaehost({"restore", "--json"}).out),
+            Parsed(R"({"error": null, "journals": [], "restored": null, "not_restored": [],
                             "status": 0})"));
   LeaveJournal();
-  json told = json::parse(Kaehost({"restore", "--json"}).out);
+  json told = Parsed(Kaehost({"restore", "--json"}).out);
   EXPECT_EQ(told["status"], 1);
   EXPECT_EQ(told["restored"], nullptr);
   json journal = told["journals"][0];
@@ -356,7 +356,7 @@ TEST_F(Restore, ShowsAllAsJson) {
   journal.erase("age_s");
   journal.erase("started");
   const json differs =
-      json::parse(R"([{"tunable": "ipv4/tcp_fin_timeout", "before": "37", "now": "20"}])");
+      Parsed(R"([{"tunable": "ipv4/tcp_fin_timeout", "before": "37", "now": "20"}])");
   EXPECT_EQ(journal, json({{"file", file_},
                            {"state", "left"},
                            {"sentence", nullptr},
@@ -365,11 +365,11 @@ TEST_F(Restore, ShowsAllAsJson) {
                            {"differs", differs}}));
   const Outcome failed =
       Kaehost({"restore", "--live", "--json"}, [] { MountReadOnly(kFinTimeout); });
-  told = json::parse(failed.out);
+  told = Parsed(failed.out);
   EXPECT_EQ(told["restored"], false);
   EXPECT_EQ(told["not_restored"], differs);
   EXPECT_EQ(told["status"], failed.status);
-  told = json::parse(Kaehost({"restore", "--live", "--json"}).out);
+  told = Parsed(Kaehost({"restore", "--live", "--json"}).out);
   EXPECT_EQ(told["restored"], true);
   EXPECT_EQ(told["journals"][0]["differs"], differs);
   EXPECT_EQ(told["not_restored"], json::array());
@@ -379,15 +379,15 @@ TEST_F(Restore, ShowsAllAsJson) {
 TEST_F(Restore, ShowsJournalsThatCannotBeUsedAsJson) {
   {
     const JournalFile journal = BeginJournal("--live", {});
-    const json told = json::parse(Kaehost({"restore", "--json"}).out)["journals"][0];
+    const json told = Parsed(Kaehost({"restore", "--json"}).out)["journals"][0];
     EXPECT_EQ(told["state"], "in use");
     EXPECT_THAT(told["sentence"], HasSubstr(": in use since "));
     EXPECT_EQ(told["process"], nullptr);
     EXPECT_EQ(told["option"], nullptr);
     const Outcome run = Kaehost({"restore", "--live", "--json"});
     EXPECT_EQ(run.status, 77);
-    EXPECT_EQ(json::parse(run.out), json({{"error", told["sentence"]}, {"status", 77}}));
+    EXPECT_EQ(Parsed(run.out), json({{"error", told["sentence"]}, {"status", 77}}));
   }
   std::ofstream(file_) << "x";
-  EXPECT_EQ(json::parse(Kaehost({"restore", "--json"}).out)["journals"][0]["state"], "refused");
+  EXPECT_EQ(Parsed(Kaehost({"restore", "--json"}).out)["journals"][0]["state"], "refused");
 }

@@ -4,13 +4,13 @@
 
 #include <cstdlib>
 #include <map>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "tests/devhost/support/effort.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 
 using nlohmann::json;
@@ -168,7 +168,7 @@ TEST_P(BrokenPluginOf, IsRefusedByTheTestThatIsMeantForIt) {
   const Outcome run = Validate(row, options);
   EXPECT_EQ(run.status, row.status) << run.err;
   const std::map<std::string, std::string> expected = {{row.test, row.result}};
-  EXPECT_EQ(BadOnes(json::parse(run.out)), expected) << run.out;
+  EXPECT_EQ(BadOnes(Parsed(run.out)), expected) << run.out;
 }
 
 // The proof of the table: there is no test that accepts everything.

@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "devhost/libe/document.h"
+#include "tests/devhost/support/json.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -61,7 +61,7 @@ TEST_F(Validate, FindsNothingWrongWithThePlugin) {
   const Outcome run = Kaehost({"validate", "--json"});
   EXPECT_EQ(run.status, 0) << run.out;
   EXPECT_EQ(run.err, "");
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   EXPECT_EQ(told["name"], "TCP");
   EXPECT_EQ(told["version"], "001.000");
   EXPECT_EQ(told["status"], 0);
@@ -124,7 +124,7 @@ TEST_F(Validate, TellsThatAPluginEndedTheProcessThoughWithoutAnError) {
   const Outcome run =
       Kaehost({"validate", "--json", "--include=^makes-a-layer$", TestPlugin("exits_when_asked")});
   EXPECT_EQ(run.status, 3);
-  const json test = json::parse(run.out)["tests"][0];
+  const json test = Parsed(run.out)["tests"][0];
   EXPECT_EQ(test["result"], "crashed");
   EXPECT_EQ(test["end"], "ended with status 0");
 }
@@ -135,7 +135,7 @@ TEST_F(Validate, TellsThatATestFailedThatOthersNeed) {
       {"validate", "--json", "--include=sets-each-element", TestPlugin("tcp"), "--timeout", "2"},
       [] { Break("replies-once: hangs"); });
   EXPECT_EQ(run.status, 1);
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   ASSERT_EQ(told["tests"].size(), 2U);
   EXPECT_EQ(told["tests"][0]["test"], "replies-once");
   EXPECT_EQ(told["tests"][0]["result"], "timed out");
@@ -264,7 +264,7 @@ TEST_F(Validate, RepeatsARunByItsSeed) {
   const auto seed_of = [](const std::vector<std::string>& options) {
     std::vector<std::string> arguments = {"validate", "--json", "--include=has-no-run-path"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    return json::parse(Kaehost(arguments).out)["seed"].get<unsigned>();
+    return Parsed(Kaehost(arguments).out)["seed"].get<unsigned>();
   };
   EXPECT_EQ(seed_of({"--seed=7"}), 7U);
   EXPECT_NE(seed_of({}), seed_of({}));
@@ -304,7 +304,7 @@ TEST_F(Validate, PrintsItsResultsWithoutTheReportToo) {
       {"validate", "--json", "--include=loads", "--junit", report, folder_.Path("nowhere.so")});
   EXPECT_EQ(run.status, 3);
   EXPECT_EQ(run.err, "kaehost: " + report + ": cannot write: No such file or directory\n");
-  const json told = json::parse(run.out);
+  const json told = Parsed(run.out);
   EXPECT_EQ(told["status"], 3);
   EXPECT_EQ(told["tests"][0]["result"], "failed");
 }

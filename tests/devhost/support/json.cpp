@@ -1,0 +1,3 @@
+#include "tests/devhost/support/json.h"
+
+nlohmann::json Parsed(const std::string& text) { return nlohmann::json::parse(text); }
