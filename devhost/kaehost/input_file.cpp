@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include "devhost/kaehost/kernel/file_descriptor.h"
 #include "devhost/libe/document.h"
@@ -15,6 +16,7 @@ namespace devhost {
 namespace {
 
 constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+constexpr std::string_view kMark = "\xef\xbb\xbf";
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& sentence) {
   throw std::runtime_error(InputName(path) + ": " + sentence);
@@ -40,7 +42,7 @@ std::string ReadInputFile(const std::string& path, const std::string& if_longer)
   if (text.size() > kMaxBytes) {
     Refuse(path, "longer than 1 MiB; " + if_longer);
   }
-  return text;
+  return text.starts_with(kMark) ? text.substr(kMark.size()) : text;
 }
 
 }  // namespace devhost

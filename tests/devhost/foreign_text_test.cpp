@@ -52,7 +52,8 @@ TEST_F(ForeignText, OfFileNamesIsHarmless) {
   ExpectShown({"apply", odd_});
   ExpectShown({"apply", odd_ + "no"});
   ExpectShown({"apply", document_, "--plugin", odd_});
-  ExpectShown({"apply", document_, "--netns", "/" + kForged});
+  EXPECT_THAT(Kaehost({"apply", document_, "--netns", "/x\x1b[2J"}).err,
+              HasSubstr("/x<U+001B>[2J"));
   ExpectShown({"check", odd_});
   ExpectShown({"check", odd_ + "no"});
   ExpectShown({"import", odd_});

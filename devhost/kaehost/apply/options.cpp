@@ -63,9 +63,13 @@ Exit status:
   signal interrupted the session: 128 plus the number of the signal.)";
 
 std::string AboutName(const std::string& name) {
-  return name.empty() ? "the name is empty; name a network namespace, or leave the option out for "
-                        "a private one"
-                      : "";
+  if (name.empty()) {
+    return "the name is empty; name a network namespace, or leave the option out for a private one";
+  }
+  // A journal has the name in one line.
+  return name.find('\n') != std::string::npos
+             ? "the name has a newline; name the network namespace by another path"
+             : "";
 }
 
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {

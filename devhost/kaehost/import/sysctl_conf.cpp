@@ -74,9 +74,7 @@ std::optional<SysctlLine> Read(const std::string& text, int number) {
 }  // namespace
 
 std::vector<SysctlLine> ReadSysctlConf(const std::string& path) {
-  constexpr std::string_view kMark = "\xef\xbb\xbf";  // some editors begin UTF-8 with it
-  const std::string all = ReadInputFile(path, "import only the lines that you need");
-  std::istringstream stream(all.starts_with(kMark) ? all.substr(kMark.size()) : all);
+  std::istringstream stream(ReadInputFile(path, "import only the lines that you need"));
   std::vector<SysctlLine> lines;
   int number = 0;
   for (std::string text; std::getline(stream, text);) {

@@ -165,6 +165,57 @@ TEST_F(SessionJournal, HasNoEmulatedTunables) {
                     Not(HasSubstr("\nipv4/tcp_bic ")), Not(HasSubstr("\ncore/rmem_max "))));
 }
 
+// Who restores may be in another folder.
+TEST_F(SessionJournal, HasTheWholePathOfANamespace) {
+  const fs::path folder = fs::path(here_).parent_path();
+  const Outcome run = Kaehost({"apply", "--netns", "./net", document_, "--", "cat", file_}, [&] {
+    fs::current_path(folder);
+    LeaveTheNamespace();
+  });
+  EXPECT_THAT(run.out, HasSubstr("\noption --netns " + folder.string() + "/./net\n")) << run.err;
+}
+
+TEST_F(SessionJournal, IsReadAlsoIfTheFolderHasANewline) {
+  const fs::path folder = folder_.Path("two\nlines");
+  fs::create_directory(folder);
+  const Outcome run =
+      Kaehost({"apply", "--netns", "../../.." + here_, document_, "--", "cat", file_}, [&] {
+        fs::current_path(folder);
+        LeaveTheNamespace();
+      });
+  EXPECT_THAT(run.out, HasSubstr("\noption --netns ../../.." + here_ + '\n')) << run.err;
+}
+
+TEST_F(SessionJournal, HasNoNameOfTwoLines) {
+  const Outcome run = Kaehost({"apply", "--netns", "my\nown", document_});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.err, StartsWith("kaehost: --netns: the name has a newline; name the network "
+                                  "namespace by another path\n"));
+}
+
+TEST_F(SessionJournal, HasTheNameOfANamespaceAsItIs) {
+  const std::string named = "/run/netns/blue";
+  fs::create_directories("/run/netns");
+  std::ofstream(named).close();
+  ASSERT_EQ(mount(here_.c_str(), named.c_str(), nullptr, MS_BIND, nullptr), 0);
+  const Outcome run =
+      Kaehost({"apply", "--netns", "blue", document_, "--", "cat", file_}, LeaveTheNamespace);
+  EXPECT_THAT(run.out, HasSubstr("\noption --netns blue\n")) << run.err;
+  umount2(named.c_str(), MNT_DETACH);
+}
+
+TEST_F(SessionJournal, ThatStaysIsRestoredByTheCommandThatIsTold) {
+  const std::string named = folder_.Write("my own", "");
+  ASSERT_EQ(mount(here_.c_str(), named.c_str(), nullptr, MS_BIND, nullptr), 0);
+  const Outcome run = Kaehost({"apply", "--netns", named, "--quiet", document_, "--", "mount",
+                               "--bind", "/proc/version", kFinTimeout},
+                              LeaveTheNamespace);
+  EXPECT_THAT(run.out,
+              EndsWith("run 'kaehost restore --netns " + folder_.Path("my\\ own") + "'\n"));
+  umount2(kFinTimeout, MNT_DETACH);
+  umount2(named.c_str(), MNT_DETACH);
+}
+
 TEST_F(SessionJournal, KeepsASecondSessionOut) {
   const auto before = ReadTunables();
   RunningKaehost first({"apply", "--live", document_});

@@ -327,7 +327,9 @@ TEST_F(SeveralNamespaces, CanBeNamedByAFile) {
   const Outcome run = Kaehost({"apply", "--netns-file", file, "--netns", "red", document_});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("kaehost: in 3 network namespaces;"));
-  const std::string one = folder_.Write("one", "blue");
+  const std::string one = folder_.Write("one",
+                                        "\xef\xbb\xbf"
+                                        "blue");
   EXPECT_EQ(Kaehost({"apply", "--netns-file", one, document_}).out,
             Kaehost({"apply", "--netns", "blue", document_}).out);
 }
