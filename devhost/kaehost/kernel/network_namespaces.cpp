@@ -10,7 +10,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 #include <map>
+#include <system_error>
 #include <utility>
 
 #include "devhost/kaehost/kernel/namespaces.h"
@@ -20,13 +23,20 @@ namespace {
 
 constexpr std::size_t kGroup = 10;
 
+// Those of this process. Its parent can have left many, also as many as it may have.
+rlim_t OpenFiles(const rlimit& limit) {
+  std::error_code full;
+  const std::filesystem::directory_iterator files("/proc/self/fd", full);
+  return full ? limit.rlim_cur : static_cast<rlim_t>(std::distance(begin(files), end(files)));
+}
+
 // Each namespace needs one for itself and one for its journal, each group one for its mounts and
 // two for folders.
 void AllowOpenFiles(std::size_t namespaces) {
-  constexpr std::size_t kOthers = 64;
-  const rlim_t needed = kOthers + 2 * namespaces + 3 * (namespaces / kGroup + 1);
+  constexpr std::size_t kOthers = 48;
   rlimit limit = {};
   getrlimit(RLIMIT_NOFILE, &limit);
+  const rlim_t needed = OpenFiles(limit) + kOthers + 2 * namespaces + 3 * (namespaces / kGroup + 1);
   if (limit.rlim_max < needed) {
     throw NamespaceError(std::to_string(namespaces) + " network namespaces need " +
                          std::to_string(needed) + " open files, but this process can open only " +
