@@ -57,8 +57,8 @@ def budgets(found):
     yield row("A request to each of 1,000 namespaces / to one", 1.3, thousand / one,
               f"{thousand / one:.2f}")
     run = found.namespaces(1000)
-    part = run["kaehost_ms"] / (1000 * run["kaehost_for_one_ms"])
-    yield row("kaehost apply to 1,000 namespaces / 1,000 times to one", 0.4, part, f"{part:.2f}")
+    part = run["kaehost_ms"] / run["shell_ms"]
+    yield row("kaehost apply to 1,000 namespaces / a shell loop of sysctl", 0.8, part, f"{part:.2f}")
     peers = found.one("Peers")
     ratio = peers["kaehost_cpu_us"] / peers["life_cpu_us"]
     yield row("CPU time of kaehost apply / of a layer's life alone", 2, ratio, f"{ratio:.2f}")
