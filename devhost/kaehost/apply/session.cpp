@@ -49,8 +49,8 @@ class Session {
 
  private:
   void LeadTheLayersLives();
-  void MakeLayer(const SessionNamespace& here);
-  std::string InWhich(const SessionNamespace& here) const;
+  void MakeLayers();
+  std::string InWhich(std::size_t number);
   void TellPluginLines(bool in_full);
   void NoteEndOfPlugin(const std::string& during);
   void DeliverAll();
@@ -101,7 +101,7 @@ void Session::LeadTheLayersLives() {
       TellPluginLines(true);
     }
     report_.Tell("plug-in " + result_.plugin);
-    namespaces_->InEach("making the layers", [this](auto& here, auto) { MakeLayer(here); });
+    MakeLayers();
   } catch (...) {
     TellPluginLines(true);
     layers_.reset();
@@ -120,15 +120,20 @@ void Session::LeadTheLayersLives() {
   Release();
 }
 
-void Session::MakeLayer(const SessionNamespace& here) try {
-  layers_->MakeLayer();
-} catch (const PluginError& error) {
-  throw PluginError(error.what() + InWhich(here));
+void Session::MakeLayers() {
+  layers_->BeginMaking();
+  namespaces_->ForEach("making the layers", [this](std::size_t number) {
+    try {
+      layers_->AwaitLayer();
+    } catch (const PluginError& error) {
+      throw PluginError(error.what() + InWhich(number));
+    }
+  });
 }
 
 // The end of a sentence.
-std::string Session::InWhich(const SessionNamespace& here) const {
-  return namespaces_->count() > 1 ? ", in " + here.where() : "";
+std::string Session::InWhich(std::size_t number) {
+  return namespaces_->count() > 1 ? ", in " + (*namespaces_)[number].where() : "";
 }
 
 // In several namespaces they would be too many.
@@ -155,19 +160,27 @@ void Session::DeliverAll() {
   }
 }
 
+// While the kernel's values are read in one namespace, the layer of the next one works.
 void Session::Deliver(std::size_t document) {
   const std::string& name = options_.documents[document];
   const std::string request = "request " + std::to_string(document + 1) + " of " +
                               std::to_string(documents_.size()) + ": " + InputName(name);
   const Asked asked = WhatIsAsked(documents_[document].contents());
   report_.TellNext("request: " + InputName(name));
-  namespaces_->InEach(request, [&](SessionNamespace& here, std::size_t number) {
-    if (number > 0 && (interruption_.Came() || result_.plugin_ended)) {
+  layers_->BeginRequest(0, document);
+  bool has_begun = true;
+  namespaces_->ForEach(request, [&](std::size_t number) {
+    if (!has_begun) {
       return;
     }
-    LayerReply reply = layers_->Configure(number, document).value_or(LayerReply());
-    NoteEndOfPlugin(request + InWhich(here));
-    here.AddRequest(name, asked, std::move(reply));
+    std::optional<LayerReply> reply = layers_->AwaitReply();
+    has_begun = reply && number + 1 < namespaces_->count() && !interruption_.Came();
+    if (has_begun) {
+      layers_->BeginRequest(number + 1, document);
+    } else {
+      NoteEndOfPlugin(request + InWhich(number));
+    }
+    namespaces_->MoveTo(number).AddRequest(name, asked, std::move(reply).value_or(LayerReply()));
   });
   TellPluginLines(!result_.has_succeeded(document));
   report_.TellResult(result_, document);
@@ -213,8 +226,7 @@ void Session::BringLoopbackUpIfPrivate() const {
 // In a private namespace nobody else is, unless a command runs there or the settings are held.
 void Session::TellWhatOthersChanged() {
   if (!options_.target.IsPrivate() || options_.HasOthersInside()) {
-    namespaces_->InEach("comparing",
-                        [](SessionNamespace& here, auto) { here.FindOthersChanges(); });
+    namespaces_->InEach("comparing", [](SessionNamespace& here) { here.FindOthersChanges(); });
     report_.TellWhatOthersChanged(result_);
   }
 }
@@ -236,7 +248,7 @@ void Session::Release() {
 }
 
 void Session::RestoreTheRest() {
-  namespaces_->InEach("comparing", [](SessionNamespace& here, auto) { here.RestoreTheRest(); });
+  namespaces_->InEach("comparing", [](SessionNamespace& here) { here.RestoreTheRest(); });
 }
 
 }  // namespace

@@ -80,15 +80,20 @@ void SessionNamespaces::Abandon() {
   }
 }
 
-void SessionNamespaces::InEach(const std::string& step, const Act& act) {
+SessionNamespace& SessionNamespaces::MoveTo(std::size_t number) {
+  if (networks_) {
+    networks_->Enter(number);
+  }
+  return namespaces_[number];
+}
+
+void SessionNamespaces::ForEach(const std::string& step,
+                                const std::function<void(std::size_t number)>& act) const {
   std::exception_ptr thrown;
   Progress progress(step, shows_progress_ ? count() : 0);
   for (std::size_t i = 0; i < count(); ++i) {
     try {
-      if (networks_) {
-        networks_->Enter(i);
-      }
-      act(namespaces_[i], i);
+      act(i);
     } catch (...) {
       thrown = thrown ? thrown : std::current_exception();
     }
@@ -99,6 +104,11 @@ void SessionNamespaces::InEach(const std::string& step, const Act& act) {
   }
 }
 
+void SessionNamespaces::InEach(const std::string& step,
+                               const std::function<void(SessionNamespace& here)>& act) {
+  ForEach(step, [&](std::size_t number) { act(MoveTo(number)); });
+}
+
 LayerPlaces SessionNamespaces::places() {
   if (!networks_) {
     return {};
@@ -107,7 +117,7 @@ LayerPlaces SessionNamespaces::places() {
 }
 
 void SessionNamespaces::EndJournals(const std::function<void(const std::string& sentence)>& tell) {
-  InEach("deleting the journals", [&tell](SessionNamespace& here, std::size_t /*number*/) {
+  InEach("deleting the journals", [&tell](SessionNamespace& here) {
     if (const std::optional<std::string> sentence = here.EndJournal()) {
       tell(*sentence);
     }

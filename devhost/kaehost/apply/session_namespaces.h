@@ -29,10 +29,15 @@ class SessionNamespaces {
   std::size_t count() const { return namespaces_.size(); }
   SessionNamespace& operator[](std::size_t number) { return namespaces_[number]; }
 
-  // Calls `act` in each. What it throws in one is thrown after all others. `step` is a word on it,
-  // for a terminal.
-  using Act = std::function<void(SessionNamespace& here, std::size_t number)>;
-  void InEach(const std::string& step, const Act& act);
+  // Moves this process there. Throws NamespaceError.
+  SessionNamespace& MoveTo(std::size_t number);
+
+  // Calls `act` for each. What it throws for one is thrown after all others. `step` is a word on
+  // it, for a terminal.
+  void ForEach(const std::string& step, const std::function<void(std::size_t number)>& act) const;
+
+  // Calls `act` in each, in the same way.
+  void InEach(const std::string& step, const std::function<void(SessionNamespace& here)>& act);
 
   // The same namespaces for the layers' process.
   LayerPlaces places();

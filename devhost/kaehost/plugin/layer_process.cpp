@@ -51,7 +51,7 @@ void EnterOrEnd(const LayerPlaces& places, std::size_t place) {
   }
 }
 
-// The first orders make the layers. Each of the others delivers a document to one of them.
+// The first order makes the layers. Each of the others delivers a document to one of them.
 void LeadLives(const Plugin& plugin, const std::vector<Document>& documents,
                const LayerPlaces& places, const Worker::Orders& orders) {
   std::string name = plugin.name();
@@ -60,17 +60,18 @@ void LeadLives(const Plugin& plugin, const std::vector<Document>& documents,
       {"plugin", name}
   });
   std::vector<Layer> layers;
-  while (const std::optional<int> order = orders.Next()) {
-    const auto number = static_cast<std::size_t>(*order);
-    if (layers.size() < places.count) {
-      EnterOrEnd(places, layers.size());
+  if (orders.Next()) {
+    for (std::size_t place = 0; place < places.count; ++place) {
+      EnterOrEnd(places, place);
       layers.push_back(plugin.NewLayer());
       orders.Answer(Json::object());
-    } else {
-      const std::size_t place = number / documents.size();
-      EnterOrEnd(places, place);
-      orders.Answer(Configured(layers[place], documents[number % documents.size()]));
     }
+  }
+  while (const std::optional<int> order = orders.Next()) {
+    const auto number = static_cast<std::size_t>(*order);
+    const std::size_t place = number / documents.size();
+    EnterOrEnd(places, place);
+    orders.Answer(Configured(layers[place], documents[number % documents.size()]));
   }
   for (std::size_t place = 0; place < layers.size(); ++place) {
     EnterOrEnd(places, place);
@@ -144,13 +145,15 @@ std::string LayerProcess::AwaitPlugin() {
   return AnswerOfLoading([](const Json& answer) { return answer.at("plugin").get<std::string>(); });
 }
 
-void LayerProcess::MakeLayer() {
-  worker_.Order(0);
+void LayerProcess::AwaitLayer() {
   AnswerOfLoading([](const Json& answer) { return answer.is_object(); });
 }
 
-std::optional<LayerReply> LayerProcess::Configure(std::size_t place, std::size_t document) {
+void LayerProcess::BeginRequest(std::size_t place, std::size_t document) const {
   worker_.Order(static_cast<int>(place * document_count_ + document));
+}
+
+std::optional<LayerReply> LayerProcess::AwaitReply() {
   return Answer([](const Json& answer) {
     return LayerReply{answer.at("reply").get<Reply>(), answer.at("error").get<std::string>(),
                       answer.at("detail").get<std::string>(),

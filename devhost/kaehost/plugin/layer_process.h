@@ -46,11 +46,18 @@ class LayerProcess {
   // Waits until the plug-in is loaded. Returns its name and version. Throws PluginError.
   std::string AwaitPlugin();
 
-  // Lets the plug-in make the layer of the next place. Throws PluginError.
-  void MakeLayer();
+  // Begins to make all layers.
+  void BeginMaking() const { worker_.Order(0); }
 
-  // Delivers a document to a layer, after all are made. Returns none if the process ended instead.
-  std::optional<LayerReply> Configure(std::size_t place, std::size_t document);
+  // Waits until the next layer is made, in the order of the places. Throws PluginError.
+  void AwaitLayer();
+
+  // Begins to deliver a document to a layer, after all are made.
+  void BeginRequest(std::size_t place, std::size_t document) const;
+
+  // Waits for the reply to the next request that was begun. Returns none if the process ended
+  // instead.
+  std::optional<LayerReply> AwaitReply();
 
   // Begins to release all layers.
   void BeginRelease() const { worker_.EndOrders(); }
