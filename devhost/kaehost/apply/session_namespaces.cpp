@@ -65,7 +65,6 @@ void SessionNamespaces::BeginInSeveral(const Report& report) {
     Abandon();
     throw;
   }
-  progress.Clear();
   for (const std::string& line :
        Description(options_.target, {emulated.begin(), emulated.end()}, {})) {
     report.Tell(line);

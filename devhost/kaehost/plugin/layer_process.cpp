@@ -46,6 +46,8 @@ void EnterOrEnd(const LayerPlaces& places, std::size_t place) {
   try {
     places.enter(place);
   } catch (const std::exception& error) {
+    // The other process may show a passing line.
+    Errors() << (isatty(STDERR_FILENO) == 1 ? kClearLine : "");
     TellError(error.what());
     _exit(EXIT_FAILURE);
   }

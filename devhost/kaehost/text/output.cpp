@@ -73,6 +73,13 @@ bool WriteAll(int descriptor, const char* data, std::size_t size) {
   return true;
 }
 
+bool Write(int descriptor, std::string_view text) {
+  const std::optional<Ticks> ticks = given_up ? std::optional<Ticks>(std::in_place) : std::nullopt;
+  return WriteAll(descriptor, text.data(), text.size());
+}
+
+bool has_passing_line = false;
+
 class StandardStream : public std::streambuf {
  public:
   explicit StandardStream(int descriptor) : descriptor_(descriptor) { Empty(); }
@@ -89,10 +96,11 @@ class StandardStream : public std::streambuf {
   }
 
   int sync() override {
-    const auto size = static_cast<std::size_t>(pptr() - pbase());
-    const std::optional<Ticks> ticks =
-        given_up ? std::optional<Ticks>(std::in_place) : std::nullopt;
-    const bool is_written = WriteAll(descriptor_, pbase(), size);
+    const std::string_view text(pbase(), static_cast<std::size_t>(pptr() - pbase()));
+    if (!text.empty()) {
+      DeletePassingLine();
+    }
+    const bool is_written = Write(descriptor_, text);
     Empty();
     return is_written ? 0 : -1;
   }
@@ -120,6 +128,24 @@ std::ostream& Errors() {
 
 void TellError(std::string_view sentence) {
   Errors() << "kaehost: " + Visible(sentence) + '\n' << std::flush;
+}
+
+void ShowPassingLine(std::string_view line) {
+  // In between, what is longer than the terminal is wide does not begin another line, which would
+  // stay.
+  constexpr const char* kCutLine = "\x1b[?7l";
+  constexpr const char* kWrapLine = "\x1b[?7h";
+  if (isatty(STDERR_FILENO) == 1) {
+    has_passing_line = false;  // it is replaced
+    Errors() << kClearLine + (kCutLine + Visible(line)) + kWrapLine << std::flush;
+    has_passing_line = Errors().good();
+  }
+}
+
+void DeletePassingLine() {
+  if (std::exchange(has_passing_line, false)) {
+    Write(STDERR_FILENO, kClearLine);
+  }
 }
 
 bool IsTerminal() {

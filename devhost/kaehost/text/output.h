@@ -16,6 +16,16 @@ std::ostream& Errors();
 // Prints "kaehost: " and the sentence as one line on standard error.
 void TellError(std::string_view sentence);
 
+// Deletes the line of a terminal in which the cursor is.
+constexpr const char* kClearLine = "\r\x1b[K";
+
+// Shows a line on standard error, if that is a terminal, for as long as this process prints nothing
+// else on either stream.
+void ShowPassingLine(std::string_view line);
+
+// Deletes this line, if it is still shown.
+void DeletePassingLine();
+
 // Returns whether standard output is a terminal.
 bool IsTerminal();
 

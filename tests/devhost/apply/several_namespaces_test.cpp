@@ -1,7 +1,6 @@
 // kaehost apply in several network namespaces at a time.
 
 #include <gmock/gmock.h>
-#include <pty.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
@@ -27,6 +26,7 @@
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/devhost/support/terminal.h"
 
 namespace fs = std::filesystem;
 
@@ -39,6 +39,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -447,20 +448,28 @@ TEST_F(SeveralNamespaces, ShowTheProgressOnATerminalOnly) {
   setenv("MISBEHAVES", "do_Configure change late", 1);
   const std::vector<std::string> session =
       Session({document_, "--plugin", TestPlugin("misbehaves")});
-  int terminal = -1;
-  int standard_error = -1;
-  ASSERT_EQ(openpty(&terminal, &standard_error, nullptr, nullptr, nullptr), 0);
-  const Outcome run = Kaehost(session, [standard_error] { dup2(standard_error, STDERR_FILENO); });
-  close(standard_error);
-  std::string shown(4096, '\0');
-  shown.resize(
-      static_cast<std::size_t>(std::max(ssize_t{0}, read(terminal, shown.data(), shown.size()))));
-  close(terminal);
-  EXPECT_THAT(shown, AllOf(HasSubstr("\r\x1b[K\x1b[?7l[######              ] 1/3 request 1 of 1: " +
-                                     document_ + "\x1b[?7h"),
-                           EndsWith("\r\x1b[K")))
+  Terminal terminal;
+  Kaehost(session, [&] { terminal.TakeErrors(); });
+  EXPECT_THAT(terminal.Shown(),
+              AllOf(HasSubstr("\r\x1b[K\x1b[?7l[######              ] 1/3 request 1 of 1: " +
+                              document_ + "\x1b[?7h"),
+                    EndsWith("\r\x1b[K")))
       << "a long line is cut";
   EXPECT_EQ(Kaehost(session).err, "");
+}
+
+TEST_F(SeveralNamespaces, ShowNoMessageBesideTheProgress) {
+  setenv("MISBEHAVES", "do_Configure close the namespaces late", 1);
+  const std::vector<std::string> session =
+      Session({document_, "--plugin", TestPlugin("misbehaves")});
+  const std::string message = "kaehost: cannot enter the network namespace /run/netns/red: ";
+  Terminal terminal;
+  const Outcome run = Kaehost(session, [&] { terminal.TakeErrors(); });
+  EXPECT_THAT(run.out, ContainsRegex("the plug-in's process ended with status 1 during request 1 "
+                                     "of 1: .*, in red; kaehost restored "));
+  EXPECT_THAT(terminal.Shown(),
+              AllOf(HasSubstr("/3 request 1 of 1: "), HasSubstr("\r\x1b[K" + message)));
+  EXPECT_THAT(Kaehost(session).err, StartsWith(message));
 }
 
 TEST(SharedResults, NameThreeNamespacesOrAll) {

@@ -72,6 +72,17 @@ void ForSockets(Deed deed) {
   }
 }
 
+void CloseNamespaces() {
+  struct stat one = {};
+  stat("/proc/self/ns/net", &one);
+  for (int descriptor = 0; descriptor < 100; ++descriptor) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) == 0 && status.st_dev == one.st_dev) {
+      close(descriptor);
+    }
+  }
+}
+
 void Do(const std::string& deed) {
   if (deed == "crash") {
     std::signal(SIGSEGV, SIG_DFL);  // also if a sanitizer handles it
@@ -140,6 +151,12 @@ void Do(const std::string& deed) {
   } else if (deed == "change late") {
     usleep(300'000);
     WriteTunable("ipv4/tcp_sack", "0");
+  } else if (deed == "close the namespaces late") {
+    static int count = 0;
+    usleep(150'000);
+    if (++count == 2) {
+      CloseNamespaces();
+    }
   } else if (deed == "fork") {
     if (fork() == 0) {
       prctl(PR_SET_PDEATHSIG, 0);

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+// A terminal for what a process prints.
+class Terminal {
+ public:
+  Terminal();
+  ~Terminal();
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  // Makes it the standard error of this process.
+  void TakeErrors() const;
+
+  // Returns what was printed there. Once only.
+  std::string Shown();
+
+ private:
+  int end_ = -1;
+  int descriptor_ = -1;
+};
