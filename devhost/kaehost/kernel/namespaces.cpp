@@ -21,9 +21,43 @@ namespace {
 [[noreturn]] void Refuse(const std::string& why) {
   throw NamespaceError(
       "cannot create a private network namespace: " + why +
-      "; run as root, or enable user namespaces (sysctl user.max_user_namespaces, "
-      "user.max_net_namespaces and user.max_mnt_namespaces above 0 and, if they exist, "
+      "; run as root, or enable user namespaces (if they exist, sysctl "
       "kernel.unprivileged_userns_clone=1 and kernel.apparmor_restrict_unprivileged_userns=0)");
+}
+
+// A kind of namespace, and the file that says how many of it a user may have.
+struct Kind {
+  int flag;
+  const char* name;
+  const char* limit;
+  const char* other_way;
+};
+
+constexpr const char* kEndSome = "end processes that have such namespaces";
+constexpr Kind kUser = {CLONE_NEWUSER, "user", "/proc/sys/user/max_user_namespaces", "run as root"};
+constexpr Kind kNetwork = {CLONE_NEWNET, "private network", "/proc/sys/user/max_net_namespaces",
+                           kEndSome};
+constexpr Kind kMounts = {CLONE_NEWNS, "mount", "/proc/sys/user/max_mnt_namespaces", kEndSome};
+
+// The kernel's own words would be "No space left on device".
+void RefuseAtLimit(const Kind& kind) {
+  if (unshare(kind.flag) != 0 && errno == ENOSPC) {
+    throw NamespaceError(std::string("cannot create a ") + kind.name +
+                         " namespace: there are as many as the kernel allows; raise " + kind.limit +
+                         " (on the machine too, if this is a container), or " + kind.other_way);
+  }
+}
+
+// After both ways have failed. Only one namespace after the other shows which of them is one too
+// many.
+[[noreturn]] void RefusePrivateNamespace(int with_user_namespace, int without) {
+  if (without != ENOSPC) {
+    RefuseAtLimit(kUser);
+  }
+  RefuseAtLimit(kNetwork);
+  RefuseAtLimit(kMounts);
+  Refuse(std::string("unshare: ") + std::strerror(with_user_namespace) +
+         "; without a user namespace: " + std::strerror(without));
 }
 
 void WriteProcFile(const std::string& path, const std::string& text) {
@@ -100,10 +134,9 @@ void EnterPrivateNamespace() {
     WriteProcFile("/proc/self/uid_map", "0 " + uid + " 1");
     WriteProcFile("/proc/self/gid_map", "0 " + gid + " 1");
   } else {
-    const std::string with_user_namespace = std::strerror(errno);
+    const int with_user_namespace = errno;
     if (unshare(CLONE_NEWNET | CLONE_NEWNS) != 0) {
-      Refuse("unshare: " + with_user_namespace +
-             "; without a user namespace: " + std::strerror(errno));
+      RefusePrivateNamespace(with_user_namespace, errno);
     }
   }
   MakeMountsPrivate();
@@ -136,7 +169,10 @@ void EnterNetworkNamespace(const std::string& name) {
 
 void TakeMountsApart() {
   if (unshare(CLONE_NEWNS) != 0) {
-    Refuse(std::string("mount namespace: ") + std::strerror(errno));
+    const int error = errno;
+    RefuseAtLimit(kMounts);
+    throw NamespaceError(std::string("cannot create a mount namespace: ") + std::strerror(error) +
+                         "; run as root");
   }
   MakeMountsPrivate();
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/net.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -16,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/devhost/support/named_networks.h"
+#include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 
@@ -43,10 +46,33 @@ std::vector<std::string> TunablesHere() {
 // What is said when no namespace is to be had, for the reason `why`.
 std::string NoNamespace(const std::string& why) {
   return "kaehost: cannot create a private network namespace: " + why +
-         "; run as root, or enable user namespaces (sysctl user.max_user_namespaces, "
-         "user.max_net_namespaces and user.max_mnt_namespaces above 0 and, if they exist, "
+         "; run as root, or enable user namespaces (if they exist, sysctl "
          "kernel.unprivileged_userns_clone=1 and kernel.apparmor_restrict_unprivileged_userns=0)\n";
 }
+
+// What is said when a user has as many namespaces of a kind as the kernel allows.
+std::string AtLimit(const std::string& kind, const std::string& file,
+                    const std::string& other_way) {
+  return "kaehost: cannot create a " + kind +
+         " namespace: there are as many as the kernel allows; raise /proc/sys/user/max_" + file +
+         "_namespaces (on the machine too, if this is a container), or " + other_way + '\n';
+}
+
+// In the test's own user namespace, during the lifetime of this object.
+class NoMountNamespaces {
+ public:
+  NoMountNamespaces() {
+    std::getline(std::ifstream(kLimit), before_);
+    std::ofstream(kLimit) << 0;
+  }
+  ~NoMountNamespaces() { std::ofstream(kLimit) << before_; }
+  NoMountNamespaces(const NoMountNamespaces&) = delete;
+  NoMountNamespaces& operator=(const NoMountNamespaces&) = delete;
+
+ private:
+  static constexpr const char* kLimit = "/proc/sys/user/max_mnt_namespaces";
+  std::string before_;
+};
 
 // Replaces standard output with a pipe that nobody reads from.
 void CloseTheReadersEnd() {
@@ -109,8 +135,7 @@ TEST_F(Surroundings, NoNamespaceForRootIsToldWithWhatToEnable) {
   EXPECT_EQ(run.out, "");
   if (HasUserNamespaces()) {
     EXPECT_EQ(run.err,
-              NoNamespace("unshare: No space left on device; without a user namespace: No space "
-                          "left on device"));
+              AtLimit("private network", "net", "end processes that have such namespaces"));
   }
 }
 
@@ -118,10 +143,39 @@ TEST_F(Surroundings, NoNamespaceForAnOrdinaryUserIsToldWithWhatToEnable) {
   const Outcome run = Apply(ForbidNamespacesToOrdinaryUser);
   EXPECT_EQ(run.status, 77);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, NoNamespace(std::string("unshare: ") +
-                                 (HasUserNamespaces() ? "No space left on device"
-                                                      : "Operation not permitted") +
-                                 "; without a user namespace: Operation not permitted"));
+  EXPECT_EQ(run.err,
+            HasUserNamespaces()
+                ? AtLimit("user", "user", "run as root")
+                : NoNamespace("unshare: Operation not permitted; without a user namespace: "
+                              "Operation not permitted"));
+}
+
+TEST_F(Surroundings, NamespacesThatAreForbiddenAreToldWithWhatToEnable) {
+  const Outcome run = Apply([] {
+    BecomeOrdinaryUser();
+    Forbid(SYS_unshare, 0, CLONE_NEWUSER | CLONE_NEWNET | CLONE_NEWNS);
+    Forbid(SYS_unshare, 0, CLONE_NEWUSER);
+  });
+  EXPECT_EQ(run.status, 77);
+  EXPECT_EQ(run.err, NoNamespace("unshare: Operation not permitted; without a user namespace: "
+                                 "Operation not permitted"));
+}
+
+TEST_F(Surroundings, LimitOfMountNamespacesIsTold) {
+  if (!HasUserNamespaces()) {
+    return;  // nothing can limit them
+  }
+  const PrivateRun private_run;
+  const NamedNetworks networks({"blue", "red"});
+  const NoMountNamespaces none;
+  const std::vector<std::string> kTargets[] = {
+      {}, {"--netns", "blue", "--whole-catalogue"}, {"--netns", "blue", "--netns", "red"}};
+  for (std::vector<std::string> session : kTargets) {
+    session.insert(session.begin(), {"apply", document_});
+    const Outcome run = Kaehost(session);
+    EXPECT_EQ(run.status, 77);
+    EXPECT_EQ(run.err, AtLimit("mount", "mnt", "end processes that have such namespaces"));
+  }
 }
 
 // Without user namespaces nothing is to be mapped, and the first tunable is what cannot be written.
