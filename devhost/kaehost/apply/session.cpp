@@ -241,7 +241,8 @@ void Session::Release() {
     (*namespaces_)[i].NoteRelease(layers_->AwaitRelease());
   }
   layers_->AwaitEnd();
-  NoteEndOfPlugin("the release");
+  const bool is_known_where = layers_->released() < namespaces_->count();
+  NoteEndOfPlugin("the release" + (is_known_where ? InWhich(layers_->released()) : ""));
   RestoreTheRest();
   TellPluginLines(!result_.is_released_well());
   report_.TellRelease(result_);

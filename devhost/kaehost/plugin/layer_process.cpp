@@ -165,16 +165,17 @@ std::optional<LayerReply> LayerProcess::AwaitReply() {
 
 std::optional<std::string> LayerProcess::AwaitRelease() {
   const auto thrown = Answer([](const Json& answer) { return Thrown(answer); });
+  released_ += thrown ? 1 : 0;
   return thrown.value_or(std::nullopt);
 }
 
 void LayerProcess::AwaitEnd() {
   const auto last = Answer([](const Json& answer) { return answer.is_object(); });
-  is_released_ = worker_.HasEndedWell() && last;
+  has_done_all_ = worker_.HasEndedWell() && last;
 }
 
 std::optional<std::string> LayerProcess::AboutEnd() {
-  return worker_.HasEnded() && !is_released_ ? std::optional(worker_.AboutEnd()) : std::nullopt;
+  return worker_.HasEnded() && !has_done_all_ ? std::optional(worker_.AboutEnd()) : std::nullopt;
 }
 
 }  // namespace devhost

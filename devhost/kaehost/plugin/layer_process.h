@@ -66,6 +66,9 @@ class LayerProcess {
   // threw, if it threw.
   std::optional<std::string> AwaitRelease();
 
+  // Returns how many layers are known to be released.
+  std::size_t released() const { return released_; }
+
   // After that: unloads the plug-in and waits for the end of the process.
   void AwaitEnd();
 
@@ -83,7 +86,8 @@ class LayerProcess {
   const std::string path_;
   const std::size_t document_count_;
   Worker worker_;
-  bool is_released_ = false;
+  std::size_t released_ = 0;
+  bool has_done_all_ = false;
 };
 
 }  // namespace devhost

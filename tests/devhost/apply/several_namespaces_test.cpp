@@ -318,6 +318,12 @@ TEST_F(SeveralNamespaces, SayWhichOfThemThePluginDiedIn) {
   EXPECT_EQ(run.status, 1);
   EXPECT_THAT(run.out, HasSubstr(" during request 1 of 1: " + document_ +
                                  ", in blue; kaehost restored 1 tunable\n"));
+  setenv("MISBEHAVES", "do_Release crash the second time", 1);
+  EXPECT_THAT(Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")})).out,
+              HasSubstr(" during the release, in green; kaehost restored 1 tunable\n"));
+  setenv("MISBEHAVES", "destructor crash", 1);
+  EXPECT_THAT(Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")})).out,
+              HasSubstr(" during the release; kaehost restored "));
   setenv("MISBEHAVES", "GetNewLayer crash", 1);
   EXPECT_THAT(Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")})).err,
               HasSubstr(" (Segmentation fault), in blue; nothing was delivered\n"));

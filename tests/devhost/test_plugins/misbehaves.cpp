@@ -19,6 +19,7 @@
 #include <list>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/devhost/test_plugins/working_plugin.h"
@@ -151,6 +152,11 @@ void Do(const std::string& deed) {
   } else if (deed == "change late") {
     usleep(300'000);
     WriteTunable("ipv4/tcp_sack", "0");
+  } else if (deed == "crash the second time") {
+    static bool is_second = false;
+    if (std::exchange(is_second, true)) {
+      Do("crash");
+    }
   } else if (deed == "close the namespaces late") {
     static int count = 0;
     usleep(150'000);
