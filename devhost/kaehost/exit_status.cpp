@@ -5,6 +5,7 @@
 
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/plugin_error.h"
+#include "devhost/kaehost/process/interruption.h"
 #include "devhost/libe/document.h"
 
 namespace devhost {
@@ -23,6 +24,9 @@ ExitStatus StatusFor(const std::exception& error, ExitStatus otherwise) {
   }
   if (dynamic_cast<const PluginError*>(&error) != nullptr) {
     return kNoPlugin;
+  }
+  if (const auto* interrupted = dynamic_cast<const Interrupted*>(&error)) {
+    return static_cast<ExitStatus>(kSignalled + interrupted->signal());
   }
   return dynamic_cast<const NamespaceError*>(&error) != nullptr ? kNoNamespace : otherwise;
 }

@@ -6,13 +6,14 @@
 namespace devhost {
 
 // The exit statuses of kaehost.
-enum ExitStatus {
+enum ExitStatus : int {
   kDone = 0,          // all requests are fulfilled
   kFailed = 1,        // they are not; kaehost has printed what is wrong
   kBadInput = 2,      // the command line or an input file is bad; nothing was done
   kNoPlugin = 3,      // the plug-in does not load or makes no layer
   kNotAsAsked = 4,    // requests succeeded, but the kernel has other values than requested
   kNoNamespace = 77,  // cannot create or enter the namespace
+  kSignalled = 128,   // plus the number of a signal that came before the first request
 };
 
 constexpr const char* kOutOfMemory =

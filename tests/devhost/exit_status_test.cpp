@@ -11,6 +11,7 @@
 
 #include "devhost/kaehost/kernel/namespaces.h"
 #include "devhost/kaehost/plugin/plugin_error.h"
+#include "devhost/kaehost/process/interruption.h"
 #include "devhost/libe/document.h"
 
 using devhost::SentenceOf;
@@ -20,6 +21,7 @@ TEST(ExitStatus, DependsOnTheKindOfError) {
   EXPECT_EQ(StatusFor(devhost::DocumentError("")), 2);
   EXPECT_EQ(StatusFor(devhost::PluginError("")), 3);
   EXPECT_EQ(StatusFor(devhost::NamespaceError("")), 77);
+  EXPECT_EQ(StatusFor(devhost::Interrupted(2)), 130);
   EXPECT_EQ(StatusFor(std::runtime_error("")), 1);
   EXPECT_EQ(StatusFor(std::bad_alloc()), 1);
   EXPECT_EQ(StatusFor(std::bad_alloc(), devhost::kBadInput), 2);

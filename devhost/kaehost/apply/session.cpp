@@ -77,7 +77,7 @@ int Session::Run() {
   if (!options_.target.IsPrivate()) {
     std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not prevent the restoring
   }
-  namespaces_.emplace(options_, report_, result_.namespaces);
+  namespaces_.emplace(options_, report_, interruption_, result_.namespaces);
   try {
     LeadTheLayersLives();
   } catch (...) {
@@ -123,6 +123,9 @@ void Session::LeadTheLayersLives() {
 void Session::MakeLayers() {
   layers_->BeginMaking();
   namespaces_->ForEach("making the layers", [this](std::size_t number) {
+    if (number > 0) {
+      interruption_.ThrowIfCame();
+    }
     try {
       layers_->AwaitLayer();
     } catch (const PluginError& error) {

@@ -10,13 +10,14 @@
 namespace devhost {
 
 SessionNamespaces::SessionNamespaces(const ApplyOptions& options, const Report& report,
+                                     Interruption& interruption,
                                      std::deque<NamespaceResult>& results)
     : options_(options),
       results_(results),
       shows_progress_(!options.quiet && options.target.netns.size() > 1),
       machine_(ReadTunables()) {
   if (options.target.netns.size() > 1) {
-    BeginInSeveral(report);
+    BeginInSeveral(report, interruption);
   } else {
     BeginInOne(report);
   }
@@ -43,7 +44,7 @@ void SessionNamespaces::BeginInOne(const Report& report) {
   }
 }
 
-void SessionNamespaces::BeginInSeveral(const Report& report) {
+void SessionNamespaces::BeginInSeveral(const Report& report, Interruption& interruption) {
   const std::vector<std::string>& names = options_.target.netns;
   networks_.emplace(names);
   namespaces_.reserve(names.size());
@@ -52,6 +53,7 @@ void SessionNamespaces::BeginInSeveral(const Report& report) {
   Progress progress("reading the tunables", shows_progress_ ? names.size() : 0);
   try {
     for (std::size_t i = 0; i < names.size(); ++i) {
+      interruption.ThrowIfCame();
       networks_->Enter(i);
       Entered entered = Prepare(options_.target, names[i]);
       emulated.insert(entered.emulated.begin(), entered.emulated.end());

@@ -13,6 +13,7 @@
 #include "devhost/kaehost/apply/text_report.h"
 #include "devhost/kaehost/kernel/network_namespaces.h"
 #include "devhost/kaehost/plugin/layer_process.h"
+#include "devhost/kaehost/process/interruption.h"
 
 namespace devhost {
 
@@ -21,9 +22,10 @@ namespace devhost {
 // started: a plug-in can write tunables whenever it has control.
 class SessionNamespaces {
  public:
-  // Enters them and begins their journals. If one is refused, no journal stays. `results` gets what
-  // is found out in each; it must outlive this object. Throws NamespaceError.
-  SessionNamespaces(const ApplyOptions& options, const Report& report,
+  // Enters them and begins their journals. If one is refused, or a signal comes in between, no
+  // journal stays. `results` gets what is found out in each; it must outlive this object. Throws
+  // NamespaceError and Interrupted.
+  SessionNamespaces(const ApplyOptions& options, const Report& report, Interruption& interruption,
                     std::deque<NamespaceResult>& results);
 
   std::size_t count() const { return namespaces_.size(); }
@@ -47,7 +49,7 @@ class SessionNamespaces {
 
  private:
   void BeginInOne(const Report& report);
-  void BeginInSeveral(const Report& report);
+  void BeginInSeveral(const Report& report, Interruption& interruption);
   void BeginHere(const std::string& where, Entered entered);
   void Abandon();
 

@@ -72,7 +72,6 @@ int SessionResult::Status(bool strict) const {
     return kFailed;
   }
   if (interrupted_by) {
-    constexpr int kSignalled = 128;
     return kSignalled + *interrupted_by;
   }
   return is_as_asked ? kDone : kNotAsAsked;

@@ -63,7 +63,7 @@ void LeadLives(const Plugin& plugin, const std::vector<Document>& documents,
   });
   std::vector<Layer> layers;
   if (orders.Next()) {
-    for (std::size_t place = 0; place < places.count; ++place) {
+    for (std::size_t place = 0; place < places.count && !orders.HaveEnded(); ++place) {
       EnterOrEnd(places, place);
       layers.push_back(plugin.NewLayer());
       orders.Answer(Json::object());

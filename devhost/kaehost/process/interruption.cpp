@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
+#include <string>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -35,6 +37,11 @@ void EndTracingOfStopped() {
 }
 
 }  // namespace
+
+Interrupted::Interrupted(int signal)
+    : std::runtime_error("interrupted by signal " + std::to_string(signal) + " (" +
+                         strsignal(signal) + ") before the first request"),
+      signal_(signal) {}
 
 Interruption::Interruption(std::chrono::seconds patience) : patience_(patience) {
   sigemptyset(&awaited_);
@@ -74,6 +81,12 @@ std::optional<int> Interruption::Came() {
     Note(signal);
   }
   return came_;
+}
+
+void Interruption::ThrowIfCame() {
+  if (const std::optional<int> signal = Came()) {
+    throw Interrupted(*signal);
+  }
 }
 
 Interruption::Clock::duration Interruption::TimeLeft(Clock::time_point begin) const {

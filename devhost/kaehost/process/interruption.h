@@ -4,8 +4,20 @@
 #include <csignal>
 #include <initializer_list>
 #include <optional>
+#include <stdexcept>
 
 namespace devhost {
+
+// A signal has come before the first request of a session.
+class Interrupted : public std::runtime_error {
+ public:
+  explicit Interrupted(int signal);
+
+  int signal() const { return signal_; }
+
+ private:
+  int signal_;
+};
 
 // During its lifetime, SIGINT, SIGTERM, SIGHUP and SIGQUIT stay pending until a function below
 // takes them. So none of them ends the process before the tunables are restored. Signals that the
@@ -26,6 +38,9 @@ class Interruption {
 
   // Returns the first signal that has come, if any.
   std::optional<int> Came();
+
+  // Throws Interrupted if a signal has come.
+  void ThrowIfCame();
 
   // Returns whether a signal has come and `patience` has passed since then and since `begin`.
   bool IsOutOfPatience(Clock::time_point begin);

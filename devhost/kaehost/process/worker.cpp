@@ -77,6 +77,11 @@ std::optional<int> Worker::Orders::Next() const {
   return size == sizeof order ? std::optional(order) : std::nullopt;
 }
 
+bool Worker::Orders::HaveEnded() const {
+  pollfd polled = {socket_, POLLRDHUP, 0};
+  return poll(&polled, 1, 0) > 0;
+}
+
 void Worker::Orders::Answer(const Json& answer) const {
   FlushAll();
   std::string text;

@@ -25,6 +25,9 @@ class Worker {
     // Waits for the next order. Returns none if there are no more.
     std::optional<int> Next() const;
 
+    // Returns whether there are no more after those that were sent.
+    bool HaveEnded() const;
+
     // Answers. What the work has printed until then is visible to the other side.
     void Answer(const Json& answer) const;
 

@@ -312,6 +312,32 @@ TEST_F(SeveralNamespaces, EndEarlyAfterASignal) {
   EXPECT_THAT(Changes(), IsEmpty());
 }
 
+TEST_F(SeveralNamespaces, AreNotPreparedAfterASignal) {
+  const auto interrupt = [] {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    std::raise(SIGTERM);
+  };
+  const std::vector<std::string> session = Session({document_, "--plugin=/nowhere", "--json"});
+  const json found = Parsed(Kaehost(session, interrupt).out);
+  EXPECT_EQ(found["error"], "interrupted by signal 15 (Terminated) before the first request");
+  EXPECT_EQ(found["status"], 128 + SIGTERM);
+  EXPECT_THAT(Journals(), IsEmpty());
+}
+
+TEST_F(SeveralNamespaces, GetNoMoreLayersAfterASignal) {
+  setenv("MISBEHAVES", "GetNewLayer interrupt and change", 1);
+  const Outcome run = Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")}));
+  EXPECT_EQ(run.status, 128 + SIGTERM);
+  EXPECT_THAT(run.err, EndsWith("kaehost: interrupted by signal 15 (Terminated) before the first "
+                                "request; nothing was delivered\n"));
+  EXPECT_THAT(run.out, ContainsRegex("kaehost: kaehost restored [12] tunables?\n"));
+  EXPECT_THAT(Changes(), IsEmpty());
+  EXPECT_THAT(Journals(), IsEmpty());
+}
+
 TEST_F(SeveralNamespaces, SayWhichOfThemThePluginDiedIn) {
   setenv("MISBEHAVES", "do_Configure crash", 1);
   const Outcome run = Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")}));

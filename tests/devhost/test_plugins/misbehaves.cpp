@@ -199,6 +199,10 @@ void Do(const std::string& deed) {
     sigaction(SIGALRM, &action, nullptr);
     const itimerval ticks = {{0, 1000}, {0, 1000}};
     setitimer(ITIMER_REAL, &ticks, nullptr);
+  } else if (deed == "interrupt and change") {
+    kill(getppid(), SIGTERM);
+    usleep(300'000);
+    WriteTunable("ipv4/tcp_dsack", "0");
   } else if (deed == "interrupt late") {
     usleep(1'200'000);
     kill(getppid(), SIGTERM);
