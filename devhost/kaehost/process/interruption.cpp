@@ -36,6 +36,18 @@ void EndTracingOfStopped() {
   }
 }
 
+bool IsThread(pid_t id) { return tgkill(id, id, 0) != 0 && errno == ESRCH; }
+
+// A thread that has made this process its tracer keeps its own process from ending until then.
+void ReapTracedThreads() {
+  siginfo_t ended = {};
+  while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT | __WCLONE) == 0 &&
+         IsThread(ended.si_pid)) {
+    waitpid(ended.si_pid, nullptr, __WCLONE);
+    ended = {};
+  }
+}
+
 }  // namespace
 
 Interrupted::Interrupted(int signal)
@@ -69,6 +81,7 @@ Interruption::~Interruption() {
 void Interruption::Note(int signal) {
   if (signal == SIGCHLD) {
     EndTracingOfStopped();
+    ReapTracedThreads();
   } else if (!came_) {
     came_ = signal;
     came_at_ = Clock::now();

@@ -24,7 +24,8 @@ class Interrupted : public std::runtime_error {
 // process ignores stay ignored. Other signals still end it. For a process with one thread; one
 // object at a time.
 // A child that makes this process its tracer (PTRACE_TRACEME) stops at each signal. The functions
-// that wait end the tracing then, so that the signal does what it does without a tracer.
+// that wait end the tracing then, so that the signal does what it does without a tracer. They also
+// let threads end that have done so.
 class Interruption {
  public:
   using Clock = std::chrono::steady_clock;

@@ -185,8 +185,10 @@ bool Worker::HasEndedWell() {
     is_given_up_ = is_given_up_ || !interruption_.AwaitReadable({end_});
     if (is_given_up_) {
       kill(process_, SIGKILL);
+      status_ = interruption_.AwaitEnd(process_);  // it can have threads that are traced
+    } else {
+      waitpid(process_, &status_.emplace(), 0);
     }
-    waitpid(process_, &status_.emplace(), 0);
   }
   return *status_ == 0;
 }

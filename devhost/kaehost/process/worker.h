@@ -92,7 +92,7 @@ class Worker {
   int socket_ = -1;
   pid_t process_ = -1;
   int end_ = -1;
-  std::optional<int> status_;  // of waitpid
+  std::optional<int> status_;  // of waitpid; if it is given up, as a shell shows it
   bool is_given_up_ = false;
 };
 

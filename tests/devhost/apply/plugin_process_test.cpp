@@ -326,6 +326,17 @@ TEST_F(PluginProcess, ThatDoesNotReturnFromTheReleaseAfterASignalIsKilled) {
   interrupt({"--kill-after=1", first_, "--", "sleep", "60"}, "kaehost: running: sleep");
 }
 
+TEST_F(PluginProcess, EndsAlsoIfItsThreadsAreTraced) {
+  const Outcome run = Apply("do_Configure have a traced thread", {first_, "--", "true"});
+  EXPECT_EQ(run.status, 0) << run.out;
+  const auto kaehost = Start("do_Configure hang with a traced thread", {"--kill-after=1", first_});
+  AwaitChange();
+  kill(kaehost->pid(), SIGTERM);
+  EXPECT_THAT(
+      kaehost->Finish().out,
+      HasSubstr("did not return within 1 s after a signal and was killed during request 1"));
+}
+
 TEST_F(PluginProcess, IsWaitedForOnlyUntilItsOwnEnd) {
   const Outcome run = Apply("do_Configure leave a child", {first_});
   EXPECT_THAT(run.out, HasSubstr("process ended with status 0 during request 1 of 1"));

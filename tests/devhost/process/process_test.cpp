@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "devhost/kaehost/process/interruption.h"
 #include "devhost/kaehost/process/worker.h"
@@ -58,4 +59,18 @@ TEST(AwaitedProcess, EndsByItselfAlsoIfItMakesThisOneItsTracer) {
   };
   EXPECT_EQ(status_after(SIGCHLD), 5);
   EXPECT_EQ(status_after(SIGUSR1), 128 + SIGUSR1);
+}
+
+TEST(AwaitedProcess, EndsByItselfAlsoIfItsThreadsMakeThisOneTheirTracer) {
+  devhost::Interruption interruption(kPatience);
+  const auto trace = [] { ptrace(PTRACE_TRACEME, 0, nullptr, nullptr); };
+  const pid_t child = fork();
+  if (child == 0) {
+    std::thread(trace).join();
+    std::thread(trace).join();
+    trace();
+    usleep(50'000);  // it is awaited before it ends
+    _exit(5);
+  }
+  EXPECT_EQ(interruption.AwaitEnd(child), 5);
 }

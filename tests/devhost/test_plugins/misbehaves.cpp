@@ -19,6 +19,7 @@
 #include <list>
 #include <new>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -91,6 +92,13 @@ void Do(const std::string& deed) {
   } else if (deed == "crash under a tracer") {
     ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     Do("crash");
+  } else if (deed == "have a traced thread") {
+    std::thread([] { ptrace(PTRACE_TRACEME, 0, nullptr, nullptr); }).join();
+  } else if (deed == "hang with a traced thread") {
+    std::thread([] {
+      ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+      Do("hang");
+    }).join();
   } else if (deed == "abort") {
     std::abort();
   } else if (deed == "_exit") {
