@@ -49,6 +49,7 @@ class Session {
 
  private:
   void LeadTheLayersLives();
+  void EndEarly();
   void MakeLayers();
   std::string InWhich(std::size_t number);
   void TellPluginLines(bool in_full);
@@ -104,7 +105,7 @@ void Session::LeadTheLayersLives() {
     MakeLayers();
   } catch (...) {
     TellPluginLines(true);
-    layers_.reset();
+    EndEarly();
     RestoreTheRest();
     report_.TellRestoration(result_);
     throw;
@@ -118,6 +119,15 @@ void Session::LeadTheLayersLives() {
     throw;
   }
   Release();
+}
+
+// Each layer has its time to be released, and before that come the answers of those that were made.
+void Session::EndEarly() {
+  layers_->BeginRelease();
+  for (std::size_t i = 0; i < 2 * namespaces_->count(); ++i) {
+    layers_->AwaitRelease();
+  }
+  layers_.reset();
 }
 
 void Session::MakeLayers() {

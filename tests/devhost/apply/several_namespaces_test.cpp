@@ -338,6 +338,15 @@ TEST_F(SeveralNamespaces, GetNoMoreLayersAfterASignal) {
   EXPECT_THAT(Journals(), IsEmpty());
 }
 
+TEST_F(SeveralNamespaces, HaveEachTheirTimeToBeReleasedAfterASignal) {
+  setenv("MISBEHAVES", "GetNewLayer interrupt and release slowly", 1);
+  const Outcome run =
+      Kaehost(Session({document_, "--kill-after=2", "--plugin", TestPlugin("misbehaves")}));
+  EXPECT_EQ(run.status, 128 + SIGTERM);
+  EXPECT_THAT(run.out, Not(HasSubstr("kaehost restored")));
+  EXPECT_THAT(Changes(), IsEmpty());
+}
+
 TEST_F(SeveralNamespaces, SayWhichOfThemThePluginDiedIn) {
   setenv("MISBEHAVES", "do_Configure crash", 1);
   const Outcome run = Kaehost(Session({document_, "--plugin", TestPlugin("misbehaves")}));

@@ -29,6 +29,8 @@ namespace {
 
 constexpr const char* kWithoutLayer = "exit change late";
 
+bool releases_slowly = false;
+
 bool IsAsleep(pid_t process) {
   std::ifstream stat("/proc/" + std::to_string(process) + "/stat");
   std::string number;
@@ -211,6 +213,11 @@ void Do(const std::string& deed) {
     kill(getppid(), SIGTERM);
     usleep(300'000);
     WriteTunable("ipv4/tcp_dsack", "0");
+  } else if (deed == "interrupt and release slowly") {
+    if (std::exchange(releases_slowly, true)) {  // then there are two layers
+      kill(getppid(), SIGTERM);
+      usleep(300'000);
+    }
   } else if (deed == "interrupt late") {
     usleep(1'200'000);
     kill(getppid(), SIGTERM);
@@ -235,6 +242,7 @@ class Layer : public WorkingLayer {
   }
   void do_Release() override {
     Pass("do_Release");
+    usleep(releases_slowly ? 1'200'000 : 0);
     WriteTunable("ipv4/tcp_sack", "1");
     WorkingLayer::do_Release();
   }
