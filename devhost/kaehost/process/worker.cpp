@@ -181,7 +181,7 @@ void Worker::Kill() const {
 
 bool Worker::HasEndedWell() {
   if (!status_) {
-    EndOrders();
+    shutdown(socket_, SHUT_RDWR);  // the worker must not wait until its answers are read
     is_given_up_ = is_given_up_ || !interruption_.AwaitReadable({end_});
     if (is_given_up_) {
       kill(process_, SIGKILL);

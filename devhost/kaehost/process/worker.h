@@ -62,7 +62,7 @@ class Worker {
   // Kills the worker, if its end was not awaited yet.
   void Kill() const;
 
-  // Waits for the end of the worker. Returns whether its work was done.
+  // Waits for the end of the worker, without its other answers. Returns whether its work was done.
   bool HasEndedWell();
 
   // Waits for it too. Returns how the worker ended: "was killed by signal 11 (Segmentation fault)".

@@ -44,6 +44,21 @@ TEST(EndedWorker, DoesNotEndTheOtherProcessByAnOrder) {
   EXPECT_TRUE(worker.HasEndedWell());
 }
 
+// More answers than a socket holds.
+TEST(EndedWorker, DoesNotWaitUntilItsAnswersAreRead) {
+  devhost::Interruption interruption(kPatience);
+  Worker worker(
+      [](const Worker::Orders& orders) {
+        for (int i = 0; i < 10'000; ++i) {
+          orders.Answer(i);
+        }
+      },
+      interruption);
+  EXPECT_EQ(worker.Answer(), 0);
+  std::raise(SIGTERM);  // otherwise this process waits for ever too
+  EXPECT_TRUE(worker.HasEndedWell()) << worker.AboutEnd();
+}
+
 TEST(AwaitedProcess, EndsByItselfAlsoIfItMakesThisOneItsTracer) {
   devhost::Interruption interruption(kPatience);
   const auto status_after = [&](int signal) {
