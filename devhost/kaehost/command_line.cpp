@@ -3,8 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <optional>
+#include <ostream>
 #include <sstream>
-#include <utility>
+
+#include "devhost/kaehost/commands.h"
+#include "devhost/kaehost/exit_status.h"
+#include "devhost/kaehost/text/output.h"
 
 namespace devhost {
 namespace {
@@ -89,10 +94,8 @@ std::string AboutError(const CLI::ParseError& error, bool has_command) {
   return has_command ? "missing " + name + " operand" : "missing command";
 }
 
-}  // namespace
-
-std::shared_ptr<CLI::FormatterBase> HelpFormatter() { return std::make_shared<Formatter>(); }
-
+// Returns the words of a command line in the order that CLI::App::parse wants, last word first.
+// "--option=" becomes two words, because the parser takes the next word for its value otherwise.
 std::vector<std::string> WordsToParse(int argc, const char* const* argv) {
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {
@@ -108,6 +111,7 @@ std::vector<std::string> WordsToParse(int argc, const char* const* argv) {
   return words;
 }
 
+// Returns a sentence on a command line that `app` did not accept.
 std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error) {
   std::vector<std::string> unknown = app.remaining(true);
   std::erase(unknown, "--");
@@ -116,10 +120,85 @@ std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error) {
                          : AboutUnknown(unknown.front(), has_command);
 }
 
+// Returns a sentence with the command whose help to read then.
 std::string WhereHelpIs(const CLI::App& app) {
   const std::vector<CLI::App*> commands = app.get_subcommands();
   return "Try 'kaehost" + (commands.empty() ? "" : " " + commands.front()->get_name()) +
          " --help' for more information.";
+}
+
+// Adds an option without its details.
+struct Adder {
+  CLI::App* command;
+  const std::string& name;
+  const std::string& description;
+
+  CLI::Option* operator()(bool* is_there) const {
+    return command->add_flag(name, *is_there, description);
+  }
+
+  CLI::Option* operator()(auto* value) const {
+    return command->add_option(name, *value, description);
+  }
+
+  CLI::Option* operator()(const std::function<void(const std::vector<std::string>&)>& read) const {
+    return command->add_option_function(name, read, description);
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<CLI::App> NewCommandLine(const std::string& version) {
+  auto app = std::make_shared<CLI::App>(
+      "Tries TCP/IP settings documents on a real kernel, without risk to the machine.", "kaehost");
+  app->formatter(std::make_shared<Formatter>());
+  app->set_help_flag("-h,--help", "Show this help and exit");
+  app->set_version_flag("--version", "kaehost (kaetcp) " + version, "Show the version and exit");
+  app->option_defaults()->disable_flag_override();
+  app->require_subcommand(1);
+  return app;
+}
+
+CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description,
+                     const std::string& footer, const std::function<void()>& choose) {
+  CLI::App* command = app.add_subcommand(name, description);
+  command->group("Commands")->footer(footer)->callback(choose);
+  return command;
+}
+
+void AddOption(CLI::App* command, const std::string& name, const Value& value,
+               const std::string& description, const Details& details) {
+  CLI::Option* option = std::visit(Adder{command, name, description}, value);
+  option->required(details.is_required)->option_text(details.own_usage);
+  if (option->nonpositional()) {
+    option->type_name(details.type)->allow_extra_args(false);
+    if (!details.is_single) {
+      option->take_last();
+    }
+  }
+  if (details.most > 0) {
+    option->check(CLI::Range(1, details.most));
+  }
+  if (details.check) {
+    option->check(details.check);
+  }
+  std::istringstream others(details.excludes);
+  for (std::string other; others >> other;) {
+    option->excludes(other);
+  }
+}
+
+void Parse(CLI::App& app, int argc, const char* const* argv, Chosen& chosen) try {
+  app.parse(WordsToParse(argc, argv));
+} catch (const CLI::Success& help) {
+  chosen = {[&app, help] { return app.exit(help, Out(), Errors()); }};
+} catch (const CLI::ParseError& error) {
+  chosen = {[&app, sentence = AboutBadUsage(app, error)] {
+              TellError(sentence);
+              Errors() << WhereHelpIs(app) << std::endl;
+              return kBadInput;
+            },
+            kBadInput};
 }
 
 void RefuseSecondStandardInput(const std::vector<std::string>& operands) {

@@ -1,30 +1,51 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace CLI {
 class App;
-class FormatterBase;
-class ParseError;
-}  // namespace CLI
+}
 
 namespace devhost {
 
-// Returns what prints the help: descriptions wrapped to 80 columns, and an option's own text (its
-// option_text), if it has one, in the usage line.
-std::shared_ptr<CLI::FormatterBase> HelpFormatter();
+struct Chosen;
 
-// Returns the words of a command line in the order that CLI::App::parse wants, last word first.
-// "--option=" becomes two words, because the parser takes the next word for its value otherwise.
-std::vector<std::string> WordsToParse(int argc, const char* const* argv);
+// Where the values of an option go: a bool only takes that the option is there, a std::vector takes
+// all values, and a function, too, which throws CLI::ValidationError if one is wrong.
+using Value =
+    std::variant<bool*, int*, std::string*, std::optional<unsigned>*, std::optional<std::string>*,
+                 std::vector<std::string>*, std::function<void(const std::vector<std::string>&)>>;
 
-// Returns a sentence on a command line that `app` did not accept.
-std::string AboutBadUsage(const CLI::App& app, const CLI::ParseError& error);
+struct Details {
+  std::string type = {};       // what the help calls a value
+  bool is_required = false;    // there must be such an operand
+  bool is_single = false;      // a second value is an error, and does not replace the first
+  int most = 0;                // the value is a number from 1 to this
+  std::string own_usage = {};  // what the help's usage line has for an operand
+  std::string excludes = {};   // earlier options that cannot be there too
+  // Returns why a value is wrong, empty if it is not.
+  std::function<std::string(const std::string&)> check = nullptr;
+};
 
-// Returns a sentence with the command whose help to read then.
-std::string WhereHelpIs(const CLI::App& app);
+// Returns the command line of kaehost without its commands. The option parser's headers are large,
+// so only the file of these functions includes them.
+std::shared_ptr<CLI::App> NewCommandLine(const std::string& version);
+
+// Adds a command. If the command line has it, `choose` is called when all options are read.
+CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description,
+                     const std::string& footer, const std::function<void()>& choose);
+
+// Adds an option, or an operand if the name does not begin with "--".
+void AddOption(CLI::App* command, const std::string& name, const Value& value,
+               const std::string& description, const Details& details = {});
+
+// Parses the command line. If it asks for help, or is bad, `chosen` prints that.
+void Parse(CLI::App& app, int argc, const char* const* argv, Chosen& chosen);
 
 // Throws CLI::ValidationError if the operands name standard input, "-", twice.
 void RefuseSecondStandardInput(const std::vector<std::string>& operands);

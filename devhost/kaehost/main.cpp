@@ -3,12 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iterator>
+#include <memory>
 #include <new>
 #include <optional>
 #include <ostream>
@@ -136,27 +136,9 @@ int main(int argc, char** argv) try {
   std::signal(SIGXFSZ, SIG_IGN);  // a write that fails for its size is reported instead
   Chosen chosen;
   chosen.program = TakeProgram(&argc, argv);
-  CLI::App app("Tries TCP/IP settings documents on a real kernel, without risk to the machine.",
-               "kaehost");
-  app.formatter(HelpFormatter());
-  app.set_help_flag("-h,--help", "Show this help and exit");
-  app.set_version_flag("--version", "kaehost (kaetcp) " KAETCP_VERSION,
-                       "Show the version and exit");
-  app.option_defaults()->disable_flag_override();
-  app.require_subcommand(1);
-  AddCommands(argc > 1 ? argv[1] : "", app, chosen);
-  for (CLI::App* command : app.get_subcommands({})) {
-    command->group("Commands");
-  }
-  try {
-    app.parse(WordsToParse(argc, argv));
-  } catch (const CLI::Success& help) {
-    return Run({[&] { return app.exit(help, Out(), Errors()); }});
-  } catch (const CLI::ParseError& error) {
-    const int status = Fail(kBadInput, AboutBadUsage(app, error));
-    Errors() << WhereHelpIs(app) << std::endl;
-    return status;
-  }
+  const std::shared_ptr<CLI::App> app = NewCommandLine(KAETCP_VERSION);
+  AddCommands(argc > 1 ? argv[1] : "", *app, chosen);
+  Parse(*app, argc, argv, chosen);
   return Run(chosen);
 } catch (const std::exception& error) {
   const ExitStatus status = StatusFor(error, failed);

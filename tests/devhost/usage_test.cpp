@@ -131,6 +131,19 @@ TEST(Usage, OptionWithAnEmptyArgument) {
       "a private one");
 }
 
+TEST(Usage, OptionWithANumberOutOfItsRange) {
+  for (const std::string number : {"0", "3601", "1x"}) {
+    ExpectBadUsage({"apply", "--kill-after", number, "x.xml"},
+                   "--kill-after: Value " + number + " not in range 1 to 3600");
+  }
+}
+
+TEST_F(Operands, CannotGoToTwoFiles) {
+  const std::string output = folder_.Path("output.xml");
+  EXPECT_EQ(Kaehost({"import", "--output", output, "--output", output, good_}).status, 2);
+  EXPECT_FALSE(std::filesystem::exists(output));
+}
+
 TEST(Usage, OptionsThatAreMutuallyExclusive) {
   for (const std::string other : {"--json", "--quiet"}) {
     ExpectBadUsage({"apply", "--verbose", other, "x.xml"},

@@ -1,6 +1,6 @@
 // kaehost apply: the options.
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <exception>
 #include <memory>
 #include <string>
@@ -73,51 +73,36 @@ std::string AboutName(const std::string& name) {
 }
 
 void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
-  CLI::Option* netns = apply->add_option("--netns", target->netns,
-                                         "Apply in this network namespace (a name of ip netns, "
-                                         "or a path) instead of a private one; can be repeated");
-  netns->type_name("NAME")->allow_extra_args(false)->check(AboutName);
-  CLI::Option* netns_file = apply->add_option(
-      "--netns-file", target->netns_files,
-      "Apply in the network namespaces that this file names, one a line; - is standard input");
-  netns_file->type_name("FILE")->allow_extra_args(false);
-  CLI::Option* live = apply->add_flag(
-      "--live", target->live,
-      "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them");
-  live->excludes(netns)->excludes(netns_file);
-  apply
-      ->add_flag("--initial-values", target->initial_values,
-                 "Start a private namespace from the kernel's initial values, not from the "
-                 "machine's")
-      ->excludes(netns)
-      ->excludes(netns_file)
-      ->excludes(live);
-  CLI::Option* as_is = apply->add_flag(
-      "--as-is", target->as_is,
-      "Leave core/rmem_max and core/wmem_max as the kernel has them, read-only or missing");
-  apply
-      ->add_flag("--whole-catalogue", target->whole_catalogue,
-                 "Emulate the files that this kernel does not have")
-      ->excludes("--live")
-      ->excludes(as_is);
+  AddOption(apply, "--netns", &target->netns,
+            "Apply in this network namespace (a name of ip netns, or a path) instead of a private "
+            "one; can be repeated",
+            {.type = "NAME", .check = AboutName});
+  AddOption(apply, "--netns-file", &target->netns_files,
+            "Apply in the network namespaces that this file names, one a line; - is standard input",
+            {.type = "FILE"});
+  AddOption(apply, "--live", &target->live,
+            "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them",
+            {.excludes = "--netns --netns-file"});
+  AddOption(apply, "--initial-values", &target->initial_values,
+            "Start a private namespace from the kernel's initial values, not from the machine's",
+            {.excludes = "--netns --netns-file --live"});
+  AddOption(apply, "--as-is", &target->as_is,
+            "Leave core/rmem_max and core/wmem_max as the kernel has them, read-only or missing");
+  AddOption(apply, "--whole-catalogue", &target->whole_catalogue,
+            "Emulate the files that this kernel does not have", {.excludes = "--live --as-is"});
 }
 
 void AddFailOption(CLI::App* apply, ApplyOptions* options) {
-  apply
-      ->add_option_function<std::vector<std::string>>(
-          "--fail",
-          [options](const std::vector<std::string>& words) {
-            for (const std::string& word : words) {
-              options->failures.push_back(ReadFailure(word));
-            }
-          },
-          "In a private namespace, let the Nth time that the plug-in opens a tunable fail, or each "
-          "time; ERROR is EACCES, EIO, EISDIR, ELOOP, EMFILE, ENOENT, ENOTDIR, ENXIO or EROFS")
-      ->type_name("FILE=ERROR[:N]")
-      ->allow_extra_args(false)
-      ->excludes("--live")
-      ->excludes("--netns")
-      ->excludes("--netns-file");
+  const auto read = [options](const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+      options->failures.push_back(ReadFailure(word));
+    }
+  };
+  AddOption(
+      apply, "--fail", read,
+      "In a private namespace, let the Nth time that the plug-in opens a tunable fail, or each "
+      "time; ERROR is EACCES, EIO, EISDIR, ELOOP, EMFILE, ENOENT, ENOTDIR, ENXIO or EROFS",
+      {.type = "FILE=ERROR[:N]", .excludes = "--live --netns --netns-file"});
 }
 
 // What a session in several namespaces cannot have.
@@ -149,70 +134,62 @@ int RunOrRefuse(const ApplyOptions& options) try {
   return PrintJsonFailure(SentenceOf(error), StatusFor(error));
 }
 
+// Lets `chosen` run the session, if the options agree.
+void Choose(const std::shared_ptr<ApplyOptions>& options, Chosen& chosen) {
+  RefuseSecondStandardInput(InputsOf(*options));
+  if (chosen.program && chosen.program->empty()) {
+    throw CLI::ValidationError("missing command after '--'");
+  }
+  if (options->hold && !options->command.empty()) {
+    throw CLI::ValidationError(
+        "option '--hold' and a command after '--' are mutually exclusive: a command ends the "
+        "session");
+  }
+  for (const std::string& file : options->target.netns_files) {
+    const std::vector<std::string> names = ReadNetnsFile(file);
+    options->target.netns.insert(options->target.netns.end(), names.begin(), names.end());
+  }
+  RefuseWithSeveral(*options);
+  chosen.run = [options] { return RunOrRefuse(*options); };
+}
+
 }  // namespace
 
 void AddApply(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<ApplyOptions>();
   options->command = chosen.program.value_or(std::vector<std::string>());
   options->plugin = DefaultPlugin();
-  CLI::App* apply = app.add_subcommand(
-      "apply", "Try documents in a private namespace, then restore all tunables");
-  apply->footer(kFooter);
-  apply
-      ->add_option("DOCUMENT", options->documents,
-                   "XML files; each is one request, in order; - is standard input")
-      ->required()
-      ->option_text("DOCUMENT... [-- COMMAND ARG...]");
+  CLI::App* apply =
+      AddCommand(app, "apply", "Try documents in a private namespace, then restore all tunables",
+                 kFooter, [options, &chosen] { Choose(options, chosen); });
+  AddOption(apply, "DOCUMENT", &options->documents,
+            "XML files; each is one request, in order; - is standard input",
+            {.is_required = true, .own_usage = "DOCUMENT... [-- COMMAND ARG...]"});
   AddTargetOptions(apply, &options->target);
   AddFailOption(apply, options.get());
-  apply->add_flag("--hold", options->hold,
-                  "Keep the settings until Ctrl-C or SIGTERM, then restore");
-  apply->add_flag("--no-journal", options->no_journal,
-                  "With --live or --netns, keep no journal of the original values in /run/kaehost");
-  apply
-      ->add_option("--plugin", options->plugin,
-                   "Load this plug-in; default: libkaetcp.so in the folder of this program, or "
-                   "else the installed one")
-      ->type_name("FILE")
-      ->take_last();
-  apply->add_flag("--strict", options->strict,
-                  "Exit with status 4 also if a requested value is missing, machine-only or "
-                  "emulated");
-  apply
-      ->add_option("--kill-after", options->kill_after,
-                   "After a signal, kill a plug-in that does not return within this time, and "
-                   "restore the tunables; default: 5")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, 3600))
-      ->take_last();
-  CLI::Option* json = apply->add_flag("--json", options->json, "Print one JSON document instead");
-  CLI::Option* quiet =
-      apply->add_flag("--quiet", options->quiet, "Print only what is wrong, and the counts");
-  quiet->excludes(json);
-  apply->add_flag("--verbose", options->verbose, "Show all lines that the plug-in prints")
-      ->excludes(json)
-      ->excludes(quiet);
-  apply->add_flag("--trace", options->trace,
-                  "Print on standard error each call between the host and the plug-in, and each "
-                  "file that the plug-in opens; with --json as JSON lines");
-  const bool lacks_a_word = chosen.program && chosen.program->empty();
-  apply->callback([options, lacks_a_word, &chosen] {
-    RefuseSecondStandardInput(InputsOf(*options));
-    if (lacks_a_word) {
-      throw CLI::ValidationError("missing command after '--'");
-    }
-    if (options->hold && !options->command.empty()) {
-      throw CLI::ValidationError(
-          "option '--hold' and a command after '--' are mutually exclusive: a command ends the "
-          "session");
-    }
-    for (const std::string& file : options->target.netns_files) {
-      const std::vector<std::string> names = ReadNetnsFile(file);
-      options->target.netns.insert(options->target.netns.end(), names.begin(), names.end());
-    }
-    RefuseWithSeveral(*options);
-    chosen.run = [options] { return RunOrRefuse(*options); };
-  });
+  AddOption(apply, "--hold", &options->hold,
+            "Keep the settings until Ctrl-C or SIGTERM, then restore");
+  AddOption(apply, "--no-journal", &options->no_journal,
+            "With --live or --netns, keep no journal of the original values in /run/kaehost");
+  AddOption(apply, "--plugin", &options->plugin,
+            "Load this plug-in; default: libkaetcp.so in the folder of this program, or else the "
+            "installed one",
+            {.type = "FILE"});
+  AddOption(apply, "--strict", &options->strict,
+            "Exit with status 4 also if a requested value is missing, machine-only or emulated");
+  AddOption(apply, "--kill-after", &options->kill_after,
+            "After a signal, kill a plug-in that does not return within this time, and restore the "
+            "tunables; default: 5",
+            {.type = "SECONDS", .most = 3600});
+  AddOption(apply, "--json", &options->json, "Print one JSON document instead");
+  AddOption(apply, "--quiet", &options->quiet, "Print only what is wrong, and the counts",
+            {.excludes = "--json"});
+  AddOption(apply, "--verbose", &options->verbose, "Show all lines that the plug-in prints",
+            {.excludes = "--json --quiet"});
+  AddOption(
+      apply, "--trace", &options->trace,
+      "Print on standard error each call between the host and the plug-in, and each file that "
+      "the plug-in opens; with --json as JSON lines");
 }
 
 }  // namespace devhost

@@ -1,6 +1,5 @@
 // kaehost check: checks documents without applying them.
 
-#include <CLI/CLI.hpp>
 #include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -90,15 +89,15 @@ int CheckAll(const Options& options) {
 
 void AddCheck(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* check = app.add_subcommand("check", "Check documents without applying them");
-  check->footer(kFooter);
-  check->add_option("DOCUMENT", options->documents, "XML files; - is standard input")->required();
-  CLI::Option* json = check->add_flag("--json", options->json, "Print one JSON document instead");
-  check->add_flag("--quiet", options->quiet, "Print only findings")->excludes(json);
-  check->callback([options, &chosen] {
-    RefuseSecondStandardInput(options->documents);
-    chosen = {[options] { return CheckAll(*options); }, kBadInput};
-  });
+  CLI::App* check = AddCommand(app, "check", "Check documents without applying them", kFooter,
+                               [options, &chosen] {
+                                 RefuseSecondStandardInput(options->documents);
+                                 chosen = {[options] { return CheckAll(*options); }, kBadInput};
+                               });
+  AddOption(check, "DOCUMENT", &options->documents, "XML files; - is standard input",
+            {.is_required = true});
+  AddOption(check, "--json", &options->json, "Print one JSON document instead");
+  AddOption(check, "--quiet", &options->quiet, "Print only findings", {.excludes = "--json"});
 }
 
 }  // namespace devhost

@@ -1,6 +1,5 @@
 // kaehost import: makes a document from files in the form of sysctl.conf.
 
-#include <CLI/CLI.hpp>
 #include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -84,23 +83,22 @@ int ImportAll(const Options& options) try {
 void AddImport(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* command =
-      app.add_subcommand("import", "Make a document from files in the form of sysctl.conf");
-  command->footer(kFooter);
-  command->add_option("FILE", options->files, "Files to import; - is standard input")->required();
-  command
-      ->add_option("--output", options->output,
-                   "Write the document here, whole or not at all; - is standard output")
-      ->type_name("FILE");
-  CLI::Option* json = command->add_flag("--json", options->json, "Print one JSON document instead");
-  command->add_flag("--quiet", options->quiet, "Print only the document, and errors")
-      ->excludes(json);
-  command->callback([options, &chosen] {
-    RefuseSecondStandardInput(options->files);
-    if (options->output == "-") {
-      options->output.reset();
-    }
-    chosen = {[options] { return ImportAll(*options); }, kBadInput};
-  });
+      AddCommand(app, "import", "Make a document from files in the form of sysctl.conf", kFooter,
+                 [options, &chosen] {
+                   RefuseSecondStandardInput(options->files);
+                   if (options->output == "-") {
+                     options->output.reset();
+                   }
+                   chosen = {[options] { return ImportAll(*options); }, kBadInput};
+                 });
+  AddOption(command, "FILE", &options->files, "Files to import; - is standard input",
+            {.is_required = true});
+  AddOption(command, "--output", &options->output,
+            "Write the document here, whole or not at all; - is standard output",
+            {.type = "FILE", .is_single = true});
+  AddOption(command, "--json", &options->json, "Print one JSON document instead");
+  AddOption(command, "--quiet", &options->quiet, "Print only the document, and errors",
+            {.excludes = "--json"});
 }
 
 }  // namespace devhost

@@ -1,12 +1,12 @@
 // kaehost inspect: the options and the help.
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/inspect/facts.h"
@@ -63,15 +63,16 @@ int Inspect(const Options& options) try {
 
 void AddInspect(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* inspect = app.add_subcommand("inspect", "Show what a plug-in is, needs and offers");
-  inspect->footer(kFooter);
-  inspect->add_option(
-      "PLUGIN", options->plugin,
+  CLI::App* inspect =
+      AddCommand(app, "inspect", "Show what a plug-in is, needs and offers", kFooter,
+                 [options, &chosen] { chosen.run = [options] { return Inspect(*options); }; });
+  AddOption(
+      inspect, "PLUGIN", &options->plugin,
       "Inspect this plug-in; default: libkaetcp.so in the folder of this program, or else the "
       "installed one");
-  CLI::Option* json = inspect->add_flag("--json", options->json, "Print one JSON document instead");
-  inspect->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
-  inspect->callback([options, &chosen] { chosen.run = [options] { return Inspect(*options); }; });
+  AddOption(inspect, "--json", &options->json, "Print one JSON document instead");
+  AddOption(inspect, "--quiet", &options->quiet, "Print only what is wrong",
+            {.excludes = "--json"});
 }
 
 }  // namespace devhost

@@ -1,12 +1,13 @@
 // kaehost list: the options and the help.
 
-#include <CLI/CLI.hpp>
+#include <CLI/Error.hpp>
 #include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/json_failure.h"
@@ -110,23 +111,23 @@ int List(const Options& options) {
 
 void AddList(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* list = app.add_subcommand("list", "List the elements and the values of the kernel now");
-  list->footer(kFooter);
-  list->add_option("ELEMENT", options->elements, "List only these elements");
-  CLI::Option* document = list->add_flag("--document", options->document,
-                                         "Print a document that names all elements with the "
-                                         "values of now");
-  list->add_flag("--json", options->json, "Print one JSON document instead")->excludes(document);
-  list->add_flag("--missing", options->missing,
-                 "List only the elements whose file this network namespace does not have")
-      ->excludes(document);
-  list->callback([options, &chosen] {
-    if (options->document && !options->elements.empty()) {
-      throw CLI::ValidationError("--document prints all elements; remove '" +
-                                 Shown(options->elements.front(), 64) + "'");
-    }
-    chosen.run = [options] { return List(*options); };
-  });
+  CLI::App* list =
+      AddCommand(app, "list", "List the elements and the values of the kernel now", kFooter,
+                 [options, &chosen] {
+                   if (options->document && !options->elements.empty()) {
+                     throw CLI::ValidationError("--document prints all elements; remove '" +
+                                                Shown(options->elements.front(), 64) + "'");
+                   }
+                   chosen.run = [options] { return List(*options); };
+                 });
+  AddOption(list, "ELEMENT", &options->elements, "List only these elements");
+  AddOption(list, "--document", &options->document,
+            "Print a document that names all elements with the values of now");
+  AddOption(list, "--json", &options->json, "Print one JSON document instead",
+            {.excludes = "--document"});
+  AddOption(list, "--missing", &options->missing,
+            "List only the elements whose file this network namespace does not have",
+            {.excludes = "--document"});
 }
 
 }  // namespace devhost

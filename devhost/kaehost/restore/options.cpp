@@ -1,6 +1,5 @@
 // kaehost restore: the options and the help.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
 #include <memory>
@@ -8,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/json_failure.h"
@@ -80,25 +80,25 @@ int RunOrRefuse(const Options& options) try {
   return PrintJsonFailure(SentenceOf(error), StatusFor(error));
 }
 
+std::string AboutName(const std::string& name) {
+  return name.empty() ? "the name is empty; name a network namespace" : "";
+}
+
 }  // namespace
 
 void AddRestore(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
   CLI::App* restore =
-      app.add_subcommand("restore", "Restore tunables after a session that was killed");
-  restore->footer(kFooter);
-  CLI::Option* netns =
-      restore->add_option("--netns", options->netns,
-                          "Restore in this network namespace (a name of ip netns, or a path)");
-  netns->type_name("NAME")->take_last()->check([](const std::string& name) -> std::string {
-    return name.empty() ? "the name is empty; name a network namespace" : "";
-  });
-  restore->add_flag("--live", options->live, "Restore this machine's own tunables")
-      ->excludes(netns);
-  CLI::Option* json = restore->add_flag("--json", options->json, "Print one JSON document instead");
-  restore->add_flag("--quiet", options->quiet, "Print only what is wrong")->excludes(json);
-  restore->callback(
-      [options, &chosen] { chosen.run = [options] { return RunOrRefuse(*options); }; });
+      AddCommand(app, "restore", "Restore tunables after a session that was killed", kFooter,
+                 [options, &chosen] { chosen.run = [options] { return RunOrRefuse(*options); }; });
+  AddOption(restore, "--netns", &options->netns,
+            "Restore in this network namespace (a name of ip netns, or a path)",
+            {.type = "NAME", .check = AboutName});
+  AddOption(restore, "--live", &options->live, "Restore this machine's own tunables",
+            {.excludes = "--netns"});
+  AddOption(restore, "--json", &options->json, "Print one JSON document instead");
+  AddOption(restore, "--quiet", &options->quiet, "Print only what is wrong",
+            {.excludes = "--json"});
 }
 
 }  // namespace devhost

@@ -1,6 +1,5 @@
 // kaehost validate: the options and the help.
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <exception>
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "devhost/kaehost/command_line.h"
 #include "devhost/kaehost/commands.h"
 #include "devhost/kaehost/exit_status.h"
 #include "devhost/kaehost/json_failure.h"
@@ -157,42 +157,29 @@ std::string AboutExpression(const std::string& text) {
 
 void AddValidate(CLI::App& app, Chosen& chosen) {
   const auto options = std::make_shared<Options>();
-  CLI::App* validate =
-      app.add_subcommand("validate", "Test whether a plug-in is what it should be, on this kernel");
-  validate->footer(kFooter);
-  validate->add_option(
-      "PLUGIN", options->plugin,
-      "Test this plug-in; default: libkaetcp.so in the folder of this program, or else the "
-      "installed one");
-  validate->add_option("--exclude", options->exclude, "Leave out tests whose name matches this")
-      ->type_name("RE")
-      ->take_last()
-      ->check(AboutExpression);
-  validate->add_option("--include", options->include, "Run only tests whose name matches this")
-      ->type_name("RE")
-      ->take_last()
-      ->check(AboutExpression);
-  CLI::Option* list =
-      validate->add_flag("--list", options->list, "Print the names of the tests, and run none");
-  validate->add_flag("--json", options->json, "Print one JSON document instead")->excludes(list);
-  validate
-      ->add_option("--junit", options->junit,
-                   "Also write the report to this file, as JUnit XML, whole or not at all")
-      ->type_name("FILE")
-      ->take_last()
-      ->excludes(list);
-  validate->add_flag("--only-failed", options->only_failed,
-                     "Print only tests that failed, crashed or timed out, and the counts");
-  validate
-      ->add_option("--seed", options->seed,
-                   "Start the random values of the tests from this number, as an earlier run did")
-      ->type_name("N")
-      ->take_last();
-  validate->add_option("--timeout", options->timeout, "Kill a test after this time; default: 30")
-      ->type_name("SECONDS")
-      ->take_last()
-      ->check(CLI::Range(1, 3600));
-  validate->callback([options, &chosen] { chosen.run = [options] { return Validate(*options); }; });
+  CLI::App* validate = AddCommand(
+      app, "validate", "Test whether a plug-in is what it should be, on this kernel", kFooter,
+      [options, &chosen] { chosen.run = [options] { return Validate(*options); }; });
+  AddOption(validate, "PLUGIN", &options->plugin,
+            "Test this plug-in; default: libkaetcp.so in the folder of this program, or else the "
+            "installed one");
+  AddOption(validate, "--exclude", &options->exclude, "Leave out tests whose name matches this",
+            {.type = "RE", .check = AboutExpression});
+  AddOption(validate, "--include", &options->include, "Run only tests whose name matches this",
+            {.type = "RE", .check = AboutExpression});
+  AddOption(validate, "--list", &options->list, "Print the names of the tests, and run none");
+  AddOption(validate, "--json", &options->json, "Print one JSON document instead",
+            {.excludes = "--list"});
+  AddOption(validate, "--junit", &options->junit,
+            "Also write the report to this file, as JUnit XML, whole or not at all",
+            {.type = "FILE", .excludes = "--list"});
+  AddOption(validate, "--only-failed", &options->only_failed,
+            "Print only tests that failed, crashed or timed out, and the counts");
+  AddOption(validate, "--seed", &options->seed,
+            "Start the random values of the tests from this number, as an earlier run did",
+            {.type = "N"});
+  AddOption(validate, "--timeout", &options->timeout, "Kill a test after this time; default: 30",
+            {.type = "SECONDS", .most = 3600});
 }
 
 }  // namespace devhost
