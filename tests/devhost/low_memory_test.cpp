@@ -15,6 +15,7 @@
 
 #include "devhost/kaehost/kernel/scratch_files.h"
 #include "devhost/kaehost/kernel/tunables.h"
+#include "tests/devhost/support/named_networks.h"
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
@@ -33,8 +34,9 @@ namespace {
 
 constexpr int kFailed = 1;
 constexpr int kBadInput = 2;
-constexpr int kNotLoaded = 127;  // the dynamic loader found too little memory
-constexpr rlim_t kPage = 4;      // KiB
+constexpr int kNotLoaded = 127;    // the dynamic loader found too little memory
+constexpr rlim_t kPage = 4;        // KiB
+constexpr unsigned kLongest = 20;  // seconds: a command that waits for ever is killed
 
 void DumpNoCore() {
   const rlimit no_core = {0, 0};
@@ -100,6 +102,7 @@ class LowMemory : public testing::Test {
                               bool is_one = false) const {
     return Kaehost(arguments, [this, first, is_one] {
       DumpNoCore();
+      alarm(kLongest);
       setenv("LD_PRELOAD", preloaded_.c_str(), 1);
       setenv("FIRST_FAILURE", std::to_string(first).c_str(), 1);
       setenv("FAILURE_FILE", failure_.c_str(), 1);
@@ -232,6 +235,27 @@ TEST_F(LowMemory, OfAPluginIsASentenceToo) {
   EXPECT_EQ(run.status, 3);
   EXPECT_THAT(run.err, StartsWith("kaehost: out of memory; "));
   EXPECT_THAT(run.err, EndsWith("its process ended with status 1\n"));
+}
+
+// Its plug-in's process has enough memory, and answers. A session that loads no plug-in makes more
+// allocations until it ends than another one until its requests are answered.
+TEST_F(LowMemory, OfKaehostEndsASessionInSeveralNamespaces) {
+  const NamedNetworks networks({"blue", "green", "red"});
+  std::vector<std::string> arguments = {"apply",   "--no-journal", "--netns", "blue",
+                                        "--netns", "green",        "--netns", "red",
+                                        document_, "--plugin",     "nothing"};
+  const int without_layers = AllocationsOf(arguments);
+  arguments.resize(arguments.size() - 2);
+  setenv("ONE_PROCESS", "", 1);
+  int told = 0;
+  for (int number = without_layers / 2; number < without_layers; number += 3) {
+    const Outcome run = KaehostUntilFailure(number, arguments, true);
+    EXPECT_LT(run.status, kNotLoaded) << number << run.err;
+    EXPECT_THAT(run.err, AnyOf("", StartsWith("kaehost: "))) << number;
+    told += run.err.find("out of memory") != std::string::npos ? 1 : 0;
+  }
+  unsetenv("ONE_PROCESS");
+  EXPECT_GT(told, 0);
 }
 
 // "The machine" is the test's private namespace. If neither the plug-in nor kaehost has

@@ -132,7 +132,11 @@ void Session::EndEarly() {
 
 void Session::MakeLayers() {
   layers_->BeginMaking();
-  namespaces_->ForEach("making the layers", [this](std::size_t number) {
+  bool goes_on = true;
+  namespaces_->ForEach("making the layers", [&](std::size_t number) {
+    if (!std::exchange(goes_on, false)) {
+      return;
+    }
     if (number > 0) {
       interruption_.ThrowIfCame();
     }
@@ -141,6 +145,7 @@ void Session::MakeLayers() {
     } catch (const PluginError& error) {
       throw PluginError(error.what() + InWhich(number));
     }
+    goes_on = true;
   });
 }
 
@@ -183,7 +188,7 @@ void Session::Deliver(std::size_t document) {
   layers_->BeginRequest(0, document);
   bool has_begun = true;
   namespaces_->ForEach(request, [&](std::size_t number) {
-    if (!has_begun) {
+    if (!std::exchange(has_begun, false)) {
       return;
     }
     std::optional<LayerReply> reply = layers_->AwaitReply();

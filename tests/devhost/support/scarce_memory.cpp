@@ -1,6 +1,7 @@
 // To be preloaded: all allocations fail from that on whose number is in the environment variable
-// FIRST_FAILURE; only that one fails if there is a variable ONE_FAILURE. But a program that gets a
-// mebibyte before has enough. A failure makes the file that FAILURE_FILE names.
+// FIRST_FAILURE; only that one fails if there is a variable ONE_FAILURE. In processes that the
+// program forks, as many fail, but none if there is a variable ONE_PROCESS. But a program that gets
+// a mebibyte before has enough. A failure makes the file that FAILURE_FILE names.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -24,12 +25,16 @@ bool Fails(std::size_t size) {
   constexpr std::size_t kEnough = std::size_t{1} << 20;
   static long count = 0;
   static long first = 0;
+  static const pid_t process = getpid();
   if (first == 0) {
     const char* found = std::getenv("FIRST_FAILURE");
     first = found != nullptr ? std::atol(found) : -1;
   }
   if (first < 0 || ++count < first) {
     first = size < kEnough ? first : -1;
+    return false;
+  }
+  if (getpid() != process && std::getenv("ONE_PROCESS") != nullptr) {
     return false;
   }
   if (const char* file = std::getenv("FAILURE_FILE"); file != nullptr) {
