@@ -40,10 +40,11 @@ bool IsThread(pid_t id) { return tgkill(id, id, 0) != 0 && errno == ESRCH; }
 
 // A thread that has made this process its tracer keeps its own process from ending until then.
 void ReapTracedThreads() {
+  constexpr int kThreads = static_cast<int>(__WCLONE);
   siginfo_t ended = {};
-  while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT | __WCLONE) == 0 &&
+  while (waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT | kThreads) == 0 &&
          IsThread(ended.si_pid)) {
-    waitpid(ended.si_pid, nullptr, __WCLONE);
+    waitpid(ended.si_pid, nullptr, kThreads);
     ended = {};
   }
 }
