@@ -83,8 +83,12 @@ std::string AboutError(const CLI::ParseError& error, bool has_command) {
     return "options '" + name + "' and '" + last + "' are mutually exclusive";
   }
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
-    return name.starts_with("--") ? "option '" + name + "' requires an argument"
-                                  : "option '--" + name + "' doesn't allow an argument";
+    if (!name.starts_with("--")) {
+      return "option '--" + name + "' doesn't allow an argument";
+    }
+    const bool are_too_many = text.find(": At Most ") != std::string::npos;
+    return "option '" + name +
+           (are_too_many ? "' can be given only once" : "' requires an argument");
   }
   if (dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
     return text;

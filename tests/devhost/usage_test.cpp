@@ -140,7 +140,8 @@ TEST(Usage, OptionWithANumberOutOfItsRange) {
 
 TEST_F(Operands, CannotGoToTwoFiles) {
   const std::string output = folder_.Path("output.xml");
-  EXPECT_EQ(Kaehost({"import", "--output", output, "--output", output, good_}).status, 2);
+  ExpectBadUsage({"import", "--output", output, "--output", output, good_},
+                 "option '--output' can be given only once", "kaehost import --help");
   EXPECT_FALSE(std::filesystem::exists(output));
 }
 
