@@ -15,7 +15,7 @@ namespace {
 unsigned long WordsOf(const std::string& path) {
   unsigned long words = 0;
   for (const ExpectedSetting& setting : ExpectedCatalogue()) {
-    words += path == std::string("/proc/sys/net/") + setting.file ? 1 : 0;
+    words += path == std::string("/proc/sys/net/") + setting.file ? 1U : 0U;
   }
   return words;
 }

@@ -110,7 +110,7 @@ std::vector<Block> LiveBlocks() {
 std::size_t CountOfSize(std::size_t size) {
   std::size_t count = 0;
   for (std::size_t i = 0; i < g_count; ++i) {
-    count += g_blocks[i].block.size == size ? 1 : 0;
+    count += g_blocks[i].block.size == size ? 1U : 0U;
   }
   return count;
 }

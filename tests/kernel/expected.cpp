@@ -75,7 +75,7 @@ std::size_t WordIndex(const ExpectedSetting& setting) {
     if (std::string(other.name) == setting.name) {
       break;
     }
-    index += std::string(other.file) == setting.file ? 1 : 0;
+    index += std::string(other.file) == setting.file ? 1U : 0U;
   }
   return index;
 }

@@ -165,7 +165,7 @@ std::optional<LayerReply> LayerProcess::AwaitReply() {
 
 std::optional<std::string> LayerProcess::AwaitRelease() {
   const auto thrown = Answer([](const Json& answer) { return Thrown(answer); });
-  released_ += thrown ? 1 : 0;
+  released_ += thrown ? 1U : 0U;
   return thrown.value_or(std::nullopt);
 }
 

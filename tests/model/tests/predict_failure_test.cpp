@@ -132,7 +132,7 @@ TEST(ModelOfFailures, RunsOutOfDescriptorsEvenForMissingFiles) {
   const std::string detail = "[/proc/sys/net/core/rmem_max]: Too many open files";
   std::size_t refusals = 0;
   for (const std::string& line : Told(trace)) {
-    refusals += Ends(line, "]; error: Too many open files") ? 1 : 0;
+    refusals += Ends(line, "]; error: Too many open files") ? 1U : 0U;
   }
   EXPECT_EQ(refusals, 4U * 50U) << "rollback, snapshot and two releases";
   EXPECT_NE(trace.output.find("file write error: " + detail + "\n"), std::string::npos);
