@@ -47,6 +47,10 @@ void EndInTimeAfterParent(std::chrono::seconds given) {
   action.sa_handler = [](int) { alarm(patience); };
   action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
   sigaction(SIGALRM, &action, nullptr);
+  sigset_t alarms;  // the parent of kaehost can have left them blocked
+  sigemptyset(&alarms);
+  sigaddset(&alarms, SIGALRM);
+  sigprocmask(SIG_UNBLOCK, &alarms, nullptr);
   prctl(PR_SET_PDEATHSIG, SIGALRM);
 }
 

@@ -28,6 +28,10 @@ class Ticks {
     struct sigaction action = {};
     action.sa_handler = [](int) {};  // without SA_RESTART: the write returns
     sigaction(SIGRTMIN, &action, nullptr);
+    sigset_t ticks;  // the parent of kaehost can have left them blocked
+    sigemptyset(&ticks);
+    sigaddset(&ticks, SIGRTMIN);
+    sigprocmask(SIG_UNBLOCK, &ticks, nullptr);
   }
 
   Ticks() {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -70,10 +71,19 @@ class PluginProcess : public testing::Test {
 
   // Starts a session that waits in `misbehaves`.
   std::unique_ptr<RunningKaehost> Start(const std::string& misbehaves,
-                                        std::vector<std::string> arguments) const {
+                                        std::vector<std::string> arguments,
+                                        const std::function<void()>& prepare = {}) const {
     setenv("MISBEHAVES", misbehaves.c_str(), 1);
     arguments.insert(arguments.begin(), {"apply", "--live", "--plugin", plugin_});
-    return std::make_unique<RunningKaehost>(arguments);
+    return std::make_unique<RunningKaehost>(arguments, prepare);
+  }
+
+  // For `prepare`: a parent can leave signals blocked.
+  static void Block(int signal) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, signal);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
   }
 
   static std::string WorkerOf(const RunningKaehost& kaehost) {
@@ -375,7 +385,7 @@ TEST_F(PluginProcess, ReleasesTheLayerIfKaehostDiesInARequest) {
 
 TEST_F(PluginProcess, EndsInTimeIfKaehostDiesAndItCannotRelease) {
   const std::unique_ptr<RunningKaehost> kaehost =
-      Start("do_Configure sleep", {"--kill-after=1", first_});
+      Start("do_Configure sleep", {"--kill-after=1", first_}, [] { Block(SIGALRM); });
   AwaitChange();
   const std::string worker = WorkerOf(*kaehost);
   ASSERT_TRUE(IsAlive(worker));
@@ -393,8 +403,10 @@ TEST_F(PluginProcess, IsReleasedAfterASignalAlsoIfNobodyReadsTheReport) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   fcntl(ends[1], F_SETPIPE_SZ, 1);  // becomes a page
-  RunningKaehost kaehost({"apply", "--live", "--verbose", "--kill-after=1", settings_},
-                         [&ends] { dup2(ends[1], STDOUT_FILENO); });
+  RunningKaehost kaehost({"apply", "--live", "--verbose", "--kill-after=1", settings_}, [&ends] {
+    Block(SIGRTMIN);
+    dup2(ends[1], STDOUT_FILENO);
+  });
   AwaitChange();
   kill(kaehost.pid(), SIGTERM);
   const Outcome run = kaehost.Finish();
