@@ -33,6 +33,7 @@ namespace fs = std::filesystem;
 using devhost::Compare;
 using nlohmann::json;
 using testing::AllOf;
+using testing::AnyOf;
 using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -489,12 +490,15 @@ TEST_F(SeveralNamespaces, ShowTheProgressOnATerminalOnly) {
   setenv("MISBEHAVES", "do_Configure change late", 1);
   const std::vector<std::string> session =
       Session({document_, "--plugin", TestPlugin("misbehaves")});
+  const auto has_bar = [&](const std::string& bar) {
+    return HasSubstr("\r\x1b[K\x1b[?7l" + bar + " request 1 of 1: " + document_ + "\x1b[?7h");
+  };
   Terminal terminal;
   Kaehost(session, [&] { terminal.TakeErrors(); });
-  EXPECT_THAT(terminal.Shown(),
-              AllOf(HasSubstr("\r\x1b[K\x1b[?7l[######              ] 1/3 request 1 of 1: " +
-                              document_ + "\x1b[?7h"),
-                    EndsWith("\r\x1b[K")))
+  // On a busy machine the first bar can come too soon to be shown.
+  EXPECT_THAT(terminal.Shown(), AllOf(AnyOf(has_bar("[######              ] 1/3"),
+                                            has_bar("[#############       ] 2/3")),
+                                      EndsWith("\r\x1b[K")))
       << "a long line is cut";
   EXPECT_EQ(Kaehost(session).err, "");
 }
