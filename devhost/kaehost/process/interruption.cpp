@@ -159,6 +159,7 @@ int Interruption::AwaitEnd(pid_t child) {
       Note(signal);
       if (signal != SIGCHLD && info.si_code != SI_KERNEL) {
         kill(child, signal);
+        kill(child, SIGCONT);  // if it is stopped, it gets the signal only then
       }
     }
   }

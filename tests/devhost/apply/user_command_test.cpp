@@ -146,6 +146,14 @@ TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {
   EXPECT_THAT(run.out, EndsWith("all tunables restored\n"));
 }
 
+TEST_F(Command, IsHandedASignalAlsoIfItIsStopped) {
+  RunningKaehost kaehost({"apply", document_, "--", "sh", "-c",
+                          "trap 'exit 9' TERM; echo ready; kill -STOP $$; sleep 60"});
+  ASSERT_TRUE(kaehost.HasSaid("ready\n"));
+  kill(kaehost.pid(), SIGTERM);
+  EXPECT_EQ(kaehost.Finish().status, 9);
+}
+
 TEST_F(Command, PrintsToStandardErrorBesideJson) {
   const Outcome run = Under({"echo", "hello"}, {"--json"});
   EXPECT_THAT(run.out, StartsWith("{\n"));
