@@ -47,7 +47,7 @@ void EnterOrEnd(const LayerPlaces& places, std::size_t place) {
     places.enter(place);
   } catch (const std::exception& error) {
     // The other process may show a passing line.
-    Errors() << (isatty(STDERR_FILENO) == 1 ? kClearLine : "");
+    Errors() << (KnowsEscapes(STDERR_FILENO) ? kClearLine : "");
     TellError(error.what());
     _exit(EXIT_FAILURE);
   }

@@ -1,5 +1,7 @@
 #include "devhost/kaehost/text/colour.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "devhost/kaehost/text/output.h"
@@ -9,7 +11,7 @@ namespace {
 
 bool HasColours() {
   const char* refused = std::getenv("NO_COLOR");
-  return IsTerminal() && (refused == nullptr || *refused == '\0');
+  return KnowsEscapes(STDOUT_FILENO) && (refused == nullptr || *refused == '\0');
 }
 
 const char* Code(Colour colour) {

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <ostream>
@@ -134,12 +135,17 @@ void TellError(std::string_view sentence) {
   Errors() << "kaehost: " + Visible(sentence) + '\n' << std::flush;
 }
 
+bool KnowsEscapes(int descriptor) {
+  const char* kind = std::getenv("TERM");
+  return isatty(descriptor) == 1 && (kind == nullptr || std::string_view(kind) != "dumb");
+}
+
 void ShowPassingLine(std::string_view line) {
   // In between, what is longer than the terminal is wide does not begin another line, which would
   // stay.
   constexpr const char* kCutLine = "\x1b[?7l";
   constexpr const char* kWrapLine = "\x1b[?7h";
-  if (isatty(STDERR_FILENO) == 1) {
+  if (KnowsEscapes(STDERR_FILENO)) {
     has_passing_line = false;  // it is replaced
     Errors() << kClearLine + (kCutLine + Visible(line)) + kWrapLine << std::flush;
     has_passing_line = Errors().good();

@@ -19,8 +19,11 @@ void TellError(std::string_view sentence);
 // Deletes the line of a terminal in which the cursor is.
 constexpr const char* kClearLine = "\r\x1b[K";
 
-// Shows a line on standard error, if that is a terminal, for as long as this process prints nothing
-// else on either stream.
+// Returns whether the descriptor is a terminal that knows escape sequences.
+bool KnowsEscapes(int descriptor);
+
+// Shows a line on standard error, if that is such a terminal, for as long as this process prints
+// nothing else on either stream.
 void ShowPassingLine(std::string_view line);
 
 // Deletes this line, if it is still shown.

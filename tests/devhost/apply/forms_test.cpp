@@ -43,11 +43,14 @@ class Forms : public testing::Test {
 };
 
 // What kaehost prints on a terminal.
-std::string OnATerminal(const std::vector<std::string>& arguments) {
+std::string OnATerminal(const std::vector<std::string>& arguments, const char* kind = "xterm") {
   int terminal = -1;
   int standard_output = -1;
   EXPECT_EQ(openpty(&terminal, &standard_output, nullptr, nullptr, nullptr), 0);
-  RunningKaehost kaehost(arguments, [standard_output] { dup2(standard_output, STDOUT_FILENO); });
+  RunningKaehost kaehost(arguments, [standard_output, kind] {
+    dup2(standard_output, STDOUT_FILENO);
+    setenv("TERM", kind, 1);
+  });
   close(standard_output);
   std::string text;
   char piece[4096];
@@ -150,6 +153,7 @@ TEST_F(Forms, ColoursAreNotForThoseWhoRefuseThem) {
   EXPECT_THAT(OnATerminal({"apply", document_}), Not(HasSubstr("\033")));
   setenv("NO_COLOR", "", 1);
   EXPECT_THAT(OnATerminal({"apply", document_}), HasSubstr("\033"));
+  EXPECT_THAT(OnATerminal({"apply", document_}, "dumb"), Not(HasSubstr("\033")));
 }
 
 TEST_F(Forms, WholeCatalogueHasEveryFileAndNamesTheEmulatedOnes) {

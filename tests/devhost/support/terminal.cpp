@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -18,7 +19,10 @@ Terminal::~Terminal() {
   close(descriptor_);
 }
 
-void Terminal::TakeErrors() const { dup2(descriptor_, STDERR_FILENO); }
+void Terminal::TakeErrors() const {
+  dup2(descriptor_, STDERR_FILENO);
+  setenv("TERM", "xterm", 1);
+}
 
 std::string Terminal::Shown() {
   close(std::exchange(descriptor_, -1));  // reading does not wait for more then

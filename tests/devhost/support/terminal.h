@@ -10,7 +10,7 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
-  // Makes it the standard error of this process.
+  // Makes it the standard error of this process, with a TERM that knows escape sequences.
   void TakeErrors() const;
 
   // Returns what was printed there. Once only.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <ostream>
 #include <string>
 
@@ -32,6 +33,21 @@ using Act = void (*)(devhost::Progress& progress);
 }
 
 }  // namespace
+
+TEST(Progress, IsNotForATerminalWithoutEscapes) {
+  Terminal terminal;
+  EXPECT_EXIT(
+      {
+        terminal.TakeErrors();
+        setenv("TERM", "dumb", 1);
+        devhost::Progress progress("step", 1);
+        usleep(kPause);
+        progress.Advance();
+        _exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+  EXPECT_EQ(terminal.Shown(), "");
+}
 
 TEST(Progress, HasALineOfItsOwn) {
   const auto shown_after = [](Act act) {
