@@ -22,7 +22,7 @@ using Value =
                  std::vector<std::string>*, std::function<void(const std::vector<std::string>&)>>;
 
 struct Details {
-  std::string type = {};       // what the help calls a value
+  std::string type = {};       // what the help calls a value; the name of a FILE is not empty
   bool is_required = false;    // there must be such an operand
   bool is_single = false;      // a second value is an error, and does not replace the first
   int most = 0;                // the value is a number from 1 to this

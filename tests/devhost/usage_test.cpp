@@ -131,6 +131,26 @@ TEST(Usage, OptionWithAnEmptyArgument) {
       "a private one");
 }
 
+TEST(Usage, OptionWithAnEmptyNameOfAFile) {
+  const auto expect = [](const std::string& command, const std::string& option) {
+    ExpectBadUsage({command, option + '=', "x.xml"},
+                   option + ": the name is empty; name a file, or leave the option out",
+                   "kaehost " + command + " --help");
+  };
+  expect("apply", "--plugin");
+  expect("apply", "--netns-file");
+  expect("import", "--output");
+  expect("validate", "--junit");
+}
+
+TEST(Usage, OptionWithAWrongSeed) {
+  for (const std::string seed : {"", "x", "7x", "-1", "4294967296"}) {
+    ExpectBadUsage({"validate", "--list", "--seed=" + seed},
+                   "--seed: \"" + seed + "\" is not a number from 0 to 4294967295",
+                   "kaehost validate --help");
+  }
+}
+
 TEST(Usage, OptionWithANumberOutOfItsRange) {
   for (const std::string number : {"0", "3601", "1x"}) {
     ExpectBadUsage({"apply", "--kill-after", number, "x.xml"},

@@ -1,14 +1,17 @@
 // kaehost validate: the options and the help.
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <random>
 #include <regex>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "devhost/kaehost/command_line.h"
@@ -153,6 +156,15 @@ std::string AboutExpression(const std::string& text) {
   }
 }
 
+std::string AboutSeed(const std::string& text) {
+  using Seed = std::numeric_limits<unsigned>;
+  unsigned seed = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
+  return error == std::errc() && end == text.data() + text.size()
+             ? ""
+             : "\"" + Visible(text) + "\" is not a number from 0 to " + std::to_string(Seed::max());
+}
+
 }  // namespace
 
 void AddValidate(CLI::App& app, Chosen& chosen) {
@@ -177,7 +189,7 @@ void AddValidate(CLI::App& app, Chosen& chosen) {
             "Print only tests that failed, crashed or timed out, and the counts");
   AddOption(validate, "--seed", &options->seed,
             "Start the random values of the tests from this number, as an earlier run did",
-            {.type = "N"});
+            {.type = "N", .check = AboutSeed});
   AddOption(validate, "--timeout", &options->timeout, "Kill a test after this time; default: 30",
             {.type = "SECONDS", .most = 3600});
 }
