@@ -159,6 +159,8 @@ int Interruption::AwaitEnd(pid_t child) {
       Note(signal);
       if (signal != SIGCHLD && info.si_code != SI_KERNEL) {
         kill(child, signal);
+      }
+      if (signal != SIGCHLD) {
         kill(child, SIGCONT);  // if it is stopped, it gets the signal only then
       }
     }

@@ -53,7 +53,8 @@ class Interruption {
   void AwaitSignalOr(int descriptor);
 
   // Waits until the process `child` ends. Returns its status as a shell shows it. Sends it the
-  // signals that come, except those of a terminal: the terminal sends them to both.
+  // signals that come, except those of a terminal: the terminal sends them to both. A signal lets
+  // it go on if it is stopped.
   int AwaitEnd(pid_t child);
 
   std::chrono::seconds patience() const { return patience_; }

@@ -127,3 +127,15 @@ TEST_F(Interruption, ByTheTerminalIsNotSentToTheCommandAgain) {
   terminal.AwaitText("end\r\n");
   EXPECT_THAT(terminal.shown(), Not(HasSubstr("interrupted")));
 }
+
+TEST_F(Interruption, ByTheTerminalEndsACommandThatIsStopped) {
+  Terminal terminal;
+  const std::string script =
+      "trap 'exit 9' INT; (trap '' INT; until grep -q '^State:.*T' /proc/$$/status; do sleep 0.01; "
+      "done; echo stopped) & kill -STOP $$; sleep 60";
+  RunningKaehost kaehost({"apply", "--quiet", first_, "--", "sh", "-c", script},
+                         [&terminal] { terminal.Control(); });
+  terminal.AwaitText("stopped\r\n");
+  terminal.Type("\x03");
+  EXPECT_EQ(kaehost.Finish().status, 9);
+}

@@ -147,9 +147,11 @@ TEST_F(Command, IsHandedASignalThatOnlyKaehostGot) {
 }
 
 TEST_F(Command, IsHandedASignalAlsoIfItIsStopped) {
-  RunningKaehost kaehost({"apply", document_, "--", "sh", "-c",
-                          "trap 'exit 9' TERM; echo ready; kill -STOP $$; sleep 60"});
-  ASSERT_TRUE(kaehost.HasSaid("ready\n"));
+  const std::string script =
+      "trap 'exit 9' TERM; (until grep -q '^State:.*T' /proc/$$/status; do sleep 0.01; done; "
+      "echo stopped) & kill -STOP $$; sleep 60";
+  RunningKaehost kaehost({"apply", document_, "--", "sh", "-c", script});
+  ASSERT_TRUE(kaehost.HasSaid("stopped\n"));
   kill(kaehost.pid(), SIGTERM);
   EXPECT_EQ(kaehost.Finish().status, 9);
 }
