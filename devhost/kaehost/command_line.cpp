@@ -131,11 +131,6 @@ std::string WhereHelpIs(const CLI::App& app) {
          " --help' for more information.";
 }
 
-// A shell makes an empty name of a variable that is not set.
-std::string AboutFile(const std::string& name) {
-  return name.empty() ? "the name is empty; name a file, or leave the option out" : "";
-}
-
 // Adds an option without its details.
 struct Adder {
   CLI::App* command;
@@ -188,9 +183,6 @@ void AddOption(CLI::App* command, const std::string& name, const Value& value,
   if (details.most > 0) {
     option->check(CLI::Range(1, details.most));
   }
-  if (details.type == "FILE") {
-    option->check(AboutFile);
-  }
   if (details.check) {
     option->check(details.check);
   }
@@ -198,6 +190,10 @@ void AddOption(CLI::App* command, const std::string& name, const Value& value,
   for (std::string other; others >> other;) {
     option->excludes(other);
   }
+}
+
+std::string AboutFile(const std::string& name) {
+  return name.empty() ? "the name is empty; name a file, or leave the option out" : "";
 }
 
 void Parse(CLI::App& app, int argc, const char* const* argv, Chosen& chosen) try {

@@ -22,7 +22,7 @@ using Value =
                  std::vector<std::string>*, std::function<void(const std::vector<std::string>&)>>;
 
 struct Details {
-  std::string type = {};       // what the help calls a value; the name of a FILE is not empty
+  std::string type = {};       // what the help calls a value
   bool is_required = false;    // there must be such an operand
   bool is_single = false;      // a second value is an error, and does not replace the first
   int most = 0;                // the value is a number from 1 to this
@@ -43,6 +43,9 @@ CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& 
 // Adds an option, or an operand if the name does not begin with "--".
 void AddOption(CLI::App* command, const std::string& name, const Value& value,
                const std::string& description, const Details& details = {});
+
+// To check the name of a file: a shell makes an empty one of a variable that is not set.
+std::string AboutFile(const std::string& name);
 
 // Parses the command line. If it asks for help, or is bad, `chosen` prints that.
 void Parse(CLI::App& app, int argc, const char* const* argv, Chosen& chosen);

@@ -79,7 +79,7 @@ void AddTargetOptions(CLI::App* apply, TargetNamespace* target) {
             {.type = "NAME", .check = AboutName});
   AddOption(apply, "--netns-file", &target->netns_files,
             "Apply in the network namespaces that this file names, one a line; - is standard input",
-            {.type = "FILE"});
+            {.type = "FILE", .check = AboutFile});
   AddOption(apply, "--live", &target->live,
             "Apply to this machine's own tunables until Ctrl-C or SIGTERM, then restore them",
             {.excludes = "--netns --netns-file"});
@@ -174,7 +174,7 @@ void AddApply(CLI::App& app, Chosen& chosen) {
   AddOption(apply, "--plugin", &options->plugin,
             "Load this plug-in; default: libkaetcp.so in the folder of this program, or else the "
             "installed one",
-            {.type = "FILE"});
+            {.type = "FILE", .check = AboutFile});
   AddOption(apply, "--strict", &options->strict,
             "Exit with status 4 also if a requested value is missing, machine-only or emulated");
   AddOption(apply, "--kill-after", &options->kill_after,

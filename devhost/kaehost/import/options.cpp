@@ -95,7 +95,7 @@ void AddImport(CLI::App& app, Chosen& chosen) {
             {.is_required = true});
   AddOption(command, "--output", &options->output,
             "Write the document here, whole or not at all; - is standard output",
-            {.type = "FILE", .is_single = true});
+            {.type = "FILE", .is_single = true, .check = AboutFile});
   AddOption(command, "--json", &options->json, "Print one JSON document instead");
   AddOption(command, "--quiet", &options->quiet, "Print only the document, and errors",
             {.excludes = "--json"});

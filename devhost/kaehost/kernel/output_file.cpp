@@ -90,7 +90,7 @@ Target Find(std::string path) {
     std::string name = path.substr(name_begin);
     folder = Opened(openat(folder.get(), way.c_str(), kFolder));
     if (name.empty()) {
-      Refuse(path.empty() ? ENOENT : EISDIR);
+      Refuse(EISDIR);
     }
     const int fd = openat(folder.get(), name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0 && errno == ENOENT) {

@@ -157,12 +157,12 @@ std::string AboutExpression(const std::string& text) {
 }
 
 std::string AboutSeed(const std::string& text) {
-  using Seed = std::numeric_limits<unsigned>;
+  constexpr unsigned kMost = std::numeric_limits<unsigned>::max();
   unsigned seed = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
   return error == std::errc() && end == text.data() + text.size()
              ? ""
-             : "\"" + Visible(text) + "\" is not a number from 0 to " + std::to_string(Seed::max());
+             : "\"" + Visible(text) + "\" is not a number from 0 to " + std::to_string(kMost);
 }
 
 }  // namespace
@@ -184,7 +184,7 @@ void AddValidate(CLI::App& app, Chosen& chosen) {
             {.excludes = "--list"});
   AddOption(validate, "--junit", &options->junit,
             "Also write the report to this file, as JUnit XML, whole or not at all",
-            {.type = "FILE", .excludes = "--list"});
+            {.type = "FILE", .excludes = "--list", .check = AboutFile});
   AddOption(validate, "--only-failed", &options->only_failed,
             "Print only tests that failed, crashed or timed out, and the counts");
   AddOption(validate, "--seed", &options->seed,
