@@ -130,6 +130,7 @@ void Session::EndEarly() {
   layers_.reset();
 }
 
+// After an answer that could not be read, no other one is awaited.
 void Session::MakeLayers() {
   layers_->BeginMaking();
   bool goes_on = true;
