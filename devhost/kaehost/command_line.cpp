@@ -131,6 +131,11 @@ std::string WhereHelpIs(const CLI::App& app) {
          " --help' for more information.";
 }
 
+// All operands are names, and a shell makes an empty one of a variable that is not set.
+std::string AboutOperand(const std::string& name) {
+  return name.empty() ? "the name is empty; write one, or leave the operand out" : "";
+}
+
 // Adds an option without its details.
 struct Adder {
   CLI::App* command;
@@ -179,6 +184,8 @@ void AddOption(CLI::App* command, const std::string& name, const Value& value,
     if (!details.is_single) {
       option->take_last();
     }
+  } else {
+    option->check(AboutOperand);
   }
   if (details.most > 0) {
     option->check(CLI::Range(1, details.most));

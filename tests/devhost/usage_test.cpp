@@ -143,6 +143,23 @@ TEST(Usage, OptionWithAnEmptyNameOfAFile) {
   expect("validate", "--junit");
 }
 
+TEST(Usage, EmptyOperand) {
+  const auto expect = [](const std::string& command, const std::string& operand) {
+    ExpectBadUsage({command, ""},
+                   operand + ": the name is empty; write one, or leave the operand out",
+                   "kaehost " + command + " --help");
+  };
+  expect("apply", "DOCUMENT");
+  expect("check", "DOCUMENT");
+  expect("import", "FILE");
+  expect("inspect", "PLUGIN");
+  expect("list", "ELEMENT");
+  expect("validate", "PLUGIN");
+  ExpectBadUsage({"check", "x.xml", "", "y.xml"},
+                 "DOCUMENT: the name is empty; write one, or leave the operand out",
+                 "kaehost check --help");
+}
+
 TEST(Usage, OptionWithAWrongSeed) {
   for (const std::string seed : {"", "x", "7x", "-1", "4294967296"}) {
     ExpectBadUsage({"validate", "--list", "--seed=" + seed},
