@@ -13,6 +13,7 @@
 
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/support/soon.h"
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -51,10 +52,7 @@ class SmallPipe {
 
   // Returns the status and all that the process writes. Reads only after the pipe is full.
   std::string ReadSlowly(RunningKaehost& run, int* status) {
-    for (int i = 0; i < 1000 && !IsFull(); ++i) {
-      usleep(10'000);
-    }
-    EXPECT_TRUE(IsFull()) << "otherwise this tests nothing";
+    EXPECT_TRUE(Soon([this] { return IsFull(); })) << "otherwise this tests nothing";
     usleep(250'000);  // a session looks for signals meanwhile
     close(ends_[1]);
     ends_[1] = -1;
@@ -83,13 +81,12 @@ bool Sleeps(const std::string& process) {
 bool ComesToRest(pid_t kaehost) {
   const std::string process = std::to_string(kaehost);
   int looks = 0;
-  for (int i = 0; i < 6000 && looks < 10; ++i) {
-    usleep(10'000);
+  return Soon([&] {
     std::string plugin;
     std::ifstream("/proc/" + process + "/task/" + process + "/children") >> plugin;
     looks = !plugin.empty() && Sleeps(plugin) && Sleeps(process) ? looks + 1 : 0;
-  }
-  return looks == 10;
+    return looks == 10;
+  });
 }
 
 class BlockedStreams : public testing::Test {

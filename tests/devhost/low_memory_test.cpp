@@ -19,6 +19,7 @@
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/support/soon.h"
 
 using testing::AllOf;
 using testing::AnyOf;
@@ -269,10 +270,11 @@ TEST_F(LowMemory, LeavesNothingThatCannotBeRestored) {
     const Outcome session =
         KaehostUntilFailure(first, {"apply", "--live", "--quiet", document_, "--", "true"});
     ExpectSentences(session, std::to_string(first));
-    int restored = kInUse;
-    for (int i = 0; i < 500 && restored == kInUse; ++i) {
+    int restored = -1;
+    Soon([&restored] {
       restored = Kaehost({"restore", "--live", "--quiet"}).status;
-    }
+      return restored != kInUse;
+    });
     ASSERT_EQ(restored, 0) << first;
     ASSERT_EQ(devhost::ReadTunables(), before) << first << ' ' << session.out << session.err;
     status = session.status;

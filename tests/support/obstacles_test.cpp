@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +14,8 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <thread>
+
+#include "tests/support/soon.h"
 
 namespace {
 
@@ -40,14 +40,8 @@ constexpr int kNoSuchProgram = 2;
 
 // The status of the next child that ends, or -1 when all that are left live on.
 int NextStatus() {
-  for (int wait = 0; wait < 500; ++wait) {
-    int status = 0;
-    if (waitpid(-1, &status, WNOHANG) > 0) {
-      return status;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return -1;
+  int status = 0;
+  return Soon([&status] { return waitpid(-1, &status, WNOHANG) > 0; }) ? status : -1;
 }
 
 TEST(Obstacles, TheirProgramDiesWithAKilledProcess) {

@@ -23,6 +23,7 @@
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/support/soon.h"
 
 namespace {
 
@@ -56,14 +57,12 @@ std::vector<pid_t> Victims(pid_t session, unsigned choice) {
 int RestoreAfterTheEnd(const std::vector<std::string>& target) {
   std::vector<std::string> words = {"restore", "--quiet"};
   words.insert(words.end(), target.begin(), target.end());
-  constexpr int kInUse = 77;
-  int status = kInUse;
-  for (int i = 0; i < 1000 && status == kInUse; ++i) {
+  int status = -1;
+  Soon([&] {
+    constexpr int kInUse = 77;
     status = Kaehost(words).status;
-    if (status == kInUse) {
-      usleep(10'000);
-    }
-  }
+    return status != kInUse;
+  });
   return status;
 }
 

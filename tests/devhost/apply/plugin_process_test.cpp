@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -18,7 +17,6 @@
 #include <memory>
 #include <regex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "devhost/kaehost/kernel/scratch_files.h"
@@ -27,6 +25,7 @@
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/support/soon.h"
 
 using nlohmann::json;
 using testing::ContainsRegex;
@@ -63,10 +62,7 @@ class PluginProcess : public testing::Test {
 
   // Waits until all tunables are as before, which can be a moment after kaehost has died.
   void ExpectRestoredSoon() const {
-    for (int i = 0; i < 500 && devhost::ReadTunables() != before_; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    EXPECT_EQ(devhost::ReadTunables(), before_);
+    EXPECT_TRUE(Soon([this] { return devhost::ReadTunables() == before_; }));
   }
 
   // Starts a session that waits in `misbehaves`.
@@ -103,12 +99,10 @@ class PluginProcess : public testing::Test {
 
   // Waits until the plug-in has changed the tunable.
   static void AwaitChange() {
-    std::string value;
-    for (int i = 0; i < 1000 && value != "0"; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      std::ifstream("/proc/sys/net/ipv4/tcp_sack") >> value;
-    }
-    ASSERT_EQ(value, "0");
+    ASSERT_TRUE(Soon([] {
+      std::string value;
+      return std::ifstream("/proc/sys/net/ipv4/tcp_sack") >> value && value == "0";
+    }));
   }
 
   const PrivateRun run_;
@@ -392,10 +386,7 @@ TEST_F(PluginProcess, EndsInTimeIfKaehostDiesAndItCannotRelease) {
   kill(kaehost->pid(), SIGKILL);
   kaehost->Finish();
   EXPECT_TRUE(IsAlive(worker));
-  for (int i = 0; i < 300 && IsAlive(worker); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  EXPECT_FALSE(IsAlive(worker));
+  EXPECT_TRUE(Soon([&worker] { return !IsAlive(worker); }));
   devhost::Restore(before_);
 }
 

@@ -7,6 +7,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -23,6 +24,7 @@
 #include "tests/devhost/support/private_run.h"
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
+#include "tests/support/soon.h"
 
 namespace fs = std::filesystem;
 
@@ -49,19 +51,13 @@ std::string Content(const std::string& path) {
 
 void LeaveTheNamespace() { unshare(CLONE_NEWNET); }
 
-// Waits until a process has opened the file or folder.
-void AwaitOpened(pid_t process, const std::string& path) {
-  const std::string descriptors = "/proc/" + std::to_string(process) + "/fd";
-  for (int i = 0; i < 5000; ++i) {
-    std::error_code gone;
-    for (const auto& entry : fs::directory_iterator(descriptors, gone)) {
-      if (fs::read_symlink(entry.path(), gone) == path) {
-        return;
-      }
-    }
-    usleep(1000);
-  }
-  FAIL() << "not opened: " << path;
+// Whether the process has the file or folder open.
+bool HasOpen(pid_t process, const std::string& path) {
+  std::error_code gone;
+  const fs::directory_iterator descriptors("/proc/" + std::to_string(process) + "/fd", gone);
+  return std::any_of(begin(descriptors), end(descriptors), [&](const auto& descriptor) {
+    return fs::read_symlink(descriptor.path(), gone) == path;
+  });
 }
 
 class SessionJournal : public testing::Test {
@@ -302,11 +298,11 @@ TEST_F(SessionJournal, KeepsNobodyOutIfNothingDiffers) {
   kill(first.pid(), SIGKILL);
   first.Finish();
   const std::vector<std::string> again = {"apply", "--live", document_, "--", "true"};
-  Outcome run = Kaehost(again);
-  for (int i = 0; i < 500 && run.status == 77; ++i) {
-    usleep(10'000);
+  Outcome run;
+  EXPECT_TRUE(Soon([&] {
     run = Kaehost(again);
-  }
+    return run.status != 77;
+  }));
   EXPECT_EQ(run.status, 0) << run.out << run.err;
   EXPECT_THAT(run.out, HasSubstr("\nkaehost: " + file_ + ": the session of process " +
                                  std::to_string(first.pid()) + ", started "));
@@ -322,7 +318,7 @@ TEST_F(SessionJournal, HasTheValuesAfterTheEndOfAFormerSession) {
   std::optional<devhost::JournalFolder> folder = devhost::JournalFolder::Open();
   std::ofstream(kFinTimeout) << "20";
   RunningKaehost session({"apply", "--live", document_, "--", "true"});
-  AwaitOpened(session.pid(), "/run/kaehost");
+  ASSERT_TRUE(Soon([&session] { return HasOpen(session.pid(), "/run/kaehost"); }));
   usleep(100'000);
   std::ofstream(kFinTimeout) << "37";
   folder.reset();

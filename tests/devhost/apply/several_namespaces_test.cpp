@@ -27,6 +27,7 @@
 #include "tests/devhost/support/running_kaehost.h"
 #include "tests/devhost/support/temp_folder.h"
 #include "tests/devhost/support/terminal.h"
+#include "tests/support/soon.h"
 
 namespace fs = std::filesystem;
 
@@ -229,14 +230,12 @@ TEST_F(SeveralNamespaces, AreRestoredByThePluginIfKaehostIsKilled) {
   ASSERT_TRUE(session.HasSaid(kHolding));
   kill(session.pid(), SIGKILL);
   EXPECT_EQ(session.Finish().status, 128 + SIGKILL);
-  for (int i = 0; i < 5000 && !Changes().empty(); ++i) {
-    usleep(1000);
-  }
-  EXPECT_THAT(Changes(), IsEmpty());
-  Outcome next = Kaehost(again);
-  for (int i = 0; i < 5000 && next.status == 77; ++i) {
+  EXPECT_TRUE(Soon([this] { return Changes().empty(); }));
+  Outcome next;
+  EXPECT_TRUE(Soon([&] {
     next = Kaehost(again);
-  }
+    return next.status != 77;
+  }));
   EXPECT_EQ(next.status, 0) << next.err;
   EXPECT_THAT(next.out, ContainsRegex("was killed, but no tunable differs; journal deleted\n"
                                       "kaehost: ... and 1 more\n"));
