@@ -1,5 +1,7 @@
 # shellcheck shell=bash disable=SC2034  # variables for the scripts that source this
 # What the tests of this folder have in common; sourced.
+set -E
+trap 'echo "${BASH_SOURCE[0]##*/}, line $LINENO: failed: $BASH_COMMAND" >&2' ERR
 export LC_ALL=C
 readonly components=(kaetcp kaetcp-dev kaehost)
 # Folders of build_packages.

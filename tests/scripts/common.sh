@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # What the tests of ./check's long commands have in common; sourced.
-set -euo pipefail
+set -Eeuo pipefail
+trap 'echo "${BASH_SOURCE[0]##*/}, line $LINENO: failed: $BASH_COMMAND" >&2' ERR
 root=$(realpath "$(dirname "$0")/../..")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
