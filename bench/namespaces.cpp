@@ -256,7 +256,7 @@ void Namespaces(benchmark::State& state) {
 BENCHMARK(Namespaces)->ArgName("count")->Arg(1)->Iterations(21)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(10)->Iterations(11)->UseManualTime();
 BENCHMARK(Namespaces)->ArgName("count")->Arg(100)->Iterations(5)->UseManualTime();
-BENCHMARK(Namespaces)->ArgName("count")->Arg(1000)->Iterations(1)->UseManualTime();
+BENCHMARK(Namespaces)->ArgName("count")->Arg(1000)->Iterations(3)->UseManualTime();
 
 void NamespacesInGroups(benchmark::State& state) {
   const devhost::Document document = bench::TracedDocument();
@@ -274,7 +274,7 @@ void NamespacesInGroups(benchmark::State& state) {
 BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(1)->Iterations(21)->UseManualTime();
 BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(10)->Iterations(11)->UseManualTime();
 BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(100)->Iterations(5)->UseManualTime();
-BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(1000)->Iterations(1)->UseManualTime();
+BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(1000)->Iterations(3)->UseManualTime();
 BENCHMARK(NamespacesInGroups)->ArgName("count")->Arg(5000)->Iterations(1)->UseManualTime();
 
 }  // namespace
